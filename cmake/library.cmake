@@ -1,0 +1,33 @@
+# The library: its folders as one set of objects, and libqvn.so from them.
+set(QVN_FOLDERS core catalogue sequencer acquisition devices links drivers)
+set(QVN_GLOBS ${QVN_FOLDERS})
+list(TRANSFORM QVN_GLOBS PREPEND ${PROJECT_SOURCE_DIR}/)
+list(TRANSFORM QVN_GLOBS APPEND /*.cpp)
+file(GLOB_RECURSE QVN_SOURCES CONFIGURE_DEPENDS ${QVN_GLOBS})
+if(WIN32)
+  list(APPEND QVN_SOURCES ${PROJECT_SOURCE_DIR}/platform/windows.cpp)
+else()
+  list(APPEND QVN_SOURCES ${PROJECT_SOURCE_DIR}/platform/posix.cpp
+                          ${PROJECT_SOURCE_DIR}/platform/ports_x86.cpp)
+endif()
+list(APPEND QVN_SOURCES ${PROJECT_SOURCE_DIR}/platform/system.cpp)
+
+find_package(PkgConfig REQUIRED)
+pkg_check_modules(LIBCONFIG REQUIRED IMPORTED_TARGET libconfig)
+
+add_library(qvn_objects OBJECT ${QVN_SOURCES})
+target_compile_options(qvn_objects PRIVATE -fno-exceptions -fno-rtti -fvisibility=hidden)
+target_compile_definitions(qvn_objects PRIVATE QVN_BUILD)
+set_target_properties(qvn_objects PROPERTIES POSITION_INDEPENDENT_CODE ON)
+target_link_libraries(qvn_objects
+  PRIVATE qvn_options
+  PUBLIC PkgConfig::LIBCONFIG Threads::Threads ${CMAKE_DL_LIBS})
+
+add_library(qvn SHARED)
+target_link_libraries(qvn PRIVATE qvn_objects qvn_options)
+target_include_directories(qvn INTERFACE ${PROJECT_SOURCE_DIR}/include)
+set_target_properties(qvn PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION 7
+  LINKER_LANGUAGE CXX
+  LINK_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/qvn.map)
+target_link_options(qvn PRIVATE -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/qvn.map
+  $<$<NOT:$<BOOL:${QVN_SANITIZE}>>:-Wl,--no-undefined>)

@@ -1,0 +1,18 @@
+# Warnings and instruments of every target: link qvn_options privately.
+add_library(qvn_options INTERFACE)
+target_include_directories(qvn_options INTERFACE ${PROJECT_SOURCE_DIR})
+target_compile_options(qvn_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow
+  $<$<COMPILE_LANGUAGE:CXX>:-Wconversion>
+  $<$<BOOL:${QVN_WERROR}>:-Werror>)
+if(QVN_SANITIZE)
+  target_compile_options(qvn_options INTERFACE
+    -fsanitize=${QVN_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(qvn_options INTERFACE -fsanitize=${QVN_SANITIZE})
+endif()
+if(QVN_COVERAGE)
+  target_compile_options(qvn_options INTERFACE --coverage -O0)
+  target_link_options(qvn_options INTERFACE --coverage)
+endif()
+
+find_package(Threads REQUIRED)

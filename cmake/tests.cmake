@@ -1,0 +1,24 @@
+# One binary a folder of tests. Tests link the objects and the emulator and so
+# can look inside.
+find_package(GTest REQUIRED)
+include(GoogleTest)
+
+file(GLOB QVN_SUPPORT CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/tests/support/*.cpp)
+add_library(qvn_test_support STATIC ${QVN_SUPPORT})
+target_link_libraries(qvn_test_support
+  PUBLIC qvn_options qvn_objects qvn_emulator GTest::gtest)
+
+file(GLOB QVN_TEST_FOLDERS LIST_DIRECTORIES true ${PROJECT_SOURCE_DIR}/tests/*)
+foreach(folder ${QVN_TEST_FOLDERS})
+  get_filename_component(name ${folder} NAME)
+  file(GLOB sources CONFIGURE_DEPENDS ${folder}/*.cpp)
+  if(name STREQUAL support OR NOT sources)
+    continue()
+  endif()
+  add_executable(test_${name} ${sources})
+  target_link_libraries(test_${name} PRIVATE qvn_test_support qvn_objects qvn_emulator
+    GTest::gtest GTest::gtest_main)
+  target_compile_definitions(test_${name} PRIVATE
+    QVN_SOURCE_DIR="${PROJECT_SOURCE_DIR}" QVN_BINARY_DIR="${PROJECT_BINARY_DIR}")
+  gtest_discover_tests(test_${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300)
+endforeach()

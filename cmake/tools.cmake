@@ -1,0 +1,13 @@
+# The program qvn. It speaks to the library through include/qvn.h alone.
+pkg_check_modules(CFITSIO REQUIRED IMPORTED_TARGET cfitsio)
+pkg_check_modules(LIBPNG REQUIRED IMPORTED_TARGET libpng)
+pkg_check_modules(LIBTIFF REQUIRED IMPORTED_TARGET libtiff-4)
+find_package(CLI11 REQUIRED)
+
+file(GLOB QVN_TOOL_SOURCES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/tools/*.cpp)
+if(QVN_TOOL_SOURCES)
+  add_executable(qvn_program ${QVN_TOOL_SOURCES})
+  set_target_properties(qvn_program PROPERTIES OUTPUT_NAME qvn)
+  target_link_libraries(qvn_program PRIVATE qvn_options qvn CLI11::CLI11
+    PkgConfig::CFITSIO PkgConfig::LIBPNG PkgConfig::LIBTIFF Threads::Threads)
+endif()

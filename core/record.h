@@ -1,0 +1,150 @@
+// The camera table: all that the library knows about its eight cameras, and the
+// few values that belong to the library as a whole.
+#pragma once
+#include <cstddef>
+#include <cstdint>
+
+#include "core/ops.h"
+#include "include/qvn.h"
+
+static_assert(sizeof(CcdDefinition) == 72);
+static_assert(offsetof(CcdDefinition, Dummy) == 6);
+static_assert(offsetof(CcdDefinition, XpixDim) == 24);
+static_assert(sizeof(PlatformDefinition) == 88);
+static_assert(offsetof(PlatformDefinition, TimeBase) == 16);
+static_assert(offsetof(PlatformDefinition, Gain) == 56);
+static_assert(sizeof(CameraConfig) == 156);
+static_assert(offsetof(CameraConfig, PciIndex) == 24);
+static_assert(offsetof(CameraConfig, ShutterHisteresys) == 48);
+static_assert(offsetof(CameraConfig, DefectiveList) == 76);
+
+inline constexpr int32_t CameraCount = 8;
+inline constexpr int32_t SubCameraCount = 4;
+inline constexpr int32_t HeadCount = 8;
+inline constexpr int32_t MatrixCount = 16;
+inline constexpr int32_t RegisterCount = 32;
+inline constexpr int32_t HistoryLength = 7200;
+inline constexpr size_t PathRoom = 1024;
+inline constexpr size_t FileNameRoom = PathRoom + 16; // LibraryPath and a plain file name
+
+// How the camera is attached. The three card types differ in the bus behind the card.
+enum InterfaceKind : int32_t {
+    InterfacePort0 = 0,
+    InterfacePort1 = 1,
+    InterfaceCard2 = 2,
+    InterfaceCard4 = 4,
+    InterfaceUsb = 6,
+    InterfaceCard70 = 70,
+};
+
+struct ArrayDescription {
+    uint16_t words[4]; // word 1: mask of the heads in use
+};
+
+struct CameraRecord {
+    int32_t SubCamera;
+    uint16_t CardDeviceId;
+    int32_t BackgroundTicks; // shared with the timer
+    int32_t DnrMode;
+    int32_t CcdCode;
+    int32_t LastError; // shared with the timer
+    char PlatformShortCode[8];
+    int32_t CcdFamily;
+    int32_t WaveExtraCount;
+    int32_t InterfaceType;
+    int32_t VerBinning;
+    int32_t HorBinning;
+    int32_t GainIndex;
+    int32_t WaveOption;
+    double ExposureTime; // seconds
+    int8_t BreakFlag;    // set from any thread
+    int32_t PlatformCode;
+    int32_t FanSpeed;
+    uint32_t Options; // shared with the timer
+    int32_t CameraOn;
+    int8_t ArrayMode;
+    int8_t FirstTemperature;
+    int8_t ShutterHeld;
+    int32_t ShutterMode; // platform 60
+    uint64_t UsbHandle;
+    CameraConfig Config;
+    int32_t BuiltWindowX, BuiltWindowY, BuiltWindowWidth, BuiltWindowHeight;
+    int32_t BuiltHorBinning, BuiltVerBinning;
+    int8_t WindowBuilt;
+    uint16_t WindowDimX, WindowDimY;
+    uint16_t CameraBusAddress;
+    int32_t CardMapped;
+    uint16_t MaxValue;
+    uint64_t WdHandle;
+    uint16_t* DmaBuffer;
+    uint16_t Registers[RegisterCount];
+    int32_t LoadedGain;
+    uint8_t AlternatePolarity;
+    int32_t FilterStepDelay;
+    int32_t FilterPosition;
+
+    // The temperature block. Temperatures are degrees Celsius.
+    int32_t TickDuration; // milliseconds; shared with the timer
+    uint8_t AtTemperature;
+    int32_t RegulationOn;
+    int32_t RegulationActive;
+    double TargetTemperature;
+    double RoundedTemperature;
+    double PreviousTemperature;
+    int32_t RegulationCountdown;
+    double CurrentTemperature; // shared with the timer
+    int32_t CoolerPower;       // tenths of a percent; shared with the timer
+    int8_t CoolerStatus;       // shared with the timer
+    double TemperatureSpan[HeadCount];
+    double TemperatureOffset[HeadCount];
+    uint8_t SenseResistorHigh[HeadCount];
+    int32_t TemperatureDecimals;
+    double TemperatureHistory[HeadCount][HistoryLength]; // shared with the timer
+    int32_t TemperatureHistoryCount[HeadCount];          // shared with the timer
+    uint8_t TemperatureHistoryFull[HeadCount];           // shared with the timer
+    double ArrayTemperature[HeadCount];
+    int32_t ArrayPower[HeadCount];
+    double SubRoundedTemperature[HeadCount];
+    int32_t SubPower[HeadCount];
+    double SubPreviousTemperature[HeadCount];
+    double SubTargetTemperature[HeadCount];
+    int32_t SubCountdown[HeadCount];
+    int32_t SubRegulationOn[HeadCount];
+    int32_t SubRegulationActive[HeadCount];
+    int16_t TemperatureOffsetWord, TemperatureSpanWord; // tenths
+
+    double HeadExposure[HeadCount]; // seconds
+    int32_t ArrayHorizontalBinning[HeadCount];
+    int32_t ArrayVerticalBinning[HeadCount];
+    int32_t ArrayGain[HeadCount];
+
+    uint16_t* Matrix[MatrixCount];
+    size_t MatrixBytes[MatrixCount]; // allocated sizes
+    int32_t MatrixIndex;
+    PlatformDefinition Platform; // directly before the sensor's
+    CcdDefinition Ccd;
+    CameraOps Ops;
+    ArrayDescription ArrayConfig;
+    int32_t CurrentArrayCamera;
+};
+
+extern CameraRecord CameraTable[CameraCount];
+
+extern int32_t LibraryReady;
+extern char LibraryPath[PathRoom + 1]; // with a trailing separator, or empty
+extern int32_t EepromWiring;           // bit positions of camera memory, as the last binding left it
+
+inline bool IsCamera(int32_t camera)
+{
+    return camera >= 0 && camera < CameraCount;
+}
+
+// The sub-camera's element of the per-head calibration arrays. The number comes
+// unchecked from the configuration.
+inline int32_t HeadIndex(const CameraRecord& record)
+{
+    return record.SubCamera & (HeadCount - 1);
+}
+
+// Writes LibraryPath followed by `name` to `path`, which has FileNameRoom characters.
+void ComposeLibraryFile(char* path, const char* name);

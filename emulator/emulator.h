@@ -1,0 +1,44 @@
+// The virtual world behind the system seam. Time moves only when the library
+// calls, and every call costs something, so every poll loop ends and a run is a
+// function of its inputs.
+#pragma once
+#include <cstddef>
+#include <cstdint>
+
+// An empty world at time 0: no instruments, no faults, default costs.
+void EmuReset();
+
+// Points `System` at the virtual world. Real time: the same world with clock,
+// timer and files of the operating system.
+void EmuInstall();
+void EmuInstallRealTime();
+
+// --- time ---
+uint64_t EmuMicroseconds();
+void EmuSetTickCost(uint32_t microseconds);     // of one TickCount; 10 after reset
+void EmuSetTimerPhase(uint32_t microseconds);   // the first tick comes this much early
+void EmuSetFirstTickCount(uint32_t milliseconds); // TickCount at time 0
+void EmuSetWallSeconds(int64_t seconds);        // wall clock at time 0
+
+// Runs `action` when the virtual clock reaches `microseconds`: another thread of
+// the host, a hand on a switch. At most 64 are waiting at a time.
+void EmuSchedule(uint64_t microseconds, void (*action)(int32_t argument), int32_t argument);
+
+// --- what the library did ---
+size_t EmuLiveBlocks();       // allocations not yet released
+uint32_t EmuTimersRunning();
+uint32_t EmuPriorityClass();  // last given to SetPriority
+int32_t EmuThreadPriority();
+uint64_t EmuSleepCount();     // calls of Sleep
+uint64_t EmuLastSleep();      // milliseconds of the last one
+
+// --- surroundings ---
+void EmuSetCurrentDirectory(const char* path); // null: it cannot be told
+void EmuSetEnterableDirectory(const char* path); // the one that can be entered; null: none
+
+// --- faults ---
+enum EmuCall : int32_t { EmuAllocate, EmuBeginReplace, EmuCommitReplace, EmuCallCount };
+
+// Makes the `at`-th call from now on fail (1: the next one), and with `lasts`
+// every later one; 0 takes the fault away.
+void EmuFail(EmuCall call, uint32_t at, bool lasts);

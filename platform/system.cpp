@@ -1,0 +1,3 @@
+#include "platform/system.h"
+
+SystemTable System;
