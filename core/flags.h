@@ -21,6 +21,12 @@ inline int32_t StepFlag(int32_t* flag, int32_t step)
     return std::atomic_ref<int32_t>(*flag).fetch_add(step) + step;
 }
 
+// Stores `value` and returns what stood there.
+inline int32_t ExchangeFlag(int32_t* flag, int32_t value)
+{
+    return std::atomic_ref<int32_t>(*flag).exchange(value);
+}
+
 inline int8_t LoadFlag(const int8_t& flag)
 {
     return std::atomic_ref<int8_t>(const_cast<int8_t&>(flag)).load();

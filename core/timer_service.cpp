@@ -1,0 +1,200 @@
+#include "core/timer_service.h"
+
+#include "core/errors.h"
+#include "core/flags.h"
+#include "core/options.h"
+#include "devices/temperature.h"
+#include "platform/system.h"
+
+int32_t TimerUsers;
+int32_t TimerRunning;
+int32_t TimerAutoStart = 1;
+uint32_t TimerId;
+uint32_t TimerPeriod;
+int32_t TimerCursor;
+int32_t TimerEntered;
+int32_t TimerActive[CameraCount];
+int32_t TimerDivider[CameraCount];
+int32_t TimerBusy[CameraCount];
+int32_t StopCount[CameraCount];
+int32_t TimerPaused[CameraCount];
+
+namespace {
+
+constexpr uint32_t TickPeriod = 100; // milliseconds
+constexpr int32_t TurnsPerWork = 5;
+constexpr uint32_t StopPollMs = 5;
+
+bool WantsTimer(int32_t camera)
+{
+    return (LoadFlag(CameraTable[camera].Options) & OptionsWithTimer) != 0;
+}
+
+// False when the reading failed: the camera stays stopped until it is closed,
+// and the rotation stands still with it.
+bool WorkTurn(int32_t camera)
+{
+    CameraRecord& record = CameraTable[camera];
+    const uint32_t start = System.clock.TickCount();
+    StepFlag(&record.BackgroundTicks, 1);
+    const uint32_t options = LoadFlag(record.Options);
+    if ((options & OptionRegulation) != 0 && TemperatureHandle(camera) != 0) {
+        StoreFlag(&record.LastError, ErrorLinkFailure);
+        StoreFlag(&StopCount[camera], 1);
+        StoreFlag(&TimerPaused[camera], 1);
+        StoreFlag(&TimerBusy[camera], 0);
+        return false;
+    }
+    if ((options & OptionKeepClean) != 0) record.Ops.ClearSensor(camera);
+    StoreFlag(&record.TickDuration, static_cast<int32_t>(System.clock.TickCount() - start));
+    return true;
+}
+
+// The next camera of the rotation; `camera` itself if there is no other.
+int32_t NextCamera(int32_t camera)
+{
+    for (int32_t i = 1; i <= CameraCount; ++i) {
+        const int32_t next = (camera + i) % CameraCount;
+        if (LoadFlag(TimerActive[next]) != 0) return next;
+    }
+    return camera;
+}
+
+// One tick serves the camera under the cursor. While that camera is held the
+// cursor stands still, so no other is served either: required.
+void Tick()
+{
+    const int32_t camera = LoadFlag(TimerCursor);
+    // The turn is claimed before the stop count is read, so that a caller that
+    // raises the count either sees the claim or is seen by it.
+    const int32_t busy = ExchangeFlag(&TimerBusy[camera], 1);
+    const bool stopped = LoadFlag(StopCount[camera]) != 0;
+    if (stopped || busy != 0) {
+        if (stopped) StoreFlag(&TimerPaused[camera], 1);
+        StoreFlag(&TimerBusy[camera], busy);
+        return;
+    }
+    StoreFlag(&TimerPaused[camera], 0);
+    if (StepFlag(&TimerDivider[camera], 1) >= TurnsPerWork) {
+        StoreFlag(&TimerDivider[camera], 0);
+        if (!WorkTurn(camera)) return;
+    }
+    StoreFlag(&TimerCursor, NextCamera(camera));
+    StoreFlag(&TimerBusy[camera], 0);
+}
+
+void TimerCallback(uint32_t)
+{
+    if (ExchangeFlag(&TimerEntered, 1) != 0) return;
+    Tick();
+    StoreFlag(&TimerEntered, 0);
+}
+
+void CreateTimer(int32_t camera)
+{
+    TimerPeriod = System.timer.FinestPeriod();
+    System.timer.BeginPeriod(TimerPeriod);
+    TimerId = System.timer.Start(TickPeriod, TimerCallback, static_cast<uint32_t>(camera));
+}
+
+// Holds the timer off the camera, so that it ends between two turns.
+void EndTimer(int32_t camera)
+{
+    StoreFlag(&StopCount[camera], 1);
+    while (LoadFlag(TimerPaused[camera]) == 0) System.clock.Relax();
+    System.timer.Stop(TimerId);
+    System.timer.EndPeriod(TimerPeriod);
+}
+
+} // namespace
+
+void TimerJoin(int32_t camera)
+{
+    CameraRecord& record = CameraTable[camera];
+    ++TimerUsers;
+    StoreFlag(&TimerDivider[camera], 0);
+    StoreFlag(&StopCount[camera], 0);
+    StoreFlag(&TimerActive[camera], 1);
+    const int32_t noted = LoadFlag(record.BackgroundTicks);
+    if (TimerAutoStart != 0) {
+        CreateTimer(camera);
+        TimerRunning = 1;
+        TimerAutoStart = 0;
+    }
+    if (TimerRunning == 0) return;
+    // The turn is counted at its start; the first reading is there at its end.
+    while (LoadFlag(record.BackgroundTicks) == noted || LoadFlag(TimerBusy[camera]) != 0) {
+        System.clock.Relax();
+    }
+}
+
+void TimerLeave(int32_t camera)
+{
+    --TimerUsers;
+    if (TimerUsers == 0) {
+        if (TimerRunning != 0) EndTimer(camera);
+        TimerRunning = 0;
+        TimerAutoStart = 1;
+    }
+    StoreFlag(&StopCount[camera], 0);
+    StoreFlag(&TimerActive[camera], 0);
+    // The cursor may still stand here: a turn on a closed camera does no work.
+    StoreFlag(&TimerDivider[camera], 0);
+}
+
+void StopNow(int32_t camera)
+{
+    if (StepFlag(&StopCount[camera], 1) >= 2 || !WantsTimer(camera)) return;
+    do {
+        System.clock.Sleep(StopPollMs);
+    } while (LoadFlag(TimerPaused[camera]) == 0 || LoadFlag(TimerBusy[camera]) != 0);
+}
+
+void StartNow(int32_t camera)
+{
+    if (StepFlag(&StopCount[camera], -1) > 0) return;
+    // Repairs a count that fell below 0.
+    if (WantsTimer(camera)) StoreFlag(&StopCount[camera], 0);
+}
+
+void ArmTimerHandle(int32_t action, int32_t camera)
+{
+    switch (action) {
+    case 0: TimerAutoStart = 0; break;
+    case 1: TimerAutoStart = 1; break;
+    case 2: CreateTimer(camera); break;
+    case 3:
+        EndTimer(camera);
+        StoreFlag(&StopCount[camera], 0);
+        break;
+    default: break;
+    }
+}
+
+uint32_t BckGnd(int32_t camera)
+{
+    return static_cast<uint32_t>(LoadFlag(CameraTable[camera].BackgroundTicks));
+}
+
+uint32_t BckBusy(int32_t camera)
+{
+    return static_cast<uint32_t>(LoadFlag(CameraTable[camera].TickDuration));
+}
+
+void ResetTimerService()
+{
+    TimerUsers = 0;
+    TimerRunning = 0;
+    TimerAutoStart = 1;
+    TimerId = 0;
+    TimerPeriod = 0;
+    StoreFlag(&TimerCursor, 0);
+    StoreFlag(&TimerEntered, 0);
+    for (int32_t camera = 0; camera < CameraCount; ++camera) {
+        StoreFlag(&TimerActive[camera], 0);
+        StoreFlag(&TimerDivider[camera], 0);
+        StoreFlag(&TimerBusy[camera], 0);
+        StoreFlag(&StopCount[camera], 0);
+        StoreFlag(&TimerPaused[camera], 0);
+    }
+}
