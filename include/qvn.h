@@ -16,18 +16,18 @@
  *
  * Camera numbers
  * --------------
- * The library drives up to eight cameras, numbered 0 to 7. The number is the last argument of nearly
- * every call, and the host chooses it at open. There is nothing to allocate and nothing to free. A
- * call with any other number does nothing and returns 0 or a null pointer.
+ * The library drives up to eight cameras, numbered 0 to 7. The number is the last argument of
+ * nearly every call, and the host chooses it at open. There is nothing to allocate and nothing to
+ * free. A call with any other number does nothing and returns 0 or a null pointer.
  *
  * Errors
  * ------
- * Operations store a code, QV_ERROR_..., in the camera; QV_Status returns it and QV_ErrorMessage its
- * text. A code stays until the next open or the next operation of the same kind, so ask directly
- * after the call. Where a comment below says nothing of errors, the call leaves the code as it is.
- * Most wrong arguments are not reported: the comments tell what they do.
- * A null pointer in place of a text, a record or a list is allowed everywhere; nothing is read from
- * it or written to it. A null frame buffer stands for the current internal buffer (QV_Matrix).
+ * Operations store a code, QV_ERROR_..., in the camera; QV_Status returns it and QV_ErrorMessage
+ * its text. A code stays until the next open or the next operation of the same kind, so ask
+ * directly after the call. Where a comment below says nothing of errors, the call leaves the code
+ * as it is. Most wrong arguments are not reported: the comments tell what they do. A null pointer
+ * in place of a text, a record or a list is allowed everywhere; nothing is read from it or written
+ * to it. A null frame buffer stands for the current internal buffer (QV_Matrix).
  *
  * Units
  * -----
@@ -38,33 +38,34 @@
  *
  * Background service
  * ------------------
- * A camera opened with QV_OPTION_SERVICE or QV_OPTION_REGULATION is served by a timer thread of the
- * library: ten ticks a second, one camera a tick in rotation, work on every fifth turn of a camera.
- * So with one such camera the temperature is read twice a second, with two of them once a second.
+ * A camera opened with QV_OPTION_SERVICE or QV_OPTION_REGULATION is served by a timer thread of
+ * the library: ten ticks a second, one camera a tick in rotation, work on every fifth turn of a
+ * camera. So with one such camera the temperature is read twice a second, with two of them once a
+ * second.
  *
- * Calls that talk to the camera keep the timer out of it for their length ("holds the service off"),
- * as QV_StopNow and QV_StartNow do for a sequence of calls. While one camera is held, the rotation
- * stands still and no other camera is served. A frame call that fails leaves the service held off,
- * so that nothing touches a broken link; so does a temperature that cannot be read in the
- * background, with status 2. QV_StartNow, once for each failure, takes the service up again, and so
- * does closing the camera.
+ * Calls that talk to the camera keep the timer out of it for their length ("holds the service
+ * off"), as QV_StopNow and QV_StartNow do for a sequence of calls. While one camera is held, the
+ * rotation stands still and no other camera is served. A frame call that fails leaves the service
+ * held off, so that nothing touches a broken link; so does a temperature that cannot be read in
+ * the background, with status 2. QV_StartNow, once for each failure, takes the service up again,
+ * and so does closing the camera.
  *
  * Threads
  * -------
  * One thread at a time for one camera. QV_BrkFlg, QV_Status, QV_IsOn, QV_GetMode, QV_BckGnd,
- * QV_BckBusy, QV_GetTemp, QV_GetPower, QV_CoolerStatus and QV_Delay may be called from any thread at
- * any time, also while another call runs for the same camera; QV_GetTempHistory and
- * QV_CheckTempEquil too. Two cameras may be driven by two threads, with these exceptions, which need
- * one thread at a time for all cameras together: opening and closing; everything that changes the
- * geometry (QV_SetBinning, and the first frame of a new window), since all cameras share one
+ * QV_BckBusy, QV_GetTemp, QV_GetPower, QV_CoolerStatus and QV_Delay may be called from any thread
+ * at any time, also while another call runs for the same camera; QV_GetTempHistory and
+ * QV_CheckTempEquil too. Two cameras may be driven by two threads, with these exceptions, which
+ * need one thread at a time for all cameras together: opening and closing; everything that changes
+ * the geometry (QV_SetBinning, and the first frame of a new window), since all cameras share one
  * pattern file; loading and saving definitions and configurations; functions that return a text
- * that the library owns; frames of simulated cameras.
- * Both callbacks run in the thread of the call that reports.
+ * that the library owns; frames of simulated cameras. Both callbacks run in the thread of the call
+ * that reports.
  *
  * Waits without limit
  * -------------------
- * Frame calls block for exposure and readout. The following may wait for good if what they wait for
- * never comes:
+ * Frame calls block for exposure and readout. The following may wait for good if what they wait
+ * for never comes:
  *   QV_Open and its relatives, with the background service: the first work of the service
  *   QV_OpenArray with the service, under a camera number other than 1
  *   QV_StopNow, and every call that holds the service off: the timer's acknowledgement. It does not
@@ -150,11 +151,11 @@ extern "C" {
 #define QV_OPTION_COOLER_LINE_LOW 0x0040u   /* Tarn: second cooler line stays low */
 #define QV_OPTION_SMOOTH_LINES 0x0080u      /* Tarn_III, Tarn_IIIA: smooth lines after readout */
 #define QV_OPTION_CLEAR_WHILE_EXPOSING 0x0100u /* fast clears through exposures above 0.5 s */
-#define QV_OPTION_LIMIT_COOLER 0x0200u      /* the regulator keeps the drive at 80 percent or less */
+#define QV_OPTION_LIMIT_COOLER 0x0200u      /* the regulator drives at most 80 percent */
 #define QV_OPTION_FAN_AT_EXPOSURE 0x0400u   /* platform 50: set the fan at the start of exposures */
-#define QV_OPTION_PORT_LIBRARY 0x0800u      /* I/O ports through io.dll; with the next bit also
-                                               real-time priority */
-#define QV_OPTION_PRIORITY 0x1000u          /* raise the priority for the readout */
+#define QV_OPTION_PORT_LIBRARY 0x0800u      /* I/O ports through io.dll */
+#define QV_OPTION_PRIORITY 0x1000u          /* with QV_OPTION_PORT_LIBRARY: real-time priority for
+                                               the readout, where the system grants it */
 #define QV_OPTION_CARD_DMA 0x2000u          /* frames by DMA; set at open for a card that can */
 #define QV_OPTION_NO_AUTO_DMA 0x4000u       /* never switch to DMA at open */
 #define QV_OPTION_INTERNAL_BUFFERS 0x8000u  /* frames go to internal buffers (QV_Matrix) */
@@ -217,10 +218,11 @@ extern "C" {
 typedef void (*QvExposureCallback)(const char *text, int32_t camera);
 
 /*
- * Called during readouts unless QV_OPTION_SILENT is set: first with "Image downloading" and 0, then
- * with rising percentages from 1 to 99, at the end with 100. `text` is null for all but the first
- * call: keep the caption that is shown. Building and loading a clock pattern report in the same way
- * under captions of their own, also with QV_OPTION_SILENT. `text` is valid during the call only.
+ * Called during readouts unless QV_OPTION_SILENT is set: first with "Image downloading" and 0,
+ * then with rising percentages from 1 to 99, at the end with 100. `text` is null for all but the
+ * first call: keep the caption that is shown. Building and loading a clock pattern report in the
+ * same way under captions of their own, also with QV_OPTION_SILENT. `text` is valid during the
+ * call only.
  */
 typedef void (*QvProgressCallback)(const char *text, int32_t percent, int32_t camera);
 
@@ -311,8 +313,8 @@ QVN_API char *QV_ErrorMessageVB(int32_t code, char *buffer);
 QVN_API int32_t QV_Ver(char *buffer);
 
 /*
- * The version number of the interface card's kernel driver; with `buffer` (128 characters) also its
- * text. Works on a closed camera too. Without the driver: 0 and an empty text.
+ * The version number of the interface card's kernel driver; with `buffer` (128 characters) also
+ * its text. Works on a closed camera too. Without the driver: 0 and an empty text.
  */
 QVN_API uint32_t QV_WDVer(char *buffer, int32_t camera);
 
@@ -320,9 +322,9 @@ QVN_API uint32_t QV_WDVer(char *buffer, int32_t camera);
 QVN_API uint16_t QV_MaxNumbers(int32_t camera);
 
 /*
- * Sets the folder of qvn.cfg, camera.cfg and wave.bin, for all cameras. A slash is added where none
- * ends the path. At most 1023 characters; a longer path is ignored. The library writes wave.bin
- * there when it builds clock patterns.
+ * Sets the folder of qvn.cfg, camera.cfg and wave.bin, for all cameras. A slash is added where
+ * none ends the path; an empty path is the current directory. At most 1023 characters; a longer
+ * path is ignored. The library writes wave.bin there when it builds clock patterns.
  */
 QVN_API void QV_SetPathName(const char *path);
 
@@ -336,10 +338,10 @@ QVN_API int32_t QV_IsOn(int32_t camera);
 QVN_API uint32_t QV_GetMode(int32_t camera);
 
 /*
- * Sets the given option bits with `on` nonzero, else clears them; returns the new option word. Bits
- * that act at open, such as QV_OPTION_SERVICE, do so at the next one. To set QV_OPTION_SERVICE or
- * QV_OPTION_REGULATION here, on a camera opened without both, makes the next call that holds the
- * service off wait for good.
+ * Sets the given option bits with `on` nonzero, else clears them; returns the new option word.
+ * Bits that act at open, such as QV_OPTION_SERVICE, do so at the next one. To set
+ * QV_OPTION_SERVICE or QV_OPTION_REGULATION here, on a camera opened without both, makes the next
+ * call that holds the service off wait for good.
  */
 QVN_API uint32_t QV_SetMode(uint32_t bits, int32_t on, int32_t camera);
 
@@ -356,9 +358,9 @@ QVN_API uint32_t QV_BckGnd(int32_t camera);
 QVN_API uint32_t QV_BckBusy(int32_t camera);
 
 /*
- * Copies one block between the camera and the host: `out` nonzero from the camera to `buffer`, zero
- * from `buffer` to the camera. `what` is QV_DATA_...; any other does nothing. A written sensor or
- * platform acts from the next pattern on; the next open loads both anew.
+ * Copies one block between the camera and the host: `out` nonzero from the camera to `buffer`,
+ * zero from `buffer` to the camera. `what` is QV_DATA_...; any other does nothing. A written
+ * sensor or platform acts from the next pattern on; the next open loads both anew.
  */
 QVN_API void QV_RWData(int32_t what, int32_t out, void *buffer, int32_t camera);
 
@@ -382,9 +384,9 @@ QVN_API void QV_InitOptions(const CameraConfig *config, int32_t camera);
 /* ------------------------------------------------------------------------- */
 
 /*
- * Sets the library's folder to "qvn" below the current directory if that can be entered, else to the
- * current directory. Runs by itself when the library is loaded. A later call does this again, in
- * place of what QV_SetPathName has set.
+ * Sets the library's folder to "qvn" below the current directory if that can be entered, else to
+ * the current directory. Runs by itself when the library is loaded. A later call does this again,
+ * in place of what QV_SetPathName has set.
  */
 QVN_API void QV_LibraryInit(void);
 
@@ -404,8 +406,8 @@ QVN_API void QV_LibraryInit(void);
  * open then, with 16 without background service.
  * After open: binning 1, gain 0, the full frame, cooler regulation off, target 0 degrees Celsius,
  * settling of the shutter 10 ms (100 ms on platforms 60 and 61).
- * With QV_OPTION_SERVICE or QV_OPTION_REGULATION the call returns when the first background work is
- * done, after half a second or more, and the temperature has been read.
+ * With QV_OPTION_SERVICE or QV_OPTION_REGULATION the call returns when the first background work
+ * is done, after half a second or more, and the temperature has been read.
  */
 QVN_API void QV_Open(int32_t platform, int32_t ccd, int32_t address, int32_t interfaceType,
                      int32_t attach, int32_t camera, uint32_t options,
@@ -426,8 +428,9 @@ QVN_API CameraConfig *QV_OpenByConfig(const CameraConfig *config, int32_t attach
                                       QvProgressCallback progressCallback);
 
 /*
- * The same with a record from a file, as QV_LoadCameraConfig reads it. Returns the camera number. A
- * file that cannot be read gives a record of zeros: the open of camera 0 then fails.
+ * The same with a record from a file, as QV_LoadCameraConfig reads it. Returns PciIndex, the
+ * camera number; one outside 0 to 7 opens nothing. A file that cannot be read gives a record of
+ * zeros, and the open of camera 0 then fails.
  */
 QVN_API int32_t QV_OpenByFile(const char *fileName, int32_t attach,
                               QvExposureCallback exposureCallback,
@@ -444,8 +447,8 @@ QVN_API int32_t QV_OpenPar(int32_t platform, int32_t ccd, int32_t camera);
 
 /*
  * Closes the camera; a closed camera is left alone. Frees the current internal buffer if
- * QV_OPTION_INTERNAL_BUFFERS is set; the other buffers, the status and all values stay readable, and
- * a later open may take another platform.
+ * QV_OPTION_INTERNAL_BUFFERS is set; the other buffers, the status and all values stay readable,
+ * and a later open may take another platform.
  */
 QVN_API void QV_Close(int32_t camera);
 
@@ -456,9 +459,10 @@ QVN_API void QV_Select(int32_t camera);
 QVN_API void QV_SubSelect(int32_t camera, int32_t subCamera);
 
 /*
- * Keep the background service out of the camera, for a sequence of calls. The pairs nest. The first
- * QV_StopNow takes 5 to 100 ms, longer while another camera is held, without limit; when it has
- * returned, the service is out. Without QV_OPTION_SERVICE and QV_OPTION_REGULATION both only count.
+ * Keep the background service out of the camera, for a sequence of calls. The pairs nest. The
+ * first QV_StopNow takes 5 to 100 ms, longer while another camera is held, without limit; when it
+ * has returned, the service is out. Without QV_OPTION_SERVICE and QV_OPTION_REGULATION both only
+ * count.
  */
 QVN_API void QV_StopNow(int32_t camera);
 QVN_API void QV_StartNow(int32_t camera);
@@ -547,9 +551,9 @@ QVN_API char *QV_FamtoName(int32_t family);
 QVN_API char *QV_FamtoNameVB(int32_t family, char *buffer);
 
 /*
- * "platform_sensor" of the camera's CameraConfig (64 characters), with the two codes exchanged: the
- * sensor code is looked up as a platform and the platform code as a sensor. So platform 44 with
- * sensor 255 reads "Undefined_noCode [44]". Kept for compatibility; for a name to show, use
+ * "platform_sensor" of the camera's CameraConfig (64 characters), with the two codes exchanged:
+ * the sensor code is looked up as a platform and the platform code as a sensor. So platform 44
+ * with sensor 255 reads "Undefined_noCode [44]". Kept for compatibility; for a name to show, use
  * QV_PTFtoName and QV_CCDtoName. The first argument is not used.
  */
 QVN_API char *QV_PtfName(int32_t unused, int32_t camera);
@@ -576,12 +580,12 @@ QVN_API void QV_GetHPdata(PlatformDefinition *record, int32_t camera);
 /* ------------------------------------------------------------------------- */
 
 /*
- * Load the definition of a sensor, or of a platform with a sensor, from qvn.cfg into the camera, or
- * save the camera's into the file. Result QV_FILE_...; on failure nothing is changed. The status of
- * the camera stays as it is.
+ * Load the definition of a sensor, or of a platform with a sensor, from qvn.cfg into the camera,
+ * or save the camera's into the file. Result QV_FILE_...; on failure nothing is changed. The
+ * status of the camera stays as it is.
  * Loading: a missing key, or one of another type, reads as 0; an unknown code reads as all zeros.
- * Saving: the file must hold all keys of the definition, and is replaced in one step, so that it is
- * never lost. Comments in it are lost.
+ * Saving: the file must hold all keys of the definition, and is replaced in one step, so that it
+ * is never lost. Comments in it are lost.
  */
 QVN_API int64_t QV_LoadCCD(int32_t ccd, int32_t camera);
 QVN_API int64_t QV_SaveCCD(int32_t ccd, int32_t camera);
@@ -613,10 +617,10 @@ QVN_API int32_t QV_SaveCameraConfig(const char *name, CameraConfig *config);
  *             pixels, on platforms 300 and 450 three more. Null, or QV_OPTION_INTERNAL_BUFFERS: the
  *             current internal buffer is taken, see QV_Matrix.
  * QV_GetCCD holds the service off. QV_FGetCCD leaves that to the host: for series between one
- * QV_StopNow and one QV_StartNow, or without a service. QV_TGetCCD is QV_GetCCD with reads timed by
- * the processor; on cameras without such a read it touches no pixel.
- * Errors: 2 the frame did not arrive; 16 no buffer; 8, 22, 23 when the pattern of a window had to be
- * replaced. After an error QV_GetCCD and QV_TGetCCD leave the service held off; see QV_StartNow.
+ * QV_StopNow and one QV_StartNow, or without a service. QV_TGetCCD is QV_GetCCD with reads timed
+ * by the processor; on cameras without such a read it touches no pixel.
+ * Errors: 16 no buffer, nothing is read; 2 the frame did not arrive. After 2 QV_GetCCD and
+ * QV_TGetCCD leave the service held off; see QV_StartNow.
  */
 QVN_API void QV_GetCCD(int32_t shutter, double exposure, uint16_t *buffer, int32_t camera);
 QVN_API void QV_FGetCCD(int32_t shutter, double exposure, uint16_t *buffer, int32_t camera);
@@ -624,9 +628,10 @@ QVN_API void QV_TGetCCD(int32_t shutter, double exposure, uint16_t *buffer, int3
 
 /*
  * The same for a window. x, y, width and height are binned pixels from the sensor's first image
- * pixel; the window has to lie on the sensor, which nothing checks. `buffer` takes width (made even)
- * x height pixels. A new window builds and loads a clock pattern, which takes time; the same
- * window again does not. A window whose pattern failed with 8, 22 or 23 counts as loaded.
+ * pixel; the window has to lie on the sensor, which nothing checks. `buffer` takes width (made
+ * even) x height pixels. A new window builds and loads a clock pattern, which takes time; the same
+ * window again does not. The status tells of the read alone: a window whose pattern could not be
+ * built is read with the pattern before.
  */
 QVN_API void QV_GetWinCCD(int32_t shutter, double exposure, int32_t x, int32_t y, int32_t width,
                           int32_t height, uint16_t *buffer, int32_t camera);
@@ -664,8 +669,8 @@ QVN_API void QV_MatrixSet(int32_t index, int32_t camera);
 QVN_API int32_t QV_MatrixGet(int32_t camera);
 
 /*
- * One pixel of the current buffer, taken as a frame of (sensor columns / horizontal binning) columns,
- * not made even; 0 outside the buffer.
+ * One pixel of the current buffer, taken as a frame of (sensor columns / horizontal binning)
+ * columns, not made even; 0 outside the buffer.
  */
 QVN_API uint16_t QV_MatrixRead(int32_t x, int32_t y, int32_t camera);
 
@@ -682,17 +687,17 @@ QVN_API int32_t QV_MatrixSize(int32_t camera);
  *   y        counted from the end of the last image area
  *   buffers  one for each frame, width (made even) x height pixels each
  * The sensor is cleared once at most, ahead of the series. Holds the service off. The first error
- * ends the series: 2, 8, 22, 23, and leaves the service held off.
+ * ends the series: 2, and leaves the service held off.
  */
 QVN_API void QV_Kinetics(int32_t shutter, double exposure, int32_t frames, int32_t x, int32_t y,
                          int32_t width, int32_t height, uint16_t **buffers, int32_t camera);
 
 /*
- * A series in one frame: with the shutter open the charge is shifted `shifts` times by `lines` lines,
- * `interval` seconds apart; then the shutter closes and the frame is read. Open the shutter with
- * QV_ShutterControl before. Charge is shifted on platforms 40 to 42 and 44 to 47; on others only the
- * time passes. `buffer` as for QV_GetCCD. The sensor has to hold shifts x lines lines, which nothing
- * checks. Errors and service as for QV_GetCCD.
+ * A series in one frame: with the shutter open the charge is shifted `shifts` times by `lines`
+ * lines, `interval` seconds apart; then the shutter closes and the frame is read. Open the shutter
+ * with QV_ShutterControl before. Charge is shifted on platforms 40 to 42 and 44 to 47; on others
+ * only the time passes. `buffer` as for QV_GetCCD. The sensor has to hold shifts x lines lines,
+ * which nothing checks. Errors and service as for QV_GetCCD.
  */
 QVN_API void QV_KineticsCCD(int32_t shutter, double interval, int32_t shifts, int32_t lines,
                             uint16_t *buffer, int32_t camera);
@@ -702,9 +707,9 @@ QVN_API void QV_KineticsCCD(int32_t shutter, double interval, int32_t shifts, in
 /* ------------------------------------------------------------------------- */
 
 /*
- * A frame in steps, on the interface card's platforms 24, 30, 42, 44 and 47; nothing on others, save
- * that QV_ArmAcquisition stores the exposure. None of the steps reports an error, checks the order
- * or holds the service off: put QV_StopNow and QV_StartNow around them.
+ * A frame in steps, on the interface card's platforms 24, 30, 42, 44 and 47; nothing on others,
+ * save that QV_ArmAcquisition stores the exposure. None of the steps reports an error, checks the
+ * order or holds the service off: put QV_StopNow and QV_StartNow around them.
  *
  * QV_ArmAcquisition    stores the exposure, seconds; on platform 47 readies camera and card
  * QV_StartAcquisition  mode 1 starts now; any other waits for the camera's external input, without
@@ -734,19 +739,19 @@ QVN_API void QV_ArmTimerHandle(int32_t action, int32_t camera);
 /* ------------------------------------------------------------------------- */
 
 /*
- * Opens up to eight camera heads behind one interface card as one camera. `arrayConfig` is 8 bytes,
- * of which the second 16-bit word is used: bit n tells that head n is fitted. Platforms 42 and 44,
- * else error 12. The fourth argument is not used; the others, and the errors, are those of QV_Open.
- * With QV_OPTION_SERVICE or QV_OPTION_REGULATION the array has to be camera 1: under any other
- * number the call never returns. Background work ends at the first exposure.
+ * Opens up to eight camera heads behind one interface card as one camera. `arrayConfig` is 8
+ * bytes, of which the second 16-bit word is used: bit n tells that head n is fitted. Platforms 42
+ * and 44, else error 12. The fourth argument is not used; the others, and the errors, are those of
+ * QV_Open. With QV_OPTION_SERVICE or QV_OPTION_REGULATION the array has to be camera 1: under any
+ * other number the call never returns. Background work ends at the first exposure.
  */
 QVN_API void QV_OpenArray(const void *arrayConfig, int32_t platform, int32_t ccd, int32_t unused,
                           uint32_t options, int32_t camera, QvExposureCallback exposureCallback,
                           QvProgressCallback progressCallback);
 
 /*
- * Exposes all heads together, then reads them one after the other. `exposures` has eight entries, in
- * seconds, and `buffers` eight pointers, both indexed by head; a buffer takes (sensor columns /
+ * Exposes all heads together, then reads them one after the other. `exposures` has eight entries,
+ * in seconds, and `buffers` eight pointers, both indexed by head; a buffer takes (sensor columns /
  * horizontal binning) x (sensor rows / vertical binning) pixels. Blocks for the longest exposure.
  * A head that fails is not reported. Holds the service off, and raises the priority.
  */
@@ -765,9 +770,9 @@ QVN_API void QV_SetDNR(int32_t mode, int32_t camera);
 QVN_API int32_t QV_GetDNR(int32_t camera);
 
 /*
- * Fewer bits a pixel: modes 0 to 4, others are ignored. Acts on platforms 25, 28, 47, 61, 200, 205,
- * 300 and 450, and ends noise reduction there (on 300 and 450 it does not). Holds the service off.
- * Error 25 on platforms 300 and 450.
+ * Fewer bits a pixel: modes 0 to 4, others are ignored. Acts on platforms 25, 28, 47, 61, 200,
+ * 205, 300 and 450, and ends noise reduction there (on 300 and 450 it does not). Holds the service
+ * off. Error 25 on platforms 300 and 450.
  */
 QVN_API void QV_SetBitDecimation(int32_t mode, int32_t camera);
 
@@ -778,10 +783,10 @@ QVN_API void QV_SetBitDecimation(int32_t mode, int32_t camera);
 /*
  * Sets the target and starts cooling and regulation. `units` QV_KELVIN, QV_CELSIUS, QV_FAHRENHEIT;
  * with any other the target stays as it was. Regulation takes place where temperatures are read
- * with QV_OPTION_REGULATION: in the background, and in exposures above 0.5 seconds; or where the host
- * calls QV_TemperatureHandle itself. The drive starts at 30 percent if it was 0 and regulation was
- * off, and moves by a tenth of a percent a step. A target with more than one decimal is held, but
- * never reported as reached. Holds the service off.
+ * with QV_OPTION_REGULATION: in the background, and in exposures above 0.5 seconds; or where the
+ * host calls QV_TemperatureHandle itself. The drive starts at 30 percent if it was 0 and
+ * regulation was off, and moves by a tenth of a percent a step. A target with more than one
+ * decimal is held, but never reported as reached. Holds the service off.
  */
 QVN_API void QV_SetTemp(double temperature, int32_t units, int32_t camera);
 
@@ -811,8 +816,9 @@ QVN_API void QV_Cooler(int32_t on, int32_t camera);
 QVN_API int32_t QV_CoolerStatus(int32_t camera);
 
 /*
- * Sets the drive by hand, 0.0 to 100.0 percent; other values are ignored, and so is one that equals
- * the present drive cut to whole percents. Does not stop the regulator. Holds the service off.
+ * Sets the drive by hand, 0.0 to 100.0 percent; other values are ignored, and so is one that
+ * equals the present drive cut to whole percents. Does not stop the regulator. Holds the service
+ * off.
  */
 QVN_API void QV_SetPower(double percent, int32_t camera);
 
@@ -827,22 +833,23 @@ QVN_API double QV_GetPower(int32_t camera);
 QVN_API void QV_TempCalib(double offset, double span, int32_t camera);
 
 /*
- * One reading and one turn of the regulator, as the service does it: 0, or 1 if the reading failed.
- * For hosts that regulate without the service, twice a second.
+ * One reading and one turn of the regulator, as the service does it: 0, or 1 if the reading
+ * failed. For hosts that regulate without the service, twice a second.
  */
 QVN_API int32_t QV_TemperatureHandle(int32_t camera);
 
 /*
- * Copies QV_HISTORY_LENGTH readings, degrees Celsius, to `buffer` and returns how many are valid, the
- * oldest first. Camera 0 only: others give zeros and 0. From 7200 readings on, an hour at two a
- * second, the result stays 7199, the newest reading is the last of the 7200, and only the first 900
- * of the others still move on.
+ * Copies QV_HISTORY_LENGTH readings, degrees Celsius, to `buffer` and returns how many are valid,
+ * the oldest first. Camera 0 only: others give zeros and 0. From 7200 readings on, an hour at two
+ * a second, the result stays 7199, the newest reading is the last of the 7200, and only the first
+ * 900 of the others still move on.
  */
 QVN_API int32_t QV_GetTempHistory(double *buffer, int32_t camera);
 
 /*
- * 1 if the last `count` readings all lie within `tolerance` degrees of the target, limits included,
- * else 0; also 0 with fewer readings. A count of 0 or less gives 1. Camera 0 only: others give 0.
+ * 1 if the last `count` readings all lie within `tolerance` degrees of the target, limits
+ * included, else 0; also 0 with fewer readings. A count of 0 or less gives 1. Camera 0 only:
+ * others give 0.
  */
 QVN_API int32_t QV_CheckTempEquil(int32_t count, double tolerance, int32_t camera);
 
@@ -860,8 +867,8 @@ QVN_API void QV_Shutter(double seconds, int32_t camera);
 QVN_API void QV_ShutterControl(int32_t on, int32_t camera);
 
 /*
- * The external trigger input. With `wait` 0: 1 if it has been triggered, else 0, at once. Otherwise
- * waits for it, without limit and without regard to QV_BrkFlg, and returns `wait`.
+ * The external trigger input. With `wait` 0: 1 if it has been triggered, else 0, at once.
+ * Otherwise waits for it, without limit and without regard to QV_BrkFlg, and returns `wait`.
  */
 QVN_API int32_t QV_Trigger(int32_t wait, int32_t camera);
 
@@ -895,17 +902,17 @@ QVN_API int32_t QV_IsThereFW(int32_t camera);
 /* ------------------------------------------------------------------------- */
 
 /*
- * Runs one of the three motors of an objective, platforms 44 to 47; nothing on others. Operations 0,
- * 1, 2 run motor 1, 2, 0 to its end for three seconds; 3 and 4, 5 and 6, 7 and 8 run motors 1, 2, 0
- * one way and the other for `milliseconds` and brake for 100 ms. Others do nothing. Holds the
+ * Runs one of the three motors of an objective, platforms 44 to 47; nothing on others. Operations
+ * 0, 1, 2 run motor 1, 2, 0 to its end for three seconds; 3 and 4, 5 and 6, 7 and 8 run motors 1,
+ * 2, 0 one way and the other for `milliseconds` and brake for 100 ms. Others do nothing. Holds the
  * service off and blocks.
  */
 QVN_API void QV_ObjectiveControl(int32_t operation, uint16_t milliseconds, int32_t camera);
 
 /*
- * Hands values to a plug-in device and returns 0. Platforms 300 and 450: four values, of the last one
- * the low 16 bits; error 25. Platform 29: two values, waits without limit. `what` is not used. Holds
- * the service off; takes 100 ms at least.
+ * Hands values to a plug-in device and returns 0. Platforms 300 and 450: four values, of the last
+ * one the low 16 bits; error 25. Platform 29: two values, waits without limit. `what` is not used.
+ * Holds the service off; takes 100 ms at least.
  */
 QVN_API int32_t QV_Plug(int32_t what, uint32_t *values, int32_t camera);
 
@@ -914,10 +921,10 @@ QVN_API int32_t QV_Plug(int32_t what, uint32_t *values, int32_t camera);
 /* ------------------------------------------------------------------------- */
 
 /*
- * Binning, both at least 1: builds and loads a new clock pattern for the full frame. The image becomes
- * (sensor columns / horizontal, made even) x (sensor rows / vertical). Error 8: the pattern does not
- * fit, 22, 23; binning and image size then stay as they were. Values below 1 build nothing. Holds
- * the service off. QV_GetBinning writes the current values.
+ * Binning, both at least 1: builds and loads a new clock pattern for the full frame. The image
+ * becomes (sensor columns / horizontal, made even) x (sensor rows / vertical). Error 8: the
+ * pattern does not fit, 22, 23; binning and image size then stay as they were. Values below 1
+ * build nothing. Holds the service off. QV_GetBinning writes the current values.
  */
 QVN_API void QV_SetBinning(int32_t horizontal, int32_t vertical, int32_t camera);
 QVN_API void QV_GetBinning(int32_t *horizontal, int32_t *vertical, int32_t camera);
@@ -931,14 +938,14 @@ QVN_API int32_t QV_SetGain(int32_t index, int32_t camera);
 QVN_API int32_t QV_GetGain(int32_t camera);
 
 /*
- * Gain setting 4: `gain` 0 to 255, `high` 0 or 1 for the high range, `offset` 0 to 511 of the front
- * end; wider values are cut. Errors and service as for QV_SetGain.
+ * Gain setting 4: `gain` 0 to 255, `high` 0 or 1 for the high range, `offset` 0 to 511 of the
+ * front end; wider values are cut. Errors and service as for QV_SetGain.
  */
 QVN_API void QV_SetUsrGain(int32_t gain, int32_t high, int32_t offset, int32_t camera);
 
 /*
- * Fan, 0.0 to 100.0 percent, not checked. Platforms 28, 29, 48, 61, 200, 205, 300 and 450; nothing on
- * others. Holds the service off.
+ * Fan, 0.0 to 100.0 percent, not checked. Platforms 28, 29, 48, 61, 200, 205, 300 and 450; nothing
+ * on others. Holds the service off.
  */
 QVN_API void QV_SetFanSpeed(double percent, int32_t camera);
 
@@ -957,10 +964,10 @@ QVN_API uint32_t QV_GetKZBPCIRevision(int32_t selected, int32_t camera);
 /* ------------------------------------------------------------------------- */
 
 /*
- * Words of the camera's own memory: 0 temperature offset and 1 span in tenths, 7 and 8 serial number,
- * 9 kind of temperature sensor, 10 format of the serial number. Reading gives 65535 or 0 where there
- * is no memory. Writing erases the word first; on the simulated camera and on platforms 61, 200 and
- * 400 it does nothing. Hold the service off around them.
+ * Words of the camera's own memory: 0 temperature offset and 1 span in tenths, 7 and 8 serial
+ * number, 9 kind of temperature sensor, 10 format of the serial number. Reading gives 65535 or 0
+ * where there is no memory. Writing erases the word first; on the simulated camera and on
+ * platforms 61, 200 and 400 it does nothing. Hold the service off around them.
  */
 QVN_API uint16_t QV_ReadEP(int32_t address, int32_t camera);
 QVN_API void QV_WriteEP(int32_t address, int32_t value, int32_t camera);
@@ -969,9 +976,9 @@ QVN_API void QV_WriteEP(int32_t address, int32_t value, int32_t camera);
 QVN_API int32_t QV_GetSerNum(int32_t camera);
 
 /*
- * Stores a serial number. `format` 0: binary. Otherwise decimal: the upper word is serial / 100000, the
- * lower one serial - upper, cut to 16 bits, so that only numbers below 65535 read back as stored.
- * Holds the service off.
+ * Stores a serial number. `format` 0: binary. Otherwise decimal: the upper word is serial /
+ * 100000, the lower one serial - upper, cut to 16 bits, so that only numbers below 65535 read back
+ * as stored. Holds the service off.
  */
 QVN_API void QV_SetSerNum(int32_t serial, int32_t format, int32_t camera);
 
@@ -995,12 +1002,12 @@ QVN_API void QV_PokeW(int32_t address, int32_t value, int32_t camera);
 QVN_API int32_t QV_PeekW(int32_t address, int32_t camera);
 
 /*
- * Platforms 44 and 47: `which` 1 gives 1 if the power status is not zero, 2 gives 1 while a transfer of
- * the card runs. 0 on others.
+ * Platforms 44 and 47: `which` 1 gives 1 if the power status is not zero, 2 gives 1 while a
+ * transfer of the card runs. 0 on others.
  */
 QVN_API int32_t QV_QuerySts(int32_t which, int32_t camera);
 
-/* Platform 205: mean of 64 conversions of an auxiliary channel. 0 on others. Holds the service off. */
+/* Platform 205: mean of 64 conversions of a spare channel; 0 on others. Holds the service off. */
 QVN_API int32_t QV_GetAD(int32_t channel, int32_t camera);
 
 #ifdef __cplusplus
