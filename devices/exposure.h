@@ -3,9 +3,12 @@
 #include <cstdint>
 
 // Readies the shutter line, starts the camera's own counter, and keeps pace
-// with it. `exposure` is in seconds and gets the time really exposed. 1 when
-// the exposure was broken off, else 0.
+// with it. `exposure` is in seconds; it is raised to what the camera can do and,
+// after a break, gets the time really exposed. A negative one exposes nothing.
+// `shutter` nonzero is a light frame. 1 when the exposure was broken off, else
+// 0. `label` is not used. The caller holds the timer off.
 int32_t ExposureControl(const char* label, double* exposure, int32_t shutter, int32_t camera);
 
-// The same for all heads of an array; 0.
+// The same for all heads of an array, each with its HeadExposure; 0, also after
+// a break.
 int32_t ArrayExposureControl(int32_t shutter, int32_t camera);

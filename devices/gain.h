@@ -2,5 +2,8 @@
 #pragma once
 #include <cstdint>
 
+// Programs gain `index`, which is not tested: 0 to 4. What the driver returned.
+// Holds the timer off.
 int32_t SetGain(int32_t index, int32_t camera);
+
 int32_t GetGain(int32_t camera);
