@@ -1,14 +1,16 @@
-// qvn.cfg: what the sensors and platforms are, in numbers.
+// qvn.cfg: what the sensors and platforms are, in numbers. It stands in
+// LibraryPath. A key that is missing or of another type reads as zero.
+//
+// These calls use the camera's record and the buffers of CCDtoName and
+// PTFtoName, so they belong to the thread that opens cameras.
 #pragma once
 #include <cstdint>
 
-// Status of every load and save. Nothing is changed unless it is 0.
-enum FileStatus : int32_t {
-    FileDone = 0,
-    FileNotOpened = 1,
-    FileNotParsed = 2, // for a save also: a key is missing or of another type
-};
+#include "catalogue/file_status.h"
 
+// Each returns a FileStatus. The names that are looked up store CcdFamily and
+// PlatformShortCode of the camera, whatever the result. A save needs every key to
+// be there and creates none.
 int64_t LoadCCD(int32_t ccd, int32_t camera);
 int64_t SaveCCD(int32_t ccd, int32_t camera);
 int64_t LoadPlatform(int32_t platform, int32_t ccd, int32_t camera);
@@ -18,5 +20,6 @@ int64_t SavePlatform(int32_t platform, int32_t ccd, int32_t camera);
 int32_t OpenPar(int32_t platform, int32_t ccd, int32_t camera);
 
 // The simulated camera's source image: a file name of at most `room` - 1
-// characters and the image's size in pixels. FileNotParsed if there is no name.
+// characters and the image's size in pixels. FileNotParsed if there is no name or
+// it does not fit. Nothing is stored unless the result is FileDone.
 int32_t ReadDemoDefinition(char* fileName, uint32_t room, int32_t* xpix, int32_t* ypix);

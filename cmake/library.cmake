@@ -10,7 +10,8 @@ else()
   list(APPEND QVN_SOURCES ${PROJECT_SOURCE_DIR}/platform/posix.cpp
                           ${PROJECT_SOURCE_DIR}/platform/ports_x86.cpp)
 endif()
-list(APPEND QVN_SOURCES ${PROJECT_SOURCE_DIR}/platform/system.cpp)
+list(APPEND QVN_SOURCES ${PROJECT_SOURCE_DIR}/platform/system.cpp
+                        ${PROJECT_SOURCE_DIR}/platform/number_format.cpp)
 
 find_package(PkgConfig REQUIRED)
 pkg_check_modules(LIBCONFIG REQUIRED IMPORTED_TARGET libconfig)
