@@ -18,6 +18,9 @@ foreach(folder ${QVN_TEST_FOLDERS})
   add_executable(test_${name} ${sources})
   target_link_libraries(test_${name} PRIVATE qvn_test_support qvn_objects qvn_emulator
     GTest::gtest GTest::gtest_main)
+  if(name STREQUAL samples)
+    target_link_libraries(test_${name} PRIVATE qvn_samples)
+  endif()
   target_compile_definitions(test_${name} PRIVATE
     QVN_SOURCE_DIR="${PROJECT_SOURCE_DIR}" QVN_BINARY_DIR="${PROJECT_BINARY_DIR}")
   gtest_discover_tests(test_${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300)

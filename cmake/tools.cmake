@@ -5,9 +5,10 @@ pkg_check_modules(LIBTIFF REQUIRED IMPORTED_TARGET libtiff-4)
 find_package(CLI11 REQUIRED)
 
 file(GLOB QVN_TOOL_SOURCES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/tools/*.cpp)
+list(REMOVE_ITEM QVN_TOOL_SOURCES ${QVN_SAMPLE_SOURCES})
 if(QVN_TOOL_SOURCES)
   add_executable(qvn_program ${QVN_TOOL_SOURCES})
   set_target_properties(qvn_program PROPERTIES OUTPUT_NAME qvn)
-  target_link_libraries(qvn_program PRIVATE qvn_options qvn CLI11::CLI11
+  target_link_libraries(qvn_program PRIVATE qvn_options qvn qvn_samples CLI11::CLI11
     PkgConfig::CFITSIO PkgConfig::LIBPNG PkgConfig::LIBTIFF Threads::Threads)
 endif()

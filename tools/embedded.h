@@ -1,0 +1,11 @@
+// Files that the build has put into the program.
+#pragma once
+#include <cstddef>
+
+struct EmbeddedFile {
+    const unsigned char* bytes;
+    size_t size;
+};
+
+extern const EmbeddedFile QvnCfgFile;    // share/qvn/qvn.cfg
+extern const EmbeddedFile CameraCfgFile; // share/qvn/camera.cfg
