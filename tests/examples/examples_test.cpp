@@ -1,0 +1,195 @@
+// The example programs, run as a user runs them: arguments in, files and texts
+// out.
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <sstream>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+constexpr int Columns = 64;
+constexpr int Rows = 48;
+
+struct Outcome {
+    int exitCode;
+    std::string text; // both streams
+};
+
+Outcome Run(const std::string& command)
+{
+    Outcome outcome = {-1, ""};
+    FILE* pipe = popen((command + " 2>&1").c_str(), "r");
+    if (pipe == nullptr) return outcome;
+    char part[4096];
+    while (fgets(part, sizeof part, pipe) != nullptr) outcome.text += part;
+    const int status = pclose(pipe);
+    if (WIFEXITED(status)) outcome.exitCode = WEXITSTATUS(status);
+    return outcome;
+}
+
+struct Pgm {
+    int width = 0, height = 0, maximum = 0;
+    std::vector<unsigned> pixels;
+};
+
+Pgm ReadPgm(const std::filesystem::path& path)
+{
+    Pgm image;
+    std::ifstream file(path, std::ios::binary);
+    std::string kind;
+    file >> kind >> image.width >> image.height >> image.maximum;
+    EXPECT_EQ(kind, "P5");
+    file.get();
+    std::ostringstream rest;
+    rest << file.rdbuf();
+    const std::string bytes = rest.str();
+    EXPECT_EQ(bytes.size(), 2u * static_cast<size_t>(image.width * image.height));
+    for (size_t i = 0; i + 1 < bytes.size(); i += 2) {
+        image.pixels.push_back(static_cast<unsigned char>(bytes[i]) * 256u +
+                               static_cast<unsigned char>(bytes[i + 1]));
+    }
+    return image;
+}
+
+// A folder with a definition file and a source image that grows by 100 from
+// column to column, up to 6300.
+class Examples : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        Folder =
+            std::filesystem::path(testing::TempDir()) / ("examples " + std::to_string(getpid()));
+        std::filesystem::create_directories(Folder);
+        std::ofstream(Folder / "qvn.cfg")
+            << "rmk_camera_library: {\n"
+               "  ccd_definitions: { kaf1600: { Xpix = 64; Ypix = 48; HorRegSize = 70; }; };\n"
+               "  camera_platforms: { DEMO: {\n"
+               "    ADbit = [16, 0]; File = \"ramp.raw\"; Xpix = 64; Ypix = 48;\n"
+               "    kaf1600: { SamplingClock = [1.0, 1.0]; };\n"
+               "  }; };\n"
+               "};\n";
+        std::ofstream image(Folder / "ramp.raw", std::ios::binary);
+        for (int pixel = 0; pixel < Columns * Rows; ++pixel) {
+            const int value = pixel % Columns * 100;
+            image.put(static_cast<char>(value & 0xFF));
+            image.put(static_cast<char>(value >> 8));
+        }
+    }
+
+    void TearDown() override { std::filesystem::remove_all(Folder); }
+
+    std::string Quoted(const std::string& name) const
+    {
+        return " '" + (Folder / name).string() + "'";
+    }
+
+    // A light frame of 0.1 seconds shows a tenth of the image over the bias of
+    // 100: from 100 in the first column to 730 in the last. The noise of this
+    // exposure has a deviation of about 5 at 21 degrees.
+    void ExpectRamp(const std::string& program) const
+    {
+        const Outcome outcome = Run(program + Quoted("") + Quoted("frame.pgm"));
+        ASSERT_EQ(outcome.exitCode, 0) << outcome.text;
+        EXPECT_NE(outcome.text.find("64 x 48 pixels"), std::string::npos) << outcome.text;
+        const Pgm image = ReadPgm(Folder / "frame.pgm");
+        ASSERT_EQ(image.width, Columns);
+        ASSERT_EQ(image.height, Rows);
+        EXPECT_EQ(image.maximum, 65535);
+        double first = 0.0, last = 0.0;
+        for (int row = 0; row < Rows; ++row) {
+            first += image.pixels[static_cast<size_t>(row * Columns)];
+            last += image.pixels[static_cast<size_t>(row * Columns + Columns - 1)];
+        }
+        EXPECT_NEAR(first / Rows, 100.0, 5.0);
+        EXPECT_NEAR(last / Rows, 730.0, 5.0);
+    }
+
+    std::filesystem::path Folder;
+};
+
+TEST_F(Examples, CProgramSavesAFrame)
+{
+    ExpectRamp(QVN_FIRST_FRAME_C);
+}
+
+TEST_F(Examples, CppProgramSavesAFrame)
+{
+    ExpectRamp(QVN_FIRST_FRAME_CPP);
+}
+
+TEST_F(Examples, MissingDefinitionsFailWithTheLibrarysTextAndAHint)
+{
+    for (const char* program : {QVN_FIRST_FRAME_C, QVN_FIRST_FRAME_CPP, QVN_COOLING}) {
+        const bool frame = std::string(program) != QVN_COOLING;
+        const Outcome outcome =
+            Run(program + Quoted("nowhere") + (frame ? Quoted("frame.pgm") : ""));
+        EXPECT_EQ(outcome.exitCode, 1) << program;
+        EXPECT_NE(outcome.text.find("Platform definition not found! Check qvn library path"),
+                  std::string::npos)
+            << outcome.text;
+        EXPECT_NE(outcome.text.find("hint: the first argument"), std::string::npos) << outcome.text;
+        EXPECT_FALSE(std::filesystem::exists(Folder / "frame.pgm"));
+    }
+}
+
+TEST_F(Examples, MissingSourceImageFailsWithTheLibrarysTextAndAHint)
+{
+    std::filesystem::remove(Folder / "ramp.raw");
+    for (const char* program : {QVN_FIRST_FRAME_C, QVN_FIRST_FRAME_CPP}) {
+        const Outcome outcome = Run(program + Quoted("") + Quoted("frame.pgm"));
+        EXPECT_EQ(outcome.exitCode, 1) << program;
+        EXPECT_NE(outcome.text.find("Camera not found! Is it turned on ?"), std::string::npos)
+            << outcome.text;
+        EXPECT_NE(outcome.text.find("hint: the simulated camera needs"), std::string::npos)
+            << outcome.text;
+    }
+}
+
+TEST_F(Examples, UnwritablePictureFails)
+{
+    for (const char* program : {QVN_FIRST_FRAME_C, QVN_FIRST_FRAME_CPP}) {
+        const Outcome outcome = Run(program + Quoted("") + Quoted("no/such/folder.pgm"));
+        EXPECT_EQ(outcome.exitCode, 1) << program;
+        EXPECT_NE(outcome.text.find("could not be written"), std::string::npos) << outcome.text;
+    }
+}
+
+TEST_F(Examples, MissingArgumentsPrintTheUsage)
+{
+    for (const char* program : {QVN_FIRST_FRAME_C, QVN_FIRST_FRAME_CPP, QVN_COOLING}) {
+        const Outcome outcome = Run(program);
+        EXPECT_EQ(outcome.exitCode, 1) << program;
+        EXPECT_NE(outcome.text.find("usage:"), std::string::npos) << outcome.text;
+    }
+}
+
+// Two seconds on the native clock: two readings a second, 0.1 degrees each, from
+// about 21 degrees down.
+TEST_F(Examples, CoolingPrintsAFallingTemperature)
+{
+    const Outcome outcome = Run(QVN_COOLING + Quoted("") + " 2");
+    ASSERT_EQ(outcome.exitCode, 0) << outcome.text;
+    int firstSecond = -1, secondSecond = -1;
+    double first = 0.0, second = 0.0, power = 0.0;
+    std::istringstream lines(outcome.text);
+    std::string line;
+    ASSERT_TRUE(std::getline(lines, line)) << outcome.text;
+    ASSERT_EQ(sscanf(line.c_str(), "%d s %lf C cooler %lf", &firstSecond, &first, &power), 3)
+        << line;
+    EXPECT_EQ(firstSecond, 0);
+    EXPECT_DOUBLE_EQ(power, 30.0);
+    EXPECT_NEAR(first, 21.0, 0.3);
+    ASSERT_TRUE(std::getline(lines, line)) << outcome.text;
+    ASSERT_EQ(sscanf(line.c_str(), "%d s %lf C", &secondSecond, &second), 2) << line;
+    EXPECT_EQ(secondSecond, 1);
+    EXPECT_LT(second, first);
+    EXPECT_NE(outcome.text.find("not yet at the target"), std::string::npos) << outcome.text;
+}
+
+} // namespace
