@@ -2,7 +2,8 @@
 
 #include <cstdio>
 
-CameraRecord CameraTable[CameraCount];
+// Zero when the library is loaded, ahead of the code that fills the slots.
+constinit CameraRecord CameraTable[CameraCount] = {};
 
 int32_t LibraryReady;
 char LibraryPath[PathRoom + 1];

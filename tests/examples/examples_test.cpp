@@ -21,7 +21,7 @@ struct Outcome {
     std::string text; // both streams
 };
 
-Outcome Run(const std::string& command)
+Outcome Execute(const std::string& command)
 {
     Outcome outcome = {-1, ""};
     FILE* pipe = popen((command + " 2>&1").c_str(), "r");
@@ -94,7 +94,7 @@ protected:
     // exposure has a deviation of about 5 at 21 degrees.
     void ExpectRamp(const std::string& program) const
     {
-        const Outcome outcome = Run(program + Quoted("") + Quoted("frame.pgm"));
+        const Outcome outcome = Execute(program + Quoted("") + Quoted("frame.pgm"));
         ASSERT_EQ(outcome.exitCode, 0) << outcome.text;
         EXPECT_NE(outcome.text.find("64 x 48 pixels"), std::string::npos) << outcome.text;
         const Pgm image = ReadPgm(Folder / "frame.pgm");
@@ -128,7 +128,7 @@ TEST_F(Examples, MissingDefinitionsFailWithTheLibrarysTextAndAHint)
     for (const char* program : {QVN_FIRST_FRAME_C, QVN_FIRST_FRAME_CPP, QVN_COOLING}) {
         const bool frame = std::string(program) != QVN_COOLING;
         const Outcome outcome =
-            Run(program + Quoted("nowhere") + (frame ? Quoted("frame.pgm") : ""));
+            Execute(program + Quoted("nowhere") + (frame ? Quoted("frame.pgm") : ""));
         EXPECT_EQ(outcome.exitCode, 1) << program;
         EXPECT_NE(outcome.text.find("Platform definition not found! Check qvn library path"),
                   std::string::npos)
@@ -142,7 +142,7 @@ TEST_F(Examples, MissingSourceImageFailsWithTheLibrarysTextAndAHint)
 {
     std::filesystem::remove(Folder / "ramp.raw");
     for (const char* program : {QVN_FIRST_FRAME_C, QVN_FIRST_FRAME_CPP}) {
-        const Outcome outcome = Run(program + Quoted("") + Quoted("frame.pgm"));
+        const Outcome outcome = Execute(program + Quoted("") + Quoted("frame.pgm"));
         EXPECT_EQ(outcome.exitCode, 1) << program;
         EXPECT_NE(outcome.text.find("Camera not found! Is it turned on ?"), std::string::npos)
             << outcome.text;
@@ -154,7 +154,7 @@ TEST_F(Examples, MissingSourceImageFailsWithTheLibrarysTextAndAHint)
 TEST_F(Examples, UnwritablePictureFails)
 {
     for (const char* program : {QVN_FIRST_FRAME_C, QVN_FIRST_FRAME_CPP}) {
-        const Outcome outcome = Run(program + Quoted("") + Quoted("no/such/folder.pgm"));
+        const Outcome outcome = Execute(program + Quoted("") + Quoted("no/such/folder.pgm"));
         EXPECT_EQ(outcome.exitCode, 1) << program;
         EXPECT_NE(outcome.text.find("could not be written"), std::string::npos) << outcome.text;
     }
@@ -163,7 +163,7 @@ TEST_F(Examples, UnwritablePictureFails)
 TEST_F(Examples, MissingArgumentsPrintTheUsage)
 {
     for (const char* program : {QVN_FIRST_FRAME_C, QVN_FIRST_FRAME_CPP, QVN_COOLING}) {
-        const Outcome outcome = Run(program);
+        const Outcome outcome = Execute(program);
         EXPECT_EQ(outcome.exitCode, 1) << program;
         EXPECT_NE(outcome.text.find("usage:"), std::string::npos) << outcome.text;
     }
@@ -173,7 +173,7 @@ TEST_F(Examples, MissingArgumentsPrintTheUsage)
 // about 21 degrees down.
 TEST_F(Examples, CoolingPrintsAFallingTemperature)
 {
-    const Outcome outcome = Run(QVN_COOLING + Quoted("") + " 2");
+    const Outcome outcome = Execute(QVN_COOLING + Quoted("") + " 2");
     ASSERT_EQ(outcome.exitCode, 0) << outcome.text;
     int firstSecond = -1, secondSecond = -1;
     double first = 0.0, second = 0.0, power = 0.0;
