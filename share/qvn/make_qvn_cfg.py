@@ -65,6 +65,9 @@ HEAD = """\
 
 DEMO_IMAGE = """\
       # The image that the simulated camera looks at: 16 bits a pixel, little-endian.
+      # A sensor sees its middle, straight if it has an even number of columns and
+      # no more than the image; otherwise the rows of the image lean or run on into
+      # one another.
       File = "starfield.raw";
       Xpix = 3072;
       Ypix = 2048;
