@@ -584,8 +584,10 @@ QVN_API void QV_GetHPdata(PlatformDefinition *record, int32_t camera);
  * or save the camera's into the file. Result QV_FILE_...; on failure nothing is changed. The
  * status of the camera stays as it is.
  * Loading: a missing key, or one of another type, reads as 0; an unknown code reads as all zeros.
- * Saving: the file must hold all keys of the definition, and is replaced in one step, so that it
- * is never lost. Comments in it are lost.
+ * Saving: the file must hold all keys of the definition. It is replaced in one step, so that it is
+ * never lost, with its mode; comments in it are lost, and numbers keep 15 digits. A disk that
+ * refuses the new version leaves the old one, with the result 0.
+ * A file above 4 MiB, or with @include, gives QV_FILE_NOT_PARSED.
  */
 QVN_API int64_t QV_LoadCCD(int32_t ccd, int32_t camera);
 QVN_API int64_t QV_SaveCCD(int32_t ccd, int32_t camera);
@@ -600,7 +602,8 @@ QVN_API int64_t QV_SavePlatform(int32_t platform, int32_t ccd, int32_t camera);
  * Read a configuration from a file, or save it into a file that exists and holds all keys. A name
  * with a slash or backslash is used as it stands; any other is looked for in the library's folder.
  * Result QV_FILE_...; on failure neither record nor file is changed. Missing keys read as 0.
- * Saving always empties DefectiveList, in the file and in the record.
+ * Saving always empties DefectiveList, in the file and in the record, and replaces the file as
+ * QV_SaveCCD does.
  */
 QVN_API int32_t QV_LoadCameraConfig(const char *name, CameraConfig *config);
 QVN_API int32_t QV_SaveCameraConfig(const char *name, CameraConfig *config);
@@ -828,7 +831,9 @@ QVN_API double QV_GetPower(int32_t camera);
 /*
  * Calibration of the sensor's temperature, in place of the one of open: degrees and a factor. Most
  * platforms calculate (reading + offset) x span. Reaches cameras whose number equals their
- * sub-camera number, and platforms 28 on USB, 29, 48, 61, 200, 205, 300 and 450.
+ * sub-camera number, and platforms 28 on USB, 29, 48, 61, 200, 205, 300 and 450. At open it comes
+ * from the camera's memory or, on platforms 61, 300 and 450, from TemperatureOffset and
+ * TemperatureSpan in camera.cfg (1.0 and 1.0 without that file).
  */
 QVN_API void QV_TempCalib(double offset, double span, int32_t camera);
 
