@@ -7,8 +7,7 @@ file(GLOB_RECURSE QVN_SOURCES CONFIGURE_DEPENDS ${QVN_GLOBS})
 if(WIN32)
   list(APPEND QVN_SOURCES ${PROJECT_SOURCE_DIR}/platform/windows.cpp)
 else()
-  list(APPEND QVN_SOURCES ${PROJECT_SOURCE_DIR}/platform/posix.cpp
-                          ${PROJECT_SOURCE_DIR}/platform/ports_x86.cpp)
+  list(APPEND QVN_SOURCES ${PROJECT_SOURCE_DIR}/platform/posix.cpp)
 endif()
 list(APPEND QVN_SOURCES ${PROJECT_SOURCE_DIR}/platform/system.cpp
                         ${PROJECT_SOURCE_DIR}/platform/number_format.cpp)

@@ -9,31 +9,35 @@
 void EmuReset();
 
 // Points `System` at the virtual world. Real time: the same world with clock,
-// timer and files of the operating system.
+// timer of the operating system.
 void EmuInstall();
 void EmuInstallRealTime();
 
 // --- time ---
 uint64_t EmuMicroseconds();
-void EmuSetTickCost(uint32_t microseconds);     // of one TickCount; 10 after reset
-void EmuSetTimerPhase(uint32_t microseconds);   // the first tick comes this much early
+void EmuSetTickCost(uint32_t microseconds);       // of one TickCount; 10 after reset
+void EmuSetTimerPhase(uint32_t microseconds);     // the first tick comes this much early
 void EmuSetFirstTickCount(uint32_t milliseconds); // TickCount at time 0
-void EmuSetWallSeconds(int64_t seconds);        // wall clock at time 0
+void EmuSetWallSeconds(int64_t seconds);          // wall clock at time 0
+
+// The virtual time at which the run is taken for hung: it says so and ends the
+// process. 30 days after reset.
+void EmuSetTimeLimit(uint64_t microseconds);
 
 // Runs `action` when the virtual clock reaches `microseconds`: another thread of
 // the host, a hand on a switch. At most 64 are waiting at a time.
 void EmuSchedule(uint64_t microseconds, void (*action)(int32_t argument), int32_t argument);
 
 // --- what the library did ---
-size_t EmuLiveBlocks();       // allocations not yet released
+size_t EmuLiveBlocks(); // allocations not yet released
 uint32_t EmuTimersRunning();
-uint32_t EmuPriorityClass();  // last given to SetPriority
+uint32_t EmuPriorityClass(); // last given to SetPriority
 int32_t EmuThreadPriority();
-uint64_t EmuSleepCount();     // calls of Sleep
-uint64_t EmuLastSleep();      // milliseconds of the last one
+uint64_t EmuSleepCount(); // calls of Sleep
+uint64_t EmuLastSleep();  // milliseconds of the last one
 
 // --- surroundings ---
-void EmuSetCurrentDirectory(const char* path); // null: it cannot be told
+void EmuSetCurrentDirectory(const char* path);   // null: it cannot be told
 void EmuSetEnterableDirectory(const char* path); // the one that can be entered; null: none
 
 // --- faults ---
