@@ -19,6 +19,8 @@ constexpr char IncludeDirective[] = "@include";
 // Arrays that can be turned from integers into floats. The longest in use has 4.
 constexpr int32_t MaxElements = 64;
 constexpr double EndOfExactIntegers = 9007199254740992.0;
+// With 15 digits anything larger reads back as infinity.
+constexpr double LargestWritable = 1.79769313486231e308;
 constexpr double EndOfInt64 = 9223372036854775808.0;
 
 config_t* Config(ConfigTree* tree)
@@ -50,6 +52,11 @@ bool HasInclude(const char* text)
         if (strncmp(line, IncludeDirective, sizeof IncludeDirective - 1) == 0) return true;
     }
     return false;
+}
+
+bool IsWritable(double value)
+{
+    return std::fabs(value) <= LargestWritable;
 }
 
 bool FitsInteger(double value, int type)
@@ -91,15 +98,15 @@ void ReplaceElement(config_setting_t* element, double value)
     for (int i = 0; i < count; ++i) config_setting_set_float_elem(array, -1, values[i]);
 }
 
-bool AllFinite(config_setting_t* setting)
+bool AllWritable(config_setting_t* setting)
 {
     if (config_setting_type(setting) == CONFIG_TYPE_FLOAT) {
-        return std::isfinite(config_setting_get_float(setting));
+        return IsWritable(config_setting_get_float(setting));
     }
     if (!config_setting_is_aggregate(setting)) return true;
     const int count = config_setting_length(setting);
     for (int i = 0; i < count; ++i) {
-        if (!AllFinite(config_setting_get_elem(setting, static_cast<unsigned>(i)))) return false;
+        if (!AllWritable(config_setting_get_elem(setting, static_cast<unsigned>(i)))) return false;
     }
     return true;
 }
@@ -111,7 +118,7 @@ FileStatus OpenConfigTree(const char* path, ConfigTree* tree)
     FILE* stream = fopen(path, "rb");
     if (stream == nullptr) return FileNotOpened;
     // Read at once and not by the parser, which ends the process if a read fails.
-    char* text = static_cast<char*>(malloc(ConfigMaxBytes + 2));
+    char* text = static_cast<char*>(malloc(ConfigMaxBytes + 1 + ConfigTextRoom));
     FileStatus status = FileNotOpened;
     if (text != nullptr) {
         const size_t bytes = fread(text, 1, ConfigMaxBytes + 1, stream);
@@ -124,8 +131,9 @@ FileStatus OpenConfigTree(const char* path, ConfigTree* tree)
 
 FileStatus ParseConfigTree(char* text, size_t bytes, ConfigTree* tree)
 {
-    text[bytes] = '\0';
-    if (bytes > ConfigMaxBytes || strlen(text) != bytes) return FileNotParsed;
+    // The parser wants an end of line behind a comment.
+    memcpy(text + bytes, "\n", ConfigTextRoom);
+    if (bytes > ConfigMaxBytes || strlen(text) != bytes + 1) return FileNotParsed;
     if (strncmp(text, ByteOrderMark, sizeof ByteOrderMark - 1) == 0) {
         text += sizeof ByteOrderMark - 1;
     }
@@ -194,7 +202,7 @@ bool ConfigHoldsInt(ConfigNode* node)
 
 bool ConfigHoldsFloat(ConfigNode* node, double value)
 {
-    if (!std::isfinite(value)) return false;
+    if (!IsWritable(value)) return false;
     const int type = TypeOf(node);
     if (type == CONFIG_TYPE_FLOAT) return true;
     if (type != CONFIG_TYPE_INT && type != CONFIG_TYPE_INT64) return false;
@@ -236,7 +244,7 @@ void SetConfigText(ConfigNode* node, const char* text)
 
 bool ConfigIsWritable(ConfigTree* tree)
 {
-    return AllFinite(config_root_setting(Config(tree)));
+    return AllWritable(config_root_setting(Config(tree)));
 }
 
 void WriteConfigTree(const char* path, ConfigTree* tree)

@@ -12,6 +12,7 @@
 #include "catalogue/file_status.h"
 
 inline constexpr size_t ConfigMaxBytes = 4u << 20;
+inline constexpr size_t ConfigTextRoom = 2;
 
 struct ConfigTree {
     alignas(std::max_align_t) unsigned char memory[192];
@@ -21,8 +22,8 @@ struct ConfigTree {
 // may be given to every reading function.
 struct ConfigNode;
 
-// Reads the file at `path`, or `bytes` characters of text, which must be followed
-// by one more writable character. The tree is to be closed if the result is 0.
+// Reads the file at `path`, or `bytes` characters of text, which must have room for
+// ConfigTextRoom more. The tree is to be closed if the result is 0.
 FileStatus OpenConfigTree(const char* path, ConfigTree* tree);
 FileStatus ParseConfigTree(char* text, size_t bytes, ConfigTree* tree);
 void CloseConfigTree(ConfigTree* tree);
@@ -49,7 +50,7 @@ void SetConfigInt(ConfigNode* node, int32_t value);
 void SetConfigFloat(ConfigNode* node, double value);
 void SetConfigText(ConfigNode* node, const char* text);
 
-// False if the file would not parse again: a number in it is not finite.
+// False if the file would not read back: a number in it is infinite, or nearly so.
 bool ConfigIsWritable(ConfigTree* tree);
 // Puts the tree in place of the file. If that fails the old file stays. Comments
 // and layout are lost; floats keep 15 digits.
