@@ -1,6 +1,6 @@
 # Makes a C++ source that holds files as byte arrays. Run as a script:
 #   cmake -DOUTPUT=embedded.cpp -DHEADER=tools/embedded.h
-#         "-DFILES=Name=path;Other=path" -P embed.cmake
+#         "-DFILES=Name=path|Other=path" -P embed.cmake
 # Each file becomes `extern const EmbeddedFile Name` as the header declares it.
 if(NOT OUTPUT OR NOT HEADER OR NOT FILES)
   message(FATAL_ERROR "embed.cmake: OUTPUT, HEADER and FILES are needed")
@@ -8,7 +8,8 @@ endif()
 
 string(REPEAT "[0-9a-f]" 32 row)
 set(text "// Made by cmake/embed.cmake.\n#include \"${HEADER}\"\n")
-foreach(entry IN LISTS FILES)
+string(REPLACE "|" ";" entries "${FILES}")
+foreach(entry IN LISTS entries)
   if(NOT entry MATCHES "^([A-Za-z0-9_]+)=(.+)$")
     message(FATAL_ERROR "embed.cmake: \"${entry}\" is not Name=path")
   endif()

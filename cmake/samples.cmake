@@ -4,7 +4,7 @@ set(QVN_EMBEDDED ${PROJECT_BINARY_DIR}/embedded_files.cpp)
 set(QVN_SHARE ${PROJECT_SOURCE_DIR}/share/qvn)
 add_custom_command(OUTPUT ${QVN_EMBEDDED}
   COMMAND ${CMAKE_COMMAND} -DOUTPUT=${QVN_EMBEDDED} -DHEADER=tools/embedded.h
-    "-DFILES=QvnCfgFile=${QVN_SHARE}/qvn.cfg\;CameraCfgFile=${QVN_SHARE}/camera.cfg"
+    "-DFILES=QvnCfgFile=${QVN_SHARE}/qvn.cfg|CameraCfgFile=${QVN_SHARE}/camera.cfg"
     -P ${PROJECT_SOURCE_DIR}/cmake/embed.cmake
   DEPENDS ${QVN_SHARE}/qvn.cfg ${QVN_SHARE}/camera.cfg
     ${PROJECT_SOURCE_DIR}/cmake/embed.cmake
