@@ -1,0 +1,36 @@
+// The cooler: switching it on, watching it, waiting until the sensor is cold.
+#pragma once
+#include <string>
+
+#include "tools/session.h"
+
+struct CoolingRequest {
+    double target = 0.0;       // Celsius
+    double tolerance = 0.5;    // degrees
+    double waitLimit = 1800.0; // seconds
+};
+
+struct TemperatureReading {
+    double seconds = 0.0; // since the start of the watch
+    double celsius = 0.0;
+    double power = 0.0; // percent
+    int32_t status = 0; // QV_COOLER_...
+};
+
+// Sets the target and starts regulation; the session must be open with
+// QV_OPTION_REGULATION.
+void StartCooling(Session* session, double target);
+
+TemperatureReading TakeReading(const Session& session, double startSeconds);
+
+// "cooler off", "at target" ...
+const char* CoolerText(int32_t status);
+
+enum class CoolingResult { Reached, Broken, Failed };
+
+// Waits for six readings in a row within the tolerance. When it fails it says why.
+CoolingResult WaitUntilCold(const Session& session, const CoolingRequest& request);
+
+// Whether the background still reads the temperature; it ends for good at the first
+// reading that fails. Says why if not.
+bool RegulationLives(const Session& session);

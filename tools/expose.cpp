@@ -1,0 +1,284 @@
+// qvn expose: frames from the camera to files.
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <ctime>
+#include <new>
+
+#include "tools/breaker.h"
+#include "tools/commands.h"
+#include "tools/output_names.h"
+#include "tools/progress.h"
+#include "tools/report.h"
+#include "tools/safe_file.h"
+#include "tools/text.h"
+
+namespace {
+
+struct FrameGeometry {
+    int32_t width = 0, height = 0; // as delivered
+    size_t pixels = 0;             // that the library may write
+};
+
+std::string UtcNow()
+{
+    using std::chrono::duration_cast;
+    using std::chrono::milliseconds;
+    const auto now = std::chrono::system_clock::now().time_since_epoch();
+    const int64_t stamp = duration_cast<milliseconds>(now).count();
+    const auto seconds = static_cast<time_t>(stamp / 1000);
+    tm parts = {};
+    gmtime_r(&seconds, &parts);
+    char text[32];
+    std::strftime(text, sizeof(text), "%Y-%m-%dT%H:%M:%S", &parts);
+    return Text("%s.%03d", text, static_cast<int>(stamp % 1000));
+}
+
+ImageFormat ChosenFormat(const ExposeRequest& request)
+{
+    return request.format != ImageFormat::Unknown ? request.format : FormatOfFile(request.output);
+}
+
+bool NameIsPossible(const char* argument, const std::string& pattern, const ExposeRequest& request)
+{
+    const std::string doing = Text("checking %s", argument);
+    if (!PatternIsPlain(pattern)) {
+        Complain(doing, Text("%s: only one counter such as %%04d is possible", pattern.c_str()),
+                 "frame_%04d.fits");
+        return false;
+    }
+    for (int32_t number = 1; number <= request.frames; ++number) {
+        std::string error;
+        std::string advice;
+        const std::string name = OutputName(pattern, number, request.frames);
+        if (OutputIsPossible(name, request.overwrite, &error, &advice)) continue;
+        Complain(doing, error, advice);
+        return false;
+    }
+    return true;
+}
+
+// Everything about the outputs that can be wrong shows before the camera is touched.
+bool OutputsArePossible(const ExposeRequest& request)
+{
+    if (ChosenFormat(request) == ImageFormat::Unknown) {
+        Complain("checking --output",
+                 Text("%s: the ending tells no format", request.output.c_str()),
+                 "the ending .fits, .png, .tiff or .raw, or --format");
+        return false;
+    }
+    if (!NameIsPossible("--output", request.output, request)) return false;
+    if (request.preview.empty()) return true;
+    if (request.preview == request.output) {
+        Complain("checking --preview", "it has the name of --output", "another name");
+        return false;
+    }
+    return NameIsPossible("--preview", request.preview, request);
+}
+
+bool SetBinning(const Session& session, const ExposeRequest& request)
+{
+    if (request.horBinning == 1 && request.verBinning == 1) return true;
+    const std::string doing =
+        Text("setting --binning %d,%d", request.horBinning, request.verBinning);
+    if (request.horBinning > session.ccd.Xpix / 2 || request.verBinning > session.ccd.Ypix) {
+        Complain(doing, Text("the sensor has %d x %d pixels", session.ccd.Xpix, session.ccd.Ypix),
+                 "a lower --binning");
+        return false;
+    }
+    QV_SetBinning(request.horBinning, request.verBinning, session.camera);
+    const int32_t code = QV_Status(session.camera);
+    if (code == QV_ERROR_NONE) return true;
+    Complain(doing, LibraryText(code), LibraryAdvice(code));
+    return false;
+}
+
+bool ChooseGeometry(const Session& session, const ExposeRequest& request, FrameGeometry* geometry)
+{
+    const int32_t columns = (session.ccd.Xpix / request.horBinning) & ~1;
+    const int32_t rows = session.ccd.Ypix / request.verBinning;
+    *geometry = {columns, rows, 0};
+    const WindowRequest& window = request.window;
+    if (window.set) {
+        const bool inside = window.x >= 0 && window.y >= 0 && window.width >= 2 &&
+                            window.height >= 1 && window.x <= columns - window.width &&
+                            window.y <= rows - window.height;
+        if (!inside) {
+            Complain("choosing the window",
+                     Text("--window %d,%d,%d,%d is not inside the picture of %d x %d binned pixels",
+                          window.x, window.y, window.width, window.height, columns, rows),
+                     "X,Y,WIDTH,HEIGHT with a width of at least 2");
+            return false;
+        }
+        *geometry = {window.width & ~1, window.height, 0};
+    }
+    geometry->pixels = static_cast<size_t>(geometry->width) * static_cast<size_t>(geometry->height);
+    return true;
+}
+
+bool Cool(Session* session, const ExposeRequest& request, int* exitCode)
+{
+    if (!request.cool) return true;
+    StartCooling(session, request.cooling.target);
+    switch (WaitUntilCold(*session, request.cooling)) {
+    case CoolingResult::Reached: return true;
+    case CoolingResult::Broken: *exitCode = ExitBroken; return false;
+    case CoolingResult::Failed: break;
+    }
+    *exitCode = ExitFailed;
+    return false;
+}
+
+// What a frame's file tells, as it is at this moment.
+void NoteStart(const Session& session, const ExposeRequest& request, FrameRecord* frame)
+{
+    frame->light = request.light;
+    frame->requestedSeconds = request.seconds;
+    frame->exposedSeconds = request.seconds;
+    frame->hasTemperature = ReadCelsius(session, &frame->celsius);
+    frame->cooling = request.cool;
+    frame->targetCelsius = request.cooling.target;
+    QV_GetBinning(&frame->horBinning, &frame->verBinning, session.camera);
+    frame->x = request.window.x;
+    frame->y = request.window.y;
+    frame->pixelWidthUm = session.ccd.XpixDim;
+    frame->pixelHeightUm = session.ccd.YpixDim;
+    frame->gain = QV_GetGain(session.camera);
+    frame->platform = session.platformName;
+    frame->sensor = session.sensorName;
+    frame->startUtc = UtcNow();
+}
+
+void CallLibrary(const Session& session, const ExposeRequest& request, uint16_t* buffer)
+{
+    const int32_t shutter = request.light ? 1 : 0;
+    const WindowRequest& window = request.window;
+    if (window.set) {
+        QV_FGetWinCCD(shutter, request.seconds, window.x, window.y, window.width, window.height,
+                      buffer, session.camera);
+    } else {
+        QV_FGetCCD(shutter, request.seconds, buffer, session.camera);
+    }
+}
+
+// The host holds the service off itself and takes the fast calls: so nothing waits
+// between the noted start and the exposure, and a failed frame leaves no hold behind.
+int32_t ReadFrame(const Session& session, const ExposeRequest& request, FrameRecord* frame)
+{
+    BreakerArm(session.camera);
+    QV_StopNow(session.camera);
+    NoteStart(session, request, frame);
+    const double start = SteadySeconds();
+    CallLibrary(session, request, frame->pixels.data());
+    const int32_t code = QV_Status(session.camera);
+    QV_StartNow(session.camera);
+    BreakerArm(-1);
+
+    // The library shortens exposures above half a second only, and does not tell.
+    constexpr double longestUnbroken = 0.5;
+    const double exposed = BreakSeconds() - start;
+    if (BreakRequested() && request.seconds > longestUnbroken && exposed < request.seconds) {
+        frame->broken = true;
+        frame->exposedSeconds = std::max(exposed, 0.0);
+    }
+    return code;
+}
+
+// With internal buffers the library keeps the frame to itself.
+bool FetchInternal(const Session& session, FrameRecord* frame)
+{
+    if ((QV_GetMode(session.camera) & QV_OPTION_INTERNAL_BUFFERS) == 0) return true;
+    const uint16_t* buffer = QV_MatrixPointer(QV_MatrixGet(session.camera), session.camera);
+    if (buffer == nullptr) return false;
+    std::copy_n(buffer, frame->pixels.size(), frame->pixels.begin());
+    return true;
+}
+
+bool SaveOutputs(const FrameRecord& frame, const ExposeRequest& request, int32_t number)
+{
+    const std::string output = OutputName(request.output, number, request.frames);
+    std::string error;
+    if (!SaveFrame(frame, output, ChosenFormat(request), request.overwrite, &error)) {
+        Complain("writing the frame", error, "free space, or another --output");
+        return false;
+    }
+    std::printf("Wrote %s, %d x %d pixels%s\n", output.c_str(), frame.width, frame.height,
+                frame.broken ? ", broken off" : "");
+    if (request.preview.empty()) return true;
+    const std::string preview = OutputName(request.preview, number, request.frames);
+    if (!SavePreview(frame, preview, request.overwrite, &error)) {
+        Complain("writing the preview", error, "free space, or another --preview");
+        return false;
+    }
+    std::printf("Wrote %s, a preview\n", preview.c_str());
+    return true;
+}
+
+// The exit code so far; ExitDone: go on.
+int TakeFrame(const Session& session, const ExposeRequest& request, int32_t number,
+              const FrameGeometry& geometry)
+{
+    FrameRecord frame;
+    frame.width = geometry.width;
+    frame.height = geometry.height;
+    try {
+        frame.pixels.resize(geometry.pixels);
+    } catch (const std::bad_alloc&) {
+        Complain("taking a frame", Text("no memory for %zu pixels", geometry.pixels),
+                 "a smaller --window or a higher --binning");
+        return ExitFailed;
+    }
+    ProgressBegin(Text("frame %d of %d", number, request.frames), request.seconds);
+    int32_t code = ReadFrame(session, request, &frame);
+    if (code == QV_ERROR_NONE && !FetchInternal(session, &frame)) code = QV_ERROR_IMAGE_BUFFER;
+    ProgressEnd();
+    if (code != QV_ERROR_NONE) {
+        Complain(Text("taking frame %d of %d with camera %d, %s", number, request.frames,
+                      session.camera, CameraText(session).c_str()),
+                 LibraryText(code), LibraryAdvice(code));
+        return ExitFailed;
+    }
+    if (frame.broken && !request.keepBroken) {
+        std::fprintf(stderr,
+                     "qvn: broken off after %.1f of %.1f s, the frame was not kept "
+                     "(--keep-broken keeps it)\n",
+                     frame.exposedSeconds, frame.requestedSeconds);
+        return ExitBroken;
+    }
+    return SaveOutputs(frame, request, number) ? ExitDone : ExitFailed;
+}
+
+int TakeFrames(Session* session, const ExposeRequest& request)
+{
+    FrameGeometry geometry;
+    if (!SetBinning(*session, request)) return ExitFailed;
+    if (!ChooseGeometry(*session, request, &geometry)) return ExitFailed;
+    if (request.window.set && request.window.width != geometry.width) {
+        std::fprintf(stderr, "qvn: widths are even, so the window is %d pixels wide\n",
+                     geometry.width);
+    }
+    QV_SetGain(request.gain, session->camera);
+    int exitCode = ExitDone;
+    if (!Cool(session, request, &exitCode)) return exitCode;
+    for (int32_t number = 1; number <= request.frames; ++number) {
+        if (BreakRequested()) return ExitBroken;
+        if (request.cool && !RegulationLives(*session)) return ExitFailed;
+        exitCode = TakeFrame(*session, request, number, geometry);
+        if (exitCode != ExitDone) return exitCode;
+    }
+    return BreakRequested() ? ExitBroken : ExitDone;
+}
+
+} // namespace
+
+int RunExpose(const ExposeRequest& request)
+{
+    if (!OutputsArePossible(request)) return ExitFailed;
+    Session session;
+    if (!OpenSession(request.camera, request.cool ? QV_OPTION_REGULATION : 0, &session)) {
+        return BreakRequested() ? ExitBroken : ExitFailed;
+    }
+    const int exitCode = TakeFrames(&session, request);
+    CloseSession(session, request.keepCooling);
+    return exitCode;
+}

@@ -1,0 +1,28 @@
+// One frame with all that its file tells about it: the values in force when its
+// exposure began, the geometry that was delivered.
+#pragma once
+#include <cstdint>
+#include <string>
+#include <vector>
+
+struct FrameRecord {
+    int32_t width = 0, height = 0;
+    std::vector<uint16_t> pixels; // row after row, the first row read comes first
+
+    std::string startUtc; // 2024-03-01T21:04:05.678
+    bool light = true;
+    double requestedSeconds = 0.0;
+    double exposedSeconds = 0.0;
+    bool broken = false; // exposedSeconds is then from the host's clock
+
+    bool hasTemperature = false;
+    double celsius = 0.0;
+    bool cooling = false;
+    double targetCelsius = 0.0;
+
+    int32_t horBinning = 1, verBinning = 1;
+    int32_t x = 0, y = 0;                           // of the window, in binned pixels
+    double pixelWidthUm = 0.0, pixelHeightUm = 0.0; // unbinned; 0: not known
+    int32_t gain = 0;                               // index
+    std::string platform, sensor;
+};

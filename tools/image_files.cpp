@@ -1,0 +1,87 @@
+// Frames and pictures as files: the choice of the format, raw files, descriptions.
+#include "tools/image_files.h"
+
+#include <filesystem>
+#include <vector>
+
+#include "include/qvn.h"
+#include "tools/safe_file.h"
+#include "tools/text.h"
+
+namespace {
+
+struct FormatName {
+    const char* name;
+    ImageFormat format;
+};
+
+const FormatName FormatNames[] = {
+    {"fits", ImageFormat::Fits}, {"fit", ImageFormat::Fits},  {"fts", ImageFormat::Fits},
+    {"png", ImageFormat::Png},   {"tiff", ImageFormat::Tiff}, {"tif", ImageFormat::Tiff},
+    {"raw", ImageFormat::Raw},
+};
+
+bool SaveRaw(const FrameRecord& frame, const std::string& path, bool overwrite, std::string* error)
+{
+    std::vector<uint8_t> bytes;
+    bytes.reserve(frame.pixels.size() * 2);
+    for (const uint16_t pixel : frame.pixels) {
+        bytes.push_back(static_cast<uint8_t>(pixel & 0xFF));
+        bytes.push_back(static_cast<uint8_t>(pixel >> 8));
+    }
+    return WriteWholeFile(path, bytes.data(), bytes.size(), overwrite, error);
+}
+
+PngPicture AsPng(const FrameRecord& frame)
+{
+    return {frame.width, frame.height, 1, 16, frame.pixels.data(), DescribeFrame(frame)};
+}
+
+} // namespace
+
+ImageFormat FormatByName(const std::string& name)
+{
+    for (const FormatName& row : FormatNames) {
+        if (SameWord(row.name, name)) return row.format;
+    }
+    return ImageFormat::Unknown;
+}
+
+ImageFormat FormatOfFile(const std::string& path)
+{
+    const std::string ending = std::filesystem::path(path).extension().string();
+    return ending.empty() ? ImageFormat::Unknown : FormatByName(ending.substr(1));
+}
+
+bool SaveFrame(const FrameRecord& frame, const std::string& path, ImageFormat format,
+               bool overwrite, std::string* error)
+{
+    if (format == ImageFormat::Raw) return SaveRaw(frame, path, overwrite, error);
+    const std::string temporary = BeginFile(path);
+    bool written = false;
+    if (format == ImageFormat::Fits) written = WriteFits(frame, temporary, error);
+    if (format == ImageFormat::Png) written = WritePng(AsPng(frame), temporary, error);
+    if (format == ImageFormat::Tiff) written = WriteTiff(frame, temporary, error);
+    if (written) return CommitFile(path, overwrite, error);
+    *error = path + ": " + *error;
+    DiscardFile(path);
+    return false;
+}
+
+std::string DescribeFrame(const FrameRecord& frame)
+{
+    std::string text = Text("%s frame, %g s from %s UTC, %s %s, binning %d x %d, gain index %d",
+                            frame.light ? "light" : "dark", frame.exposedSeconds,
+                            frame.startUtc.c_str(), frame.platform.c_str(), frame.sensor.c_str(),
+                            frame.horBinning, frame.verBinning, frame.gain);
+    if (frame.hasTemperature) text += Text(", %.1f C", frame.celsius);
+    return text;
+}
+
+std::string CreatorText()
+{
+    char version[256] = "";
+    QV_Ver(version);
+    const std::string text = version;
+    return "qvn " + text.substr(0, text.find(' '));
+}

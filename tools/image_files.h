@@ -1,0 +1,41 @@
+// Frames and pictures as files.
+#pragma once
+#include <cstdint>
+#include <string>
+
+#include "tools/frame.h"
+
+enum class ImageFormat { Unknown, Fits, Png, Tiff, Raw };
+
+// Of a name such as "fits"; of a file by its ending.
+ImageFormat FormatByName(const std::string& name);
+ImageFormat FormatOfFile(const std::string& path);
+
+// Writes a frame, whole or not at all. Raw is little-endian and has no header.
+bool SaveFrame(const FrameRecord& frame, const std::string& path, ImageFormat format,
+               bool overwrite, std::string* error);
+
+// The formats, each to a file that does not exist yet.
+bool WriteFits(const FrameRecord& frame, const std::string& path, std::string* error);
+bool WriteTiff(const FrameRecord& frame, const std::string& path, std::string* error);
+
+struct PngPicture {
+    int32_t width, height;
+    int32_t channels; // 1 grey, 3 red, green and blue
+    int32_t bits;     // 8, or 16 in the machine's byte order
+    const void* pixels;
+    std::string description; // empty: none
+};
+
+bool WritePng(const PngPicture& picture, const std::string& path, std::string* error);
+
+// One line about a frame, for formats without keywords.
+std::string DescribeFrame(const FrameRecord& frame);
+
+// "qvn 7.4.3"
+std::string CreatorText();
+
+// An 8-bit picture for looking at: shrunk by averaging to at most 1024 pixels a
+// side, from the darkest half percent to the brightest, by square root.
+bool SavePreview(const FrameRecord& frame, const std::string& path, bool overwrite,
+                 std::string* error);

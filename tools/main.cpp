@@ -1,0 +1,315 @@
+// qvn, the program: its arguments. What a command does is in its own source.
+#include <CLI/CLI.hpp>
+
+#include <cstdio>
+#include <exception>
+
+#include "tools/breaker.h"
+#include "tools/commands.h"
+#include "tools/report.h"
+#include "tools/text.h"
+
+namespace {
+
+constexpr double LongestExposure = 2000000.0; // seconds; the library counts milliseconds
+
+struct Requests {
+    InitRequest init;
+    ListRequest list;
+    InfoRequest info;
+    ExposeRequest expose;
+    TemperatureRequest temperature;
+};
+
+void Refuse(const char* argument, const std::string& text, const char* wanted)
+{
+    throw CLI::ValidationError(argument, Text("\"%s\" is not %s", text.c_str(), wanted));
+}
+
+std::vector<int32_t> IntegersOf(const char* argument, const std::string& text, size_t count,
+                                const char* wanted)
+{
+    std::vector<int32_t> values(count);
+    if (!ParseIntegers(text, count, &values)) Refuse(argument, text, wanted);
+    return values;
+}
+
+// CLI::Range takes "nan" for a number of every range.
+CLI::Validator Between(double low, double high)
+{
+    const std::string range = Text("%g to %g", low, high);
+    return CLI::Validator(
+        [low, high, range](std::string& text) {
+            double value = 0.0;
+            const bool inside =
+                CLI::detail::lexical_cast(text, value) && value >= low && value <= high;
+            return inside ? std::string() : Text("\"%s\" is not %s", text.c_str(), range.c_str());
+        },
+        range);
+}
+
+void ReadInterface(CameraRequest* request, const std::string& text)
+{
+    const size_t slash = text.find('/');
+    const std::string list =
+        slash == std::string::npos ? text + ",-1" : std::string(text).replace(slash, 1, ",");
+    std::vector<int32_t> values(2);
+    if (!ParseIntegers(list, 2, &values) || values[0] < 0) {
+        Refuse("--interface", text, "TYPE or TYPE/ADDRESS, such as 0/0x378 or 6");
+    }
+    request->interfaceType = values[0];
+    request->interfaceAddress = values[1];
+}
+
+void AddCameraOptions(CLI::App* command, CameraRequest* request)
+{
+    const char* group = "Camera";
+    command
+        ->add_option("--library-path", request->libraryPath,
+                     "Folder of qvn.cfg, as `qvn init` makes it. Without it: the folder qvn in the "
+                     "current folder if there is one, else the current folder")
+        ->type_name("FOLDER")
+        ->group(group);
+    auto* platform = command
+                         ->add_option("--platform", request->platform,
+                                      "Platform, code or name; default 1, DEMO, the simulated "
+                                      "camera")
+                         ->type_name("CODE|NAME")
+                         ->group(group);
+    auto* sensor = command
+                       ->add_option("--sensor", request->sensor,
+                                    "Sensor, code or name; default 275, kaf1600, or the "
+                                    "platform's first")
+                       ->type_name("CODE|NAME")
+                       ->group(group);
+    auto* config = command
+                       ->add_option("--config", request->configFile,
+                                    "Opens what this camera.cfg says; a name without a slash is "
+                                    "sought beside qvn.cfg")
+                       ->type_name("FILE")
+                       ->group(group);
+    auto* camera = command->add_option("--camera", request->camera, "Number of the camera, 0 to 7")
+                       ->type_name("N")
+                       ->check(Between(0, 7))
+                       ->group(group);
+    command
+        ->add_option_function<std::string>(
+            "--options",
+            [request](const std::string& text) {
+                const auto values = IntegersOf("--options", text, 1, "a number such as 0x8");
+                request->options = static_cast<uint32_t>(values[0]);
+            },
+            "Option bits of the library, such as 0x8; see QV_OPTION_... in qvn.h")
+        ->type_name("BITS")
+        ->group(group);
+    auto* link =
+        command
+            ->add_option_function<std::string>(
+                "--interface", [request](const std::string& text) { ReadInterface(request, text); },
+                "Kind of link: 0 printer port, 1 port card, 2 and 4 PCI card, 6 USB; and "
+                "its address. Default: usual for the platform")
+            ->type_name("TYPE[/ADDRESS]")
+            ->group(group);
+    for (auto* other : {platform, sensor, camera, link}) config->excludes(other);
+}
+
+void AddInit(CLI::App* app, InitRequest* request)
+{
+    auto* command = app->add_subcommand(
+        "init", "Writes sample files: qvn.cfg, camera.cfg and starfield.raw, a simulated sky");
+    command->add_option("DIR", request->folder,
+                        "Folder for the files, which is made; default qvn, the folder that the "
+                        "other commands find by themselves");
+    command->add_flag("--force", request->force, "Replaces files that are there");
+}
+
+void AddList(CLI::App* app, ListRequest* request)
+{
+    auto* command = app->add_subcommand("list", "Shows platforms and the sensors they carry");
+    command->add_option("--platform", request->platform, "Only this one, code or name")
+        ->type_name("CODE|NAME");
+    command->add_flag("--json", request->json, "As JSON");
+}
+
+void AddInfo(CLI::App* app, InfoRequest* request)
+{
+    auto* command = app->add_subcommand("info", "Opens a camera and shows what it reports");
+    command->add_flag("--json", request->json, "As JSON");
+    AddCameraOptions(command, &request->camera);
+}
+
+void AddExposure(CLI::App* command, ExposeRequest* request)
+{
+    const char* group = "Exposure";
+    auto* light =
+        command->add_flag("--light")->description("A light frame, the default")->group(group);
+    command
+        ->add_flag_callback(
+            "--dark", [request] { request->light = false; }, "A dark frame, the shutter closed")
+        ->excludes(light)
+        ->group(group);
+    command->add_option("--seconds", request->seconds, "Exposure, default 1")
+        ->type_name("S")
+        ->check(Between(0.0, LongestExposure))
+        ->group(group);
+    command->add_option("--frames", request->frames, "Number of frames")
+        ->type_name("N")
+        ->check(Between(1, 99999))
+        ->group(group);
+    command
+        ->add_option_function<std::string>(
+            "--window",
+            [request](const std::string& text) {
+                const auto v = IntegersOf("--window", text, 4, "X,Y,WIDTH,HEIGHT");
+                request->window = {true, v[0], v[1], v[2], v[3]};
+            },
+            "Part of the picture, all four in binned pixels. Odd widths lose a pixel. The "
+            "simulated camera takes X and Y as unbinned")
+        ->type_name("X,Y,WIDTH,HEIGHT")
+        ->group(group);
+    command
+        ->add_option_function<std::string>(
+            "--binning",
+            [request](const std::string& text) {
+                const char* wanted = "HORIZONTAL,VERTICAL, both at least 1";
+                const auto v = IntegersOf("--binning", text, 2, wanted);
+                if (v[0] < 1 || v[1] < 1) Refuse("--binning", text, wanted);
+                request->horBinning = v[0];
+                request->verBinning = v[1];
+            },
+            "Pixels to join, across and down")
+        ->type_name("H,V")
+        ->group(group);
+    command->add_option("--gain", request->gain, "Gain setting, an index from 0 to 4")
+        ->type_name("N")
+        ->check(Between(0, 4))
+        ->group(group);
+}
+
+void AddCooling(CLI::App* command, ExposeRequest* request)
+{
+    const char* group = "Cooling";
+    auto* cool = command
+                     ->add_option_function<double>(
+                         "--cool",
+                         [request](double celsius) {
+                             request->cool = true;
+                             request->cooling.target = celsius;
+                         },
+                         "Cools to this temperature in Celsius and waits until it is steady")
+                     ->type_name("CELSIUS")
+                     ->check(Between(-200.0, 100.0))
+                     ->group(group);
+    command->add_option("--tolerance", request->cooling.tolerance, "Degrees, default 0.5")
+        ->type_name("DEGREES")
+        ->check(Between(0.0, 100.0))
+        ->needs(cool)
+        ->group(group);
+    command->add_option("--wait-limit", request->cooling.waitLimit, "Seconds, default 1800")
+        ->type_name("S")
+        ->check(Between(0.0, 1e6))
+        ->needs(cool)
+        ->group(group);
+    command
+        ->add_flag("--keep-cooling", request->keepCooling,
+                   "Leaves the cooler on at the end, at its last drive; nobody regulates it then")
+        ->needs(cool)
+        ->group(group);
+}
+
+void AddOutput(CLI::App* command, ExposeRequest* request)
+{
+    const char* group = "Output";
+    command
+        ->add_option("--output", request->output,
+                     "File, default frame.fits. For several frames %04d is the place of the "
+                     "number, else _0001 and so on is added")
+        ->type_name("FILE")
+        ->group(group);
+    command
+        ->add_option_function<std::string>(
+            "--format",
+            [request](const std::string& text) {
+                request->format = FormatByName(text);
+                if (request->format == ImageFormat::Unknown) {
+                    Refuse("--format", text, "fits, png, tiff or raw");
+                }
+            },
+            "fits, png (16 bits), tiff or raw; default: by the ending of --output")
+        ->type_name("NAME")
+        ->group(group);
+    command->add_option("--preview", request->preview, "An 8-bit PNG beside, stretched for looking")
+        ->type_name("FILE")
+        ->group(group);
+    command->add_flag("--overwrite", request->overwrite, "Replaces files that are there")
+        ->group(group);
+    command
+        ->add_flag("--keep-broken", request->keepBroken,
+                   "Also writes a frame that Ctrl-C has cut short")
+        ->group(group);
+}
+
+void AddExpose(CLI::App* app, ExposeRequest* request)
+{
+    auto* command = app->add_subcommand("expose", "Takes frames and writes them to files");
+    AddExposure(command, request);
+    AddCooling(command, request);
+    AddOutput(command, request);
+    AddCameraOptions(command, &request->camera);
+}
+
+void AddTemperature(CLI::App* app, TemperatureRequest* request)
+{
+    auto* command = app->add_subcommand("temperature", "Cools, and logs and plots the course");
+    command->add_option("--target", request->target, "Celsius")
+        ->required()
+        ->type_name("CELSIUS")
+        ->check(Between(-200.0, 100.0));
+    command->add_option("--seconds", request->seconds, "How long to watch")
+        ->required()
+        ->type_name("S")
+        ->check(Between(0.0, 1e7));
+    command->add_option("--interval", request->interval, "Seconds between readings, default 1")
+        ->type_name("S")
+        ->check(Between(0.1, 1e6));
+    command->add_option("--log", request->log, "A table of the readings")->type_name("FILE.csv");
+    command->add_option("--plot", request->plot, "A picture")->type_name("FILE.png|FILE.svg");
+    command->add_flag("--overwrite", request->overwrite, "Replaces files that are there");
+    command->add_flag("--keep-cooling", request->keepCooling,
+                      "Leaves the cooler on at the end, at its last drive");
+    AddCameraOptions(command, &request->camera);
+}
+
+int Run(const CLI::App& app, const Requests& requests)
+{
+    if (app.got_subcommand("init")) return RunInit(requests.init);
+    if (app.got_subcommand("list")) return RunList(requests.list);
+    if (app.got_subcommand("info")) return RunInfo(requests.info);
+    if (app.got_subcommand("expose")) return RunExpose(requests.expose);
+    return RunTemperature(requests.temperature);
+}
+
+} // namespace
+
+int main(int count, char** arguments)
+{
+    Requests requests;
+    CLI::App app("Takes frames with cooled CCD cameras, real or simulated.", "qvn");
+    app.set_version_flag("--version", CreatorText);
+    app.require_subcommand(1);
+    AddInit(&app, &requests.init);
+    AddList(&app, &requests.list);
+    AddInfo(&app, &requests.info);
+    AddExpose(&app, &requests.expose);
+    AddTemperature(&app, &requests.temperature);
+    try {
+        app.parse(count, arguments);
+        return Run(app, requests);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? ExitDone : ExitUsage;
+    } catch (const std::exception& error) {
+        Complain("working", error.what(), "");
+        BreakerStop();
+        return ExitFailed;
+    }
+}

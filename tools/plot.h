@@ -1,0 +1,14 @@
+// The course of a cooling as a picture: temperature and target above, the cooler's
+// drive below, over the time.
+#pragma once
+#include <string>
+#include <vector>
+
+#include "tools/cooling.h"
+
+// By the ending of the name, .png or .svg; false if it is neither.
+bool PlotFormatIsKnown(const std::string& path);
+
+bool SavePlot(const std::vector<TemperatureReading>& readings, double target,
+              const std::string& title, const std::string& path, bool overwrite,
+              std::string* error);

@@ -1,0 +1,19 @@
+// What happens meanwhile, on stderr: one line that is drawn over on a terminal, plain
+// lines elsewhere. One thread only, the one that calls the library.
+#pragma once
+#include <cstdint>
+#include <string>
+
+// The next frame: what it is called, and how long it will be exposed.
+void ProgressBegin(const std::string& title, double seconds);
+
+// The library's two callbacks.
+void OnExposure(const char* secondsLeft, int32_t camera);
+void OnProgress(const char* text, int32_t percent, int32_t camera);
+
+// A state without a percentage, such as a temperature. Off a terminal it appears every
+// ten seconds only.
+void ProgressState(const std::string& text);
+
+// Ends a line that was drawn over, so that other text may follow.
+void ProgressEnd();

@@ -1,0 +1,20 @@
+// How the program ends, and what it says when something fails.
+#pragma once
+#include <cstdint>
+#include <string>
+
+enum ExitCode : int {
+    ExitDone = 0,
+    ExitFailed = 1,
+    ExitUsage = 2,
+    ExitBroken = 130, // a signal broke the work off
+};
+
+// To stderr: "qvn: DOING: REASON", and on a line of its own "Try: ADVICE".
+void Complain(const std::string& doing, const std::string& reason, const std::string& advice);
+
+// The library's text of a status code, with the number behind it.
+std::string LibraryText(int32_t code);
+
+// What a person can do about a status code.
+std::string LibraryAdvice(int32_t code);

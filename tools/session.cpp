@@ -1,0 +1,239 @@
+// One open camera, from the arguments that choose it to its closing.
+#include "tools/session.h"
+
+#include <algorithm>
+#include <array>
+#include <filesystem>
+#include <system_error>
+
+#include "tools/breaker.h"
+#include "tools/catalogue_names.h"
+#include "tools/progress.h"
+#include "tools/report.h"
+#include "tools/text.h"
+
+namespace {
+
+constexpr size_t LongestLibraryPath = 1023;
+
+bool IsFolder(const std::string& path)
+{
+    std::error_code ignored;
+    return std::filesystem::is_directory(path, ignored);
+}
+
+bool ChooseFolder(const CameraRequest& request, Session* session)
+{
+    const std::string& path = request.libraryPath;
+    if (path.empty()) {
+        session->folder = IsFolder("qvn") ? "qvn" : ".";
+        return true;
+    }
+    if (!IsFolder(path)) {
+        Complain("looking for qvn.cfg", Text("--library-path %s: no such folder", path.c_str()),
+                 Text("`qvn init %s` makes it, with sample files", path.c_str()));
+        return false;
+    }
+    if (path.size() > LongestLibraryPath) {
+        Complain("looking for qvn.cfg",
+                 Text("--library-path has %zu characters, %zu is the most", path.size(),
+                      LongestLibraryPath),
+                 "a shorter path");
+        return false;
+    }
+    session->folder = path;
+    QV_SetPathName(path.c_str());
+    return true;
+}
+
+bool ChoosePlatform(const std::string& text, Session* session)
+{
+    const std::vector<CatalogueEntry> platforms = Platforms();
+    CatalogueEntry entry;
+    if (!FindEntry(platforms, text, &entry)) {
+        const std::string similar = SimilarNames(platforms, text);
+        Complain("choosing the camera", Text("--platform %s: no such platform", text.c_str()),
+                 similar.empty() ? "`qvn list` shows them all" : similar);
+        return false;
+    }
+    session->platform = entry.code;
+    session->platformName = entry.name;
+    return true;
+}
+
+// A sensor that most platforms carry, else the first listed.
+CatalogueEntry DefaultSensor(const std::vector<CatalogueEntry>& carried)
+{
+    CatalogueEntry entry{275, "kaf1600"};
+    if (!carried.empty() && !FindEntry(carried, "275", &entry)) entry = carried[0];
+    return entry;
+}
+
+bool ChooseSensor(const std::string& text, Session* session)
+{
+    const std::vector<CatalogueEntry> carried = SensorsOf(session->platform);
+    const std::vector<CatalogueEntry> all = Sensors();
+    CatalogueEntry entry = DefaultSensor(carried);
+    if (!text.empty() && !FindEntry(carried, text, &entry)) {
+        const bool known = FindEntry(all, text, &entry);
+        const std::string similar = SimilarNames(carried, text);
+        Complain("choosing the camera",
+                 known ? Text("--sensor %s: %s does not carry this sensor", text.c_str(),
+                              session->platformName.c_str())
+                       : Text("--sensor %s: no such sensor", text.c_str()),
+                 similar.empty()
+                     ? Text("`qvn list --platform %d` shows its sensors", session->platform)
+                     : similar);
+        return false;
+    }
+    session->sensor = entry.code;
+    session->sensorName = entry.name;
+    return true;
+}
+
+bool LoadConfig(const CameraRequest& request, Session* session, CameraConfig* config)
+{
+    QV_InitCfg(config);
+    const int32_t result = QV_LoadCameraConfig(request.configFile.c_str(), config);
+    const std::string doing = Text("reading --config %s", request.configFile.c_str());
+    if (result != QV_FILE_DONE) {
+        const bool plain = request.configFile.find('/') == std::string::npos;
+        Complain(doing,
+                 result == QV_FILE_NOT_OPENED ? "the file cannot be opened"
+                                              : "the file does not parse",
+                 plain ? Text("a plain name is sought in %s; write ./%s for the current folder",
+                              session->folder.c_str(), request.configFile.c_str())
+                       : "`qvn init FOLDER` writes a sample camera.cfg");
+        return false;
+    }
+    if (config->PciIndex < 0 || config->PciIndex >= QV_CAMERAS) {
+        Complain(doing, Text("CameraConfig.PciIndex is %d", config->PciIndex),
+                 "0 to 7; it is the camera's number");
+        return false;
+    }
+    session->camera = config->PciIndex;
+    return ChoosePlatform(std::to_string(config->Platform), session) &&
+           ChooseSensor(std::to_string(config->CCD), session);
+}
+
+int32_t UsualInterface(int32_t platform)
+{
+    constexpr std::array<int32_t, 8> usbPlatforms = {29, 48, 61, 200, 205, 300, 400, 450};
+    if (platform == QV_PLATFORM_DEMO) return QV_INTERFACE_PRINTER_PORT;
+    const bool usb =
+        std::find(usbPlatforms.begin(), usbPlatforms.end(), platform) != usbPlatforms.end();
+    return usb ? QV_INTERFACE_USB : QV_INTERFACE_PCI_CARD;
+}
+
+// What the status code alone does not tell.
+std::string OpenFailureDetail(const Session& session, int32_t code)
+{
+    const std::string file = session.folder + "/qvn.cfg";
+    if (code == QV_ERROR_PLATFORM_DEFINITION || code == QV_ERROR_CCD_DEFINITION) {
+        const int64_t state = QV_LoadPlatform(session.platform, session.sensor, session.camera);
+        return Text(", %s %s", file.c_str(),
+                    state == QV_FILE_NOT_PARSED ? "does not parse" : "cannot be opened");
+    }
+    if (code == QV_ERROR_CAMERA_NOT_FOUND && session.platform == QV_PLATFORM_DEMO) {
+        return Text(", the simulated camera needs the raw image that %s names as "
+                    "rmk_camera_library.camera_platforms.DEMO.File, with its Xpix and Ypix",
+                    file.c_str());
+    }
+    return "";
+}
+
+void ComplainAboutOpen(const Session& session, int32_t code)
+{
+    const bool demo = code == QV_ERROR_CAMERA_NOT_FOUND && session.platform == QV_PLATFORM_DEMO;
+    Complain(Text("opening camera %d, %s", session.camera, CameraText(session).c_str()),
+             LibraryText(code) + OpenFailureDetail(session, code),
+             demo ? "`qvn init FOLDER` writes it, then --library-path FOLDER"
+                  : LibraryAdvice(code));
+}
+
+// A missing key reads as 0, and without these nothing can be read out.
+bool DefinitionIsUsable(const Session& session)
+{
+    const char* missing = session.ccd.Xpix < 2 ? "Xpix" : session.ccd.Ypix < 1 ? "Ypix" : nullptr;
+    if (missing == nullptr) return true;
+    Complain(Text("reading %s/qvn.cfg", session.folder.c_str()),
+             Text("rmk_camera_library.ccd_definitions.%s.%s is missing or too small",
+                  session.sensorName.c_str(), missing),
+             "`qvn init FOLDER` writes a complete qvn.cfg to compare with");
+    return false;
+}
+
+void CallOpen(const CameraRequest& request, uint32_t options, CameraConfig* config,
+              const Session& session)
+{
+    if (!request.configFile.empty()) {
+        config->Activity = static_cast<int32_t>(static_cast<uint32_t>(config->Activity) | options |
+                                                request.options);
+        QV_OpenByConfig(config, 0, OnExposure, OnProgress);
+        return;
+    }
+    const int32_t type =
+        request.interfaceType >= 0 ? request.interfaceType : UsualInterface(session.platform);
+    QV_Open(session.platform, session.sensor, request.interfaceAddress, type, 0, session.camera,
+            options | request.options, OnExposure, OnProgress);
+}
+
+} // namespace
+
+bool OpenSession(const CameraRequest& request, uint32_t options, Session* session)
+{
+    CameraConfig config{};
+    session->camera = request.camera;
+    if (!ChooseFolder(request, session)) return false;
+    const bool chosen = request.configFile.empty() ? ChoosePlatform(request.platform, session) &&
+                                                         ChooseSensor(request.sensor, session)
+                                                   : LoadConfig(request, session, &config);
+    if (!chosen) return false;
+
+    BreakerStart();
+    CallOpen(request, options, &config, *session);
+    ProgressEnd();
+    const int32_t code = QV_Status(session->camera);
+    bool usable = QV_IsOn(session->camera) != 0 && code == QV_ERROR_NONE;
+    if (usable) {
+        QV_GetCCDdata(&session->ccd, session->camera);
+        QV_GetHPdata(&session->electronics, session->camera);
+        session->regulated = (QV_GetMode(session->camera) & QV_OPTION_REGULATION) != 0;
+        usable = DefinitionIsUsable(*session);
+    } else {
+        ComplainAboutOpen(*session, code);
+    }
+    if (!usable) {
+        QV_Close(session->camera);
+        BreakerStop();
+    }
+    return usable;
+}
+
+void CloseSession(const Session& session, bool keepCooling)
+{
+    BreakerArm(-1);
+    // Nobody regulates any more, so a cooler that stays on is the user's decision.
+    if (session.cooling && !keepCooling) QV_Cooler(0, session.camera);
+    QV_Close(session.camera);
+    BreakerStop();
+    ProgressEnd();
+}
+
+bool ReadCelsius(const Session& session, double* celsius)
+{
+    if (session.regulated) {
+        *celsius = QV_GetTemp(nullptr, QV_CELSIUS, session.camera);
+    } else {
+        // The reading talks to the camera beside the timer unless that is held off.
+        QV_StopNow(session.camera);
+        *celsius = QV_ReadTemp(QV_CELSIUS, session.camera);
+        QV_StartNow(session.camera);
+    }
+    return QV_Status(session.camera) != QV_ERROR_LINK_FAILURE;
+}
+
+std::string CameraText(const Session& session)
+{
+    return session.platformName + " with " + session.sensorName;
+}

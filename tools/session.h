@@ -1,0 +1,43 @@
+// One open camera, from the arguments that choose it to its closing.
+#pragma once
+#include <cstdint>
+#include <string>
+
+#include "include/qvn.h"
+
+// The arguments that all commands with a camera share.
+struct CameraRequest {
+    std::string libraryPath;    // empty: the library's own default
+    std::string platform = "1"; // code or name
+    std::string sensor;         // code or name; empty: chosen for the platform
+    std::string configFile;     // empty: none; else it names platform, sensor and link
+    int32_t camera = 0;
+    uint32_t options = 0;
+    int32_t interfaceType = -1;    // -1: chosen for the platform
+    int32_t interfaceAddress = -1; // -1: none
+};
+
+struct Session {
+    int32_t camera = 0;
+    int32_t platform = 0, sensor = 0;
+    std::string platformName, sensorName;
+    std::string folder; // where qvn.cfg was sought, for messages
+    CcdDefinition ccd{};
+    PlatformDefinition electronics{};
+    bool regulated = false; // the library reads the temperature by itself
+    bool cooling = false;   // this program switched the cooler on
+};
+
+// Opens with `options` added to those of the request. On failure says why and
+// returns false; nothing is open then. A signal is taken note of from here on.
+bool OpenSession(const CameraRequest& request, uint32_t options, Session* session);
+
+// Closes. A cooler that this program switched on goes off, unless it shall keep its
+// last drive.
+void CloseSession(const Session& session, bool keepCooling);
+
+// Celsius, of a fresh reading or the background's last one. False: it cannot be read.
+bool ReadCelsius(const Session& session, double* celsius);
+
+// "DEMO with kaf400e"
+std::string CameraText(const Session& session);
