@@ -3,5 +3,5 @@ extern "C" const char* __lsan_default_suppressions();
 
 extern "C" const char* __lsan_default_suppressions()
 {
-    return "leak:strbuf_append\n";
+    return "leak:strbuf_append\nleak:libconfig_yylex\n";
 }
