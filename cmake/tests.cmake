@@ -4,6 +4,8 @@ find_package(GTest REQUIRED)
 include(GoogleTest)
 
 file(GLOB QVN_SUPPORT CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/tests/support/*.cpp)
+set_source_files_properties(${PROJECT_SOURCE_DIR}/tests/support/plain_demo_frame.cpp
+  PROPERTIES COMPILE_OPTIONS -ffp-contract=off)
 add_library(qvn_test_support STATIC ${QVN_SUPPORT})
 target_link_libraries(qvn_test_support
   PUBLIC qvn_options qvn_objects qvn_emulator GTest::gtest)

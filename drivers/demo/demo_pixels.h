@@ -1,4 +1,6 @@
 // The pixels of the simulated camera: source image, gain and exposure, noise.
+// A frame is a function of its inputs and the generator's state alone, however
+// it is computed.
 #pragma once
 #include <cstdint>
 
@@ -9,8 +11,11 @@ inline uint32_t DemoRandom(uint32_t* state)
     return *state >> 16 & 0x7FFF;
 }
 
+// The state after `draws` calls of DemoRandom.
+uint32_t DemoJump(uint32_t state, uint64_t draws);
+
 struct DemoFrame {
-    const uint16_t* source; // rows by columns, row after row
+    const uint16_t* source; // columns by rows, row after row; null if there are none
     int32_t columns, rows;
     int32_t x, y; // origin of the window in the source
     int32_t horBinning, verBinning;
@@ -19,11 +24,16 @@ struct DemoFrame {
     bool light;
 };
 
-// Room that a frame needs beside its pixels: the line accumulator and the noise
-// amplitudes. Bytes.
-uint32_t DemoScratchBytes(const DemoFrame& frame);
-
 // Computes `rowCount` rows of `width` pixels from output row `firstRow` on into
-// `pixels`, and steps the generator as two draws a pixel do.
+// `pixels`, and steps the generator as two draws a pixel do. `accumulator` has
+// `columns` elements when verBinning is above 1. Light frames with horBinning
+// below 1 leave the pixels as they are. May run on several threads at once.
 void DemoRows(const DemoFrame& frame, int32_t firstRow, int32_t rowCount, int32_t width,
-              uint16_t* pixels, uint32_t* state, void* scratch);
+              uint16_t* pixels, uint32_t* state, float* accumulator);
+
+// Which code computes the pixels. All give the same; the fastest that the
+// processor can run is taken unless one is chosen here.
+enum DemoPath : int32_t { DemoPathFastest, DemoPathPortable, DemoPathVector };
+
+bool DemoPathAvailable(DemoPath path);
+void DemoChoosePath(DemoPath path);
