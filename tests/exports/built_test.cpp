@@ -1,30 +1,31 @@
 // docs/functions.md tells hosts which functions do nothing yet. It must say what
 // core/exports.cpp says.
 #include <gtest/gtest.h>
-#include <regex>
 #include <set>
+#include <sstream>
 
 #include "tests/exports/listing.h"
 
 namespace {
 
-std::set<std::string> NamesIn(const std::string& text, const std::string& pattern)
+// The function named behind the first `before` of each line that begins with `start`.
+std::set<std::string> NamesIn(const std::string& path, const std::string& start,
+                              const std::string& before)
 {
     std::set<std::string> names;
-    const std::regex expression(pattern);
-    for (std::sregex_iterator i(text.begin(), text.end(), expression), end; i != end; ++i) {
-        names.insert((*i)[1]);
+    std::istringstream lines(SourceText(path));
+    for (std::string line; std::getline(lines, line);) {
+        if (line.rfind(start, 0) != 0) continue;
+        const size_t begin = line.find(before) + before.size();
+        names.insert(line.substr(begin, line.find_first_of(",`", begin) - begin));
     }
     return names;
 }
 
 TEST(Built, DocumentNamesTheFunctionsThatDoNothing)
 {
-    const std::set<std::string> marked =
-        NamesIn(SourceText("core/exports.cpp"), R"(\nNOT_BUILT\([^,]+, (_?QV_\w+),)");
-    const std::set<std::string> told =
-        NamesIn(SourceText("docs/functions.md"), R"(\n\| `(_?QV_\w+)` \|)");
-    EXPECT_EQ(told, marked);
+    EXPECT_EQ(NamesIn("docs/functions.md", "| `", "`"),
+              NamesIn("core/exports.cpp", "NOT_BUILT(", ", "));
 }
 
 TEST(Built, HeaderIsSilentAboutIt)

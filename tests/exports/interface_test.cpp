@@ -1,7 +1,6 @@
 // Header, list and library say the same.
 #include <algorithm>
 #include <gtest/gtest.h>
-#include <regex>
 #include <set>
 #include <sstream>
 
@@ -31,16 +30,24 @@ std::set<std::string> ListedNames()
     return names;
 }
 
+std::string WithoutComments(std::string text)
+{
+    for (size_t open = text.find("/*"); open != std::string::npos; open = text.find("/*", open)) {
+        const size_t close = text.find("*/", open);
+        text.replace(open, close == std::string::npos ? close : close + 2 - open, " ");
+    }
+    return text;
+}
+
 // Every declaration of the header, on one line and without its semicolon.
 std::set<std::string> DeclaredTexts()
 {
-    const std::string header = SourceText("include/qvn.h");
-    const std::regex comment(R"(/\*[^*]*\*+([^/*][^*]*\*+)*/)");
-    const std::string code = std::regex_replace(header, comment, " ");
+    const std::string mark = "\nQVN_API ";
+    const std::string code = WithoutComments(SourceText("include/qvn.h"));
     std::set<std::string> texts;
-    const std::regex declaration("QVN_API\\s+([^;#]*);");
-    for (std::sregex_iterator i(code.begin(), code.end(), declaration), end; i != end; ++i) {
-        texts.insert(Squeezed((*i)[1]));
+    for (size_t i = code.find(mark); i != std::string::npos; i = code.find(mark, i + 1)) {
+        const size_t begin = i + mark.size();
+        texts.insert(Squeezed(code.substr(begin, code.find(';', begin) - begin)));
     }
     return texts;
 }
