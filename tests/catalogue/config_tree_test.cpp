@@ -1,10 +1,12 @@
 #include "catalogue/config_tree.h"
 
 #include <locale.h>
+#include <unistd.h>
 
 #include <cfloat>
 #include <clocale>
 #include <cmath>
+#include <cstring>
 
 #include "tests/catalogue/folder.h"
 
@@ -38,20 +40,13 @@ public:
     ConfigTree tree;
 };
 
-// A locale with a comma in its numbers if this machine has one, else any.
-locale_t ForeignLocale()
-{
-    for (const char* name : {"de_DE.UTF-8", "de_DE.utf8", "de_DE", "fr_FR.UTF-8", "C.UTF-8"}) {
-        const locale_t locale = newlocale(LC_ALL_MASK, name, locale_t{});
-        if (locale != locale_t{}) return locale;
-    }
-    return newlocale(LC_ALL_MASK, "C", locale_t{});
-}
-
-// Runs the test's thread under that locale.
+// Runs the test's thread under a locale of its own.
 class ConfigTreeLocale : public FolderTest {
 protected:
-    ConfigTreeLocale() : locale(ForeignLocale()), before(uselocale(locale)) {}
+    ConfigTreeLocale()
+        : locale(newlocale(LC_ALL_MASK, "C.UTF-8", locale_t{})), before(uselocale(locale))
+    {
+    }
     ~ConfigTreeLocale() override
     {
         uselocale(before);
@@ -60,6 +55,14 @@ protected:
     locale_t locale, before;
 };
 
+// German, which writes numbers with a comma, made from its description in `folder`.
+bool MakeGermanLocale(const std::string& folder)
+{
+    const std::string name = folder + "/de_DE.UTF-8";
+    return system(("localedef -i de_DE -f UTF-8 " + name + " >/dev/null 2>&1").c_str()) == 0;
+}
+
+using ConfigTreeLocaleDeathTest = FolderTest;
 using ConfigTreeFile = FolderTest;
 
 } // namespace
@@ -251,6 +254,7 @@ TEST_F(ConfigTreeFile, NumbersOfUpTo15DigitsComeBackExactly)
 
 TEST_F(ConfigTreeLocale, TheLocaleOfTheThreadSurvivesALoadASaveAndAFailure)
 {
+    ASSERT_NE(locale, locale_t{});
     Write("a.cfg", "a = 38.25;");
     ConfigTree tree;
     ASSERT_EQ(OpenConfigTree(Path("a.cfg").c_str(), &tree), FileDone);
@@ -262,17 +266,27 @@ TEST_F(ConfigTreeLocale, TheLocaleOfTheThreadSurvivesALoadASaveAndAFailure)
     EXPECT_EQ(uselocale(locale_t{}), locale);
 }
 
-TEST_F(ConfigTreeLocale, NumbersHaveAPointInEveryLocale)
+// In a process of its own: what the C library reads from LOCPATH it keeps.
+TEST_F(ConfigTreeLocaleDeathTest, NumbersHaveAPointWhereTheHostWritesAComma)
 {
-    Write("a.cfg", "a = 38.25;");
-    ConfigTree tree;
-    ASSERT_EQ(OpenConfigTree(Path("a.cfg").c_str(), &tree), FileDone);
-    ConfigNode* node = ConfigMember(ConfigRoot(&tree), "a");
-    EXPECT_EQ(ConfigFloat(node), 38.25);
-    SetConfigFloat(node, 1.5);
-    WriteConfigTree(Path("a.cfg").c_str(), &tree);
-    CloseConfigTree(&tree);
-    EXPECT_NE(Read("a.cfg").find("a = 1.5;"), std::string::npos);
+    if (!MakeGermanLocale(folder)) GTEST_SKIP() << "no description of the locale de_DE";
+    Write("a.cfg", "a = 38.25; b = 1.5;");
+    const auto loadAndSave = [this] {
+        setenv("LOCPATH", folder.c_str(), 1);
+        uselocale(newlocale(LC_ALL_MASK, "de_DE.UTF-8", locale_t{}));
+        ConfigTree tree;
+        const std::string path = Path("a.cfg");
+        if (OpenConfigTree(path.c_str(), &tree) != FileDone) _exit(1);
+        ConfigNode* node = ConfigMember(ConfigRoot(&tree), "a");
+        if (ConfigFloat(node) != 38.25) _exit(2);
+        SetConfigFloat(node, 0.125);
+        WriteConfigTree(path.c_str(), &tree);
+        char text[8];
+        snprintf(text, sizeof text, "%.1f", 1.5);
+        _exit(strcmp(text, "1,5") == 0 ? 0 : 3);
+    };
+    EXPECT_EXIT(loadAndSave(), testing::ExitedWithCode(0), "");
+    EXPECT_EQ(Read("a.cfg"), "a = 0.125;\nb = 1.5;\n");
 }
 
 TEST_F(ConfigTreeFile, TheGlobalLocaleSurvives)

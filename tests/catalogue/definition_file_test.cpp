@@ -341,6 +341,12 @@ TEST_F(DefinitionFile, AFileThatDoesNotParseGives2AndLeavesRecordAndFile)
     EXPECT_EQ(Read("qvn.cfg"), broken);
 }
 
+TEST_F(DefinitionFile, AnArrayOfIntegersAndFloatsDoesNotParse)
+{
+    Write("qvn.cfg", Replaced(Sample, "[ 1.0, 2.5, 5.0, 1e1 ]", "[ 1, 2.5, 5, 10 ]"));
+    EXPECT_EQ(LoadPlatform(R3, Kaf1600, Camera), 2);
+}
+
 TEST_F(DefinitionFile, AFileCutAnywhereLoadsOrLeavesTheRecord)
 {
     const std::string sample = Sample;
