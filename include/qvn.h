@@ -59,8 +59,7 @@
  * need one thread at a time for all cameras together: opening and closing; everything that changes
  * the geometry (QV_SetBinning, and the first frame of a new window), since all cameras share one
  * pattern file; loading and saving definitions and configurations; functions that return a text
- * that the library owns; frames of simulated cameras. Both callbacks run in the thread of the call
- * that reports.
+ * that the library owns. Both callbacks run in the thread of the call that reports.
  *
  * Waits without limit
  * -------------------
@@ -622,8 +621,8 @@ QVN_API int32_t QV_SaveCameraConfig(const char *name, CameraConfig *config);
  * QV_GetCCD holds the service off. QV_FGetCCD leaves that to the host: for series between one
  * QV_StopNow and one QV_StartNow, or without a service. QV_TGetCCD is QV_GetCCD with reads timed
  * by the processor; on cameras without such a read it touches no pixel.
- * Errors: 16 no buffer, nothing is read; 2 the frame did not arrive. After 2 QV_GetCCD and
- * QV_TGetCCD leave the service held off; see QV_StartNow.
+ * Errors: 16 no buffer, nothing is read; 2 the frame did not arrive, 16 no memory to read it. After
+ * a read that failed QV_GetCCD and QV_TGetCCD leave the service held off; see QV_StartNow.
  */
 QVN_API void QV_GetCCD(int32_t shutter, double exposure, uint16_t *buffer, int32_t camera);
 QVN_API void QV_FGetCCD(int32_t shutter, double exposure, uint16_t *buffer, int32_t camera);
