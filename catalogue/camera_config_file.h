@@ -2,7 +2,7 @@
 #pragma once
 #include <cstdint>
 
-#include "include/qvn.h"
+#include "core/record.h"
 
 // Each returns a FileStatus: FileNotOpened also without a name or a record. A
 // name without a separator is put behind LibraryPath.

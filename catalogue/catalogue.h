@@ -3,7 +3,7 @@
 #pragma once
 #include <cstdint>
 
-#include "include/qvn.h"
+#include "core/record.h"
 
 struct PlatformName {
     int32_t code;
