@@ -414,9 +414,11 @@ TEST_F(SingleExposure, PulsedFrameMakesUpThePeriodWithSettlingTime)
             EXPECT_EQ(seen, pulse.settling) << pulse.exposureMs;
             EXPECT_EQ(CameraTable[0].Config.ShutterHisteresys, 10);
             EXPECT_EQ(CameraTable[0].ExposureTime, pulse.exposureMs / 1000.0);
+            CameraTable[0].ExposureTime = -1.0;
             QV_GetWinCCDPulsed(1, fast, pulse.exposureMs, pulse.periodSeconds, 1, 2, 6, 4, Target,
                                0);
             EXPECT_EQ(seen, pulse.settling);
+            EXPECT_EQ(CameraTable[0].ExposureTime, pulse.exposureMs / 1000.0);
             EXPECT_EQ(CameraTable[0].Config.ShutterHisteresys, 10);
         }
     }

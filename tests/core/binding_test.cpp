@@ -5,6 +5,7 @@
 #include "core/binding.h"
 #include "core/options.h"
 #include "core/record.h"
+#include "drivers/demo/demo.h"
 #include "platform/system.h"
 #include "tests/support/demo_camera.h"
 #include "tests/support/scripted_camera.h"
@@ -28,6 +29,17 @@ TEST_F(Binding, PlatformWithoutARowChangesNothing)
         EXPECT_EQ(memcmp(&before, &record, sizeof before), 0) << platform;
         EXPECT_EQ(EepromWiring, 5);
     }
+}
+
+TEST_F(Binding, RecordKeepsItsSlotsForAPlatformWithoutARow)
+{
+    OpenDemo(0, 0);
+    const CameraOps bound = CameraTable[0].Ops;
+    QV_Close(0);
+    QV_Open(DriverlessPlatform, SmallSensor, 0, 0, 0, 0, 0, RecordExposure, RecordProgress);
+    EXPECT_EQ(memcmp(&bound, &CameraTable[0].Ops, sizeof bound), 0);
+    EXPECT_EQ(CameraTable[0].PlatformCode, DriverlessPlatform);
+    DemoClose(0); // the open ran through the slots that it found
 }
 
 TEST_F(Binding, EveryRowHasANameAndIsFoundOnce)

@@ -116,11 +116,14 @@ TEST_F(OpenCamera, DriversFailureIsTheStatusAndTheCameraStaysOff)
         Script.openResult = code;
         ScriptedCalls.clear();
         CameraTable[0].MaxValue = 77;
+        CameraTable[0].HorBinning = CameraTable[0].VerBinning = 7;
         OpenScripted(0, 0x8003);
         EXPECT_EQ(QV_Status(0), code);
         EXPECT_EQ(QV_IsOn(0), 0) << code;
         EXPECT_EQ(CalledSlots(), std::vector<int32_t>{0}) << code;
         EXPECT_EQ(CameraTable[0].MaxValue, 77);
+        EXPECT_EQ(CameraTable[0].HorBinning, 1);
+        EXPECT_EQ(CameraTable[0].VerBinning, 1);
         EXPECT_EQ(TimerUsers, 0);
         EXPECT_EQ(QV_MatrixPointer(0, 0), nullptr);
         EXPECT_EQ(CameraTable[0].ArrayMode, 0);

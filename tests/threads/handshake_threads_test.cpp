@@ -70,7 +70,7 @@ TEST_F(RealThreads, TwoCamerasAreExposedAndWatchedWhileTheTimerRuns)
     std::thread watcher([&stop] { Watch(stop); });
 
     std::vector<uint16_t> frame(24 * 16);
-    const Clock::time_point end = Clock::now() + milliseconds(1500);
+    const Clock::time_point end = Clock::now() + milliseconds(1000);
     uint32_t frames = 0;
     while (Clock::now() < end) {
         for (int32_t camera : {0, 1}) {
@@ -116,9 +116,9 @@ TEST_F(RealThreads, TimerAndHostAreNeverInOneCameraTogether)
     CameraTable[0].ExposureTime = 0.0;
     QV_StartNow(0);
 
-    const Clock::time_point end = Clock::now() + milliseconds(2500);
+    const Clock::time_point end = Clock::now() + milliseconds(10000);
     uint32_t brackets = 0;
-    while (Clock::now() < end) {
+    while (Readings < 3 && Clock::now() < end) {
         QV_StopNow(0);
         HostInside = true;
         CameraTable[0].ExposureTime += 1.0;
@@ -128,14 +128,39 @@ TEST_F(RealThreads, TimerAndHostAreNeverInOneCameraTogether)
         HostInside = false;
         QV_StartNow(0);
         ++brackets;
-        // Past the tick that has to find the camera free.
-        std::this_thread::sleep_for(milliseconds(105));
+        // Past the two ticks that have to find the camera free.
+        std::this_thread::sleep_for(milliseconds(205));
     }
     QV_StopNow(0);
     EXPECT_EQ(Intrusions, 0u);
     EXPECT_GT(Readings, 1u);
     EXPECT_EQ(CameraTable[0].ExposureTime, brackets + Readings);
     QV_StartNow(0);
+    QV_Close(0);
+}
+
+int32_t OpenAtOnce(int32_t, int32_t, int32_t)
+{
+    return 0;
+}
+
+std::atomic<bool> ReadingDone;
+
+int32_t SlowReading(int32_t)
+{
+    std::this_thread::sleep_for(milliseconds(150));
+    ReadingDone = true;
+    return 0;
+}
+
+TEST_F(RealThreads, OpenWaitsForTheEndOfASlowFirstReading)
+{
+    ReadingDone = false;
+    QV_SetFunction(0, reinterpret_cast<void*>(OpenAtOnce), 0);
+    QV_SetFunction(11, reinterpret_cast<void*>(SlowReading), 0);
+    _QV_Open(DriverlessPlatform, SmallSensor, 0, 0, 0, 0, 0x0002);
+    EXPECT_TRUE(ReadingDone);
+    EXPECT_EQ(QV_BckGnd(0), 1u);
     QV_Close(0);
 }
 

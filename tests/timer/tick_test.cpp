@@ -268,8 +268,11 @@ TEST_F(TimerTurns, FailedReadingEndsTheCamerasWorkAndFreezesTheRotation)
     OpenScripted(1, 0x000A);
     const uint32_t other = QV_BckGnd(1);
     CameraTable[0].TickDuration = 77;
+    static int32_t turns;
     Script.duringCall = [](const ScriptedCall& call) {
-        Script.temperatureResult = call.slot == 11 && call.camera == 0 ? -1 : 0;
+        const bool fails = call.slot == 11 && call.camera == 0;
+        Script.temperatureResult = fails ? -1 : 0;
+        if (fails) turns = LoadFlag(TimerDivider[1]);
     };
     const uint32_t before = QV_BckGnd(0);
     ScriptedCalls.clear();
@@ -285,6 +288,7 @@ TEST_F(TimerTurns, FailedReadingEndsTheCamerasWorkAndFreezesTheRotation)
     EXPECT_EQ(TimerPaused[0], 1);
     EXPECT_EQ(TimerBusy[0], 0);
     EXPECT_EQ(TimerCursor, 0);
+    EXPECT_EQ(TimerDivider[1], turns) << "not one turn more for the other camera";
     EXPECT_EQ(QV_IsOn(0), 1);
 
     QV_Close(0);
