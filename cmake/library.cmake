@@ -10,6 +10,7 @@ else()
   list(APPEND QVN_SOURCES ${PROJECT_SOURCE_DIR}/platform/posix.cpp)
 endif()
 list(APPEND QVN_SOURCES ${PROJECT_SOURCE_DIR}/platform/system.cpp
+                        ${PROJECT_SOURCE_DIR}/platform/absent.cpp
                         ${PROJECT_SOURCE_DIR}/platform/number_format.cpp)
 
 find_package(PkgConfig REQUIRED)

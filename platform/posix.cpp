@@ -11,6 +11,7 @@
 #include <time.h>
 #include <unistd.h>
 
+#include "platform/absent.h"
 #include "platform/system.h"
 
 namespace {
@@ -283,90 +284,6 @@ void FreeLibrary(void* library)
     if (library != nullptr) dlclose(library);
 }
 
-// --- what this system does not provide ---
-
-constexpr uint32_t UsbFailure = 18; // the USB device library's "other error"
-
-uint64_t NoDevice(const char*)
-{
-    return 0;
-}
-int32_t NoControl(uint64_t, uint32_t, void*, uint32_t)
-{
-    return -1;
-}
-void NoDeviceClose(uint64_t) {}
-uint32_t NoRegisterRead(uint64_t)
-{
-    return 0xFFFFFFFF;
-}
-void NoRegisterWrite(uint64_t, uint32_t) {}
-void NoOut8(uint16_t, uint8_t) {}
-void NoOut16(uint16_t, uint16_t) {}
-uint8_t NoIn8(uint16_t)
-{
-    return 0xFF;
-}
-uint16_t NoIn16(uint16_t)
-{
-    return 0xFFFF;
-}
-uint32_t NoList(uint32_t* count)
-{
-    *count = 0;
-    return UsbFailure;
-}
-uint32_t NoUsbOpen(int32_t, uint64_t* handle)
-{
-    *handle = 0;
-    return UsbFailure;
-}
-uint32_t NoUsbCall(uint64_t)
-{
-    return UsbFailure;
-}
-uint32_t NoUsbRead(uint64_t, void*, uint32_t, uint32_t* got)
-{
-    *got = 0;
-    return UsbFailure;
-}
-uint32_t NoUsbWrite(uint64_t, const void*, uint32_t, uint32_t* put)
-{
-    *put = 0;
-    return UsbFailure;
-}
-uint32_t NoFlowControl(uint64_t, uint16_t, uint8_t, uint8_t)
-{
-    return UsbFailure;
-}
-uint32_t NoPurge(uint64_t, uint32_t)
-{
-    return UsbFailure;
-}
-uint32_t NoTwoWords(uint64_t, uint32_t, uint32_t)
-{
-    return UsbFailure;
-}
-uint32_t NoQueueStatus(uint64_t, uint32_t* count)
-{
-    *count = 0;
-    return UsbFailure;
-}
-uint32_t NoLatency(uint64_t, uint8_t)
-{
-    return UsbFailure;
-}
-uint32_t NoBitMode(uint64_t, uint8_t, uint8_t)
-{
-    return UsbFailure;
-}
-uint32_t NoDeviceInfo(uint64_t, char* serial, char* description)
-{
-    serial[0] = '\0';
-    description[0] = '\0';
-    return UsbFailure;
-}
-
 } // namespace
 
 void UseNativeSystem()
@@ -377,12 +294,10 @@ void UseNativeSystem()
         .process = {SetPriority, CurrentDirectory, CanEnterDirectory, '/'},
         .file = {BeginReplace, CommitReplace, CancelReplace},
         .library = {LoadLibrary, FindSymbol, FreeLibrary},
-        .device = {NoDevice, NoControl, NoDeviceClose},
-        .registers = {NoRegisterRead, NoRegisterWrite},
-        .port = {NoOut8, NoOut16, NoIn8, NoIn16},
-        .usb = {NoList, NoUsbOpen, NoUsbCall, NoUsbRead, NoUsbWrite, NoUsbCall, NoFlowControl,
-                NoPurge, NoTwoWords, NoQueueStatus, NoLatency, NoBitMode, NoTwoWords, NoDeviceInfo,
-                NoUsbCall},
+        .device = AbsentDevice(),
+        .registers = AbsentRegisters(),
+        .port = AbsentPorts(),
+        .usb = AbsentUsb(),
         .memory = {malloc, free},
     };
 }

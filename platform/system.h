@@ -73,7 +73,7 @@ struct LibraryApi { // io.dll, kzbusb.dll: loaded at run time
     void (*Free)(void* library);
 };
 
-struct DeviceApi { // the kernel driver of the interface card
+struct DeviceApi {                      // the kernel driver of the interface card
     uint64_t (*Open)(const char* name); // 0: failed
     // -1 unless the driver answered. `record` is read and written in place.
     int32_t (*Control)(uint64_t device, uint32_t code, void* record, uint32_t bytes);
@@ -110,7 +110,7 @@ struct UsbApi { // the USB device library; 0 or its status
     uint32_t (*ResetPort)(uint64_t handle); // ordinal 69
 };
 
-struct MemoryApi { // frame, pattern and DMA buffers; nothing else is allocated
+struct MemoryApi {                   // frame, pattern and DMA buffers; nothing else is allocated
     void* (*Allocate)(size_t bytes); // null: failed; errors 9, 16 and 22
     void (*Release)(void* memory);   // null is allowed
 };
