@@ -93,6 +93,15 @@ bool SetBinning(const Session& session, const ExposeRequest& request)
     return false;
 }
 
+bool SetGain(const Session& session, const ExposeRequest& request)
+{
+    QV_SetGain(request.gain, session.camera);
+    const int32_t code = QV_Status(session.camera);
+    if (code == QV_ERROR_NONE) return true;
+    Complain(Text("setting --gain %d", request.gain), LibraryText(code), LibraryAdvice(code));
+    return false;
+}
+
 bool ChooseGeometry(const Session& session, const ExposeRequest& request, FrameGeometry* geometry)
 {
     const int32_t columns = (session.ccd.Xpix / request.horBinning) & ~1;
@@ -257,7 +266,7 @@ int TakeFrames(Session* session, const ExposeRequest& request)
         std::fprintf(stderr, "qvn: widths are even, so the window is %d pixels wide\n",
                      geometry.width);
     }
-    QV_SetGain(request.gain, session->camera);
+    if (!SetGain(*session, request)) return ExitFailed;
     int exitCode = ExitDone;
     if (!Cool(session, request, &exitCode)) return exitCode;
     for (int32_t number = 1; number <= request.frames; ++number) {

@@ -14,9 +14,10 @@
 
 namespace {
 
+// With the process in it, so that two programs with one output do not mix.
 std::string TemporaryName(const std::string& path)
 {
-    return path + ".part";
+    return Text("%s.%d.part", path.c_str(), static_cast<int>(getpid()));
 }
 
 std::string FolderOf(const std::string& path)
@@ -98,10 +99,13 @@ bool WriteWholeFile(const std::string& path, const void* data, size_t bytes, boo
 {
     FILE* file = std::fopen(BeginFile(path).c_str(), "wbe");
     bool written = file != nullptr && std::fwrite(data, 1, bytes, file) == bytes;
-    const int failure = errno;
-    if (file != nullptr && std::fclose(file) != 0) written = false;
+    int failure = errno;
+    if (file != nullptr && std::fclose(file) != 0 && written) {
+        failure = errno;
+        written = false;
+    }
     if (written) return CommitFile(path, overwrite, error);
-    *error = Text("%s: %s", path.c_str(), std::strerror(failure != 0 ? failure : errno));
+    *error = Text("%s: %s", path.c_str(), std::strerror(failure));
     DiscardFile(path);
     return false;
 }

@@ -258,6 +258,23 @@ TEST_F(QvnWithCamera, ImpossibleOutputsAreRefusedAheadOfTheExposure)
     EXPECT_EQ(FilesIn(scratch), std::vector<std::string>{"file"});
 }
 
+TEST_F(QvnWithCamera, DiskThatFillsUpLeavesTheOldFile)
+{
+    // A frame has 786432 bytes; a noisy one does not get this small by compression.
+    scratch.largestFile = 100000;
+    for (const char* output : {"a.fits", "a.png", "a.tif", "a.raw"}) {
+        WriteText(scratch, output, "mine");
+        const ProgramResult result =
+            RunCamera({"expose", "--seconds", "0.1", "--output", output, "--overwrite"});
+        EXPECT_EQ(result.exitCode, 1) << output;
+        EXPECT_TRUE(Contains(result.err, std::string("writing the frame: ") + output))
+            << result.err;
+        EXPECT_EQ(ReadText(scratch, output), "mine");
+    }
+    const std::vector<std::string> wanted = {"a.fits", "a.png", "a.raw", "a.tif"};
+    EXPECT_EQ(FilesIn(scratch), wanted);
+}
+
 TEST_F(QvnWithCamera, InternalBuffersOfTheLibraryServeAsWell)
 {
     const ProgramResult result = RunCamera(

@@ -3,6 +3,7 @@
 
 #include <fcntl.h>
 #include <pty.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -38,6 +39,13 @@ std::string ReadFile(const std::string& path)
 {
     // A runner in the background may have had its children ignore Ctrl-C.
     std::signal(SIGINT, SIG_DFL);
+    if (scratch.largestFile > 0) {
+        // Without the signal the write fails as on a full disk.
+        std::signal(SIGXFSZ, SIG_IGN);
+        const rlimit limit = {static_cast<rlim_t>(scratch.largestFile),
+                              static_cast<rlim_t>(scratch.largestFile)};
+        setrlimit(RLIMIT_FSIZE, &limit);
+    }
     std::vector<char*> list = {const_cast<char*>("qvn")};
     for (const std::string& argument : arguments) {
         list.push_back(const_cast<char*>(argument.c_str()));
@@ -53,7 +61,7 @@ Scratch MakeScratch()
 {
     char name[] = "/tmp/qvn_tools_XXXXXX";
     const char* made = mkdtemp(name);
-    return {made != nullptr ? made : ""};
+    return {made != nullptr ? made : "", 0};
 }
 
 void RemoveScratch(const Scratch& scratch)

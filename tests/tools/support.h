@@ -16,6 +16,7 @@ struct ProgramResult {
 // A folder of this test's own, removed with all that is in it at the end.
 struct Scratch {
     std::string path;
+    int64_t largestFile = 0; // bytes that the program may write to one file; 0: no limit
 };
 
 Scratch MakeScratch();
