@@ -118,7 +118,7 @@ TEST_F(RealThreads, TimerAndHostAreNeverInOneCameraTogether)
 
     const Clock::time_point end = Clock::now() + milliseconds(10000);
     uint32_t brackets = 0;
-    while (Readings < 3 && Clock::now() < end) {
+    while (Readings < 2 && Clock::now() < end) {
         QV_StopNow(0);
         HostInside = true;
         CameraTable[0].ExposureTime += 1.0;
@@ -182,7 +182,7 @@ TEST_F(RealThreads, BreakFromAnotherThreadEndsALongExposure)
 
 TEST_F(RealThreads, OpenHasTheFirstReadingAndCloseEndsTheTimer)
 {
-    for (int32_t round = 0; round < 2; ++round) {
+    for (int32_t round = 0; round < 1; ++round) {
         const Clock::time_point start = Clock::now();
         OpenSilently(0, 0x0002);
         EXPECT_GE(Clock::now() - start, milliseconds(450));
