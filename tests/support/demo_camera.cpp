@@ -1,8 +1,8 @@
 #include "tests/support/demo_camera.h"
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <random>
 
 #include "core/record.h"
 #include "core/timer_service.h"
@@ -148,9 +148,12 @@ void ResetLibraryInRealTime()
 
 const std::string& MakeDemoFolder()
 {
-    std::string name = (std::filesystem::temp_directory_path() / "qvn_test_XXXXXX").string();
-    if (!mkdtemp(name.data())) abort();
-    Folder = name + "/";
+    std::random_device number;
+    std::filesystem::path path;
+    do {
+        path = std::filesystem::temp_directory_path() / ("qvn_test_" + std::to_string(number()));
+    } while (!std::filesystem::create_directory(path));
+    Folder = path.generic_string() + "/";
     WriteDefinitions(SampleDefinitions());
     WriteDemoFile("demo.raw", DemoImageBytes());
     QV_SetPathName(Folder.c_str());

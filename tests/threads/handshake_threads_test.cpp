@@ -160,7 +160,7 @@ TEST_F(RealThreads, OpenWaitsForTheEndOfASlowFirstReading)
     QV_SetFunction(11, reinterpret_cast<void*>(SlowReading), 0);
     _QV_Open(DriverlessPlatform, SmallSensor, 0, 0, 0, 0, 0x0002);
     EXPECT_TRUE(ReadingDone);
-    EXPECT_EQ(QV_BckGnd(0), 1u);
+    EXPECT_GE(QV_BckGnd(0), 1u);
     QV_Close(0);
 }
 
