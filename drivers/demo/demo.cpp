@@ -258,6 +258,7 @@ int32_t DemoReadFrame(int32_t shutter, int32_t width, int32_t height, uint16_t* 
         const size_t columns = static_cast<size_t>(std::max(frame.columns, 1));
         accumulator = static_cast<float*>(System.memory.Allocate(columns * sizeof(float)));
         if (accumulator == nullptr) return ErrorImageBuffer;
+        std::fill(accumulator, accumulator + columns, 0.0f);
     }
     SetReadoutPriority(1, camera);
     ReadRows(frame, width, height, buffer, accumulator, camera);

@@ -1,10 +1,10 @@
 // What the portable and the vector code of the simulated pixels share.
 //
 // A pixel is a small integer, so its noise sample hardly ever matters to the
-// last bit. The sample is computed in single precision, in error by less than a
-// margin, and the pixel from both ends of that interval. Where both give the
-// same integer it is the pixel, since every step from sample to pixel is
-// monotonic; where they differ, about once in 10,000 pixels, the formula itself
+// last bit. Sample and signal are computed in single precision, in error by less
+// than a margin, and the pixel from both ends of that interval. Where both give
+// the same integer it is the pixel, since every step from sample to pixel is
+// monotonic; where they differ, which few pixels in 10,000 do, the formula itself
 // decides. Frames are worked on in blocks of pixels of one row.
 #pragma once
 #include <cstdint>
@@ -60,10 +60,12 @@ struct NoiseTables {
     float direction[DrawValues];  // the cosine, rounded
 };
 
-// The interval of a pixel's noise n, for a sample x without the bias: x + low to
-// x + high.
-struct NoiseBounds {
+// The ends of the interval: the noise of sample x, without the bias, is between
+// x + low and x + high, and the signal of value v between the rounded products
+// v x scaleLow and v x scaleHigh.
+struct BlockBounds {
     float low, high;
+    float scaleLow, scaleHigh;
 };
 
 // What the kernels rely on: everything stays finite, and light pixels of one
@@ -71,26 +73,29 @@ struct NoiseBounds {
 inline constexpr double MaxVariance = 1e6;
 inline constexpr double MaxScale = 16384.0;
 
-// `count` is a multiple of BlockStep, at most BlockPixels. What returns a value
-// returns nonzero if the two ends of some pixel's interval do not agree.
+// `count` is a multiple of BlockStep, at most BlockPixels. The pixels are
+// those of the lower end. The result is 0 if the upper end gives the same; else
+// `others` are those of the upper end.
 struct BlockKernels {
-    // The samples, without the bias, from the state at the block's start.
+    // The samples from the state at the block's start.
     void (*Draw)(const NoiseTables& tables, uint32_t state, float deviation, int32_t count,
                  float* noise);
     // Dark pixels.
-    uint32_t (*Dark)(const float* noise, NoiseBounds bounds, int32_t count, uint16_t* pixels);
+    uint32_t (*Dark)(const float* noise, const BlockBounds& bounds, int32_t count, uint16_t* pixels,
+                     uint16_t* others);
     // Light pixels of one step, straight from source pixels.
-    uint32_t (*Light)(const uint16_t* source, const float* noise, double scale, NoiseBounds bounds,
-                      int32_t count, uint16_t* pixels);
-    // One step of light pixels: both ends p of value x scale + n, at most 65535.
-    // An end below 0 stands for 0.
-    void (*Expose)(const float* values, const float* noise, double scale, NoiseBounds bounds,
+    uint32_t (*Light)(const uint16_t* source, const float* noise, const BlockBounds& bounds,
+                      int32_t count, uint16_t* pixels, uint16_t* others);
+    // One step of light pixels: both ends p of value x scale + noise, at most
+    // 65535. An end below 0 stands for 0.
+    void (*Expose)(const float* values, const float* noise, const BlockBounds& bounds,
                    int32_t count, float* low, float* high);
-    // A further step: (p + value) x scale + n.
-    void (*ExposeFurther)(const float* values, const float* noise, double scale, NoiseBounds bounds,
+    // A further step: (p + value) x scale + noise.
+    void (*ExposeFurther)(const float* values, const float* noise, const BlockBounds& bounds,
                           int32_t count, float* low, float* high);
     // Light pixels from both ends.
-    uint32_t (*Store)(const float* low, const float* high, int32_t count, uint16_t* pixels);
+    uint32_t (*Store)(const float* low, const float* high, int32_t count, uint16_t* pixels,
+                      uint16_t* others);
     // The sums of columns over `lines` source lines; any count.
     void (*SumLines)(const uint16_t* source, int32_t stride, int32_t lines, int32_t count,
                      float* sums);

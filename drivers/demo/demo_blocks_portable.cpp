@@ -25,17 +25,52 @@ void Draw(const NoiseTables& tables, uint32_t state, float deviation, int32_t co
     for (int32_t i = 0; i < count; ++i) noise[i] *= deviation;
 }
 
-uint32_t Dark(const float* __restrict noise, NoiseBounds bounds, int32_t count,
-              uint16_t* __restrict pixels)
+uint32_t Dark(const float* __restrict noise, const BlockBounds& bounds, int32_t count,
+              uint16_t* __restrict pixels, uint16_t* __restrict others)
 {
+    const float lowBound = bounds.low, highBound = bounds.high;
     int32_t differ = 0;
     for (int32_t i = 0; i < count; ++i) {
-        const int32_t low = static_cast<int32_t>(noise[i] + bounds.low);
-        const int32_t high = static_cast<int32_t>(noise[i] + bounds.high);
+        const int32_t low = static_cast<int32_t>(noise[i] + lowBound);
+        const int32_t high = static_cast<int32_t>(noise[i] + highBound);
         differ |= low ^ high;
         pixels[i] = static_cast<uint16_t>(low);
     }
-    return static_cast<uint32_t>(differ);
+    if (differ == 0) return 0;
+    for (int32_t i = 0; i < count; ++i) {
+        others[i] = static_cast<uint16_t>(static_cast<int32_t>(noise[i] + highBound));
+    }
+    return 1;
+}
+
+uint16_t ClampPixel(int32_t value)
+{
+    const int32_t positive = value > 0 ? value : 0;
+    return static_cast<uint16_t>(positive < 65535 ? positive : 65535);
+}
+
+// One end of a light pixel.
+int32_t Exposed(uint16_t value, float scale, float noise, float bound)
+{
+    return static_cast<int32_t>(static_cast<float>(value) * scale + (noise + bound));
+}
+
+uint32_t Light(const uint16_t* __restrict source, const float* __restrict noise,
+               const BlockBounds& bounds, int32_t count, uint16_t* __restrict pixels,
+               uint16_t* __restrict others)
+{
+    const BlockBounds ends = bounds;
+    int32_t differ = 0;
+    for (int32_t i = 0; i < count; ++i) {
+        const int32_t low = Exposed(source[i], ends.scaleLow, noise[i], ends.low);
+        differ |= low ^ Exposed(source[i], ends.scaleHigh, noise[i], ends.high);
+        pixels[i] = ClampPixel(low);
+    }
+    if (differ == 0) return 0;
+    for (int32_t i = 0; i < count; ++i) {
+        others[i] = ClampPixel(Exposed(source[i], ends.scaleHigh, noise[i], ends.high));
+    }
+    return 1;
 }
 
 float AtLeastZero(float value)
@@ -48,53 +83,43 @@ float AtMostWhite(float value)
     return value < 65535.0f ? value : 65535.0f;
 }
 
-void Expose(const float* __restrict values, const float* __restrict noise, double scale,
-            NoiseBounds bounds, int32_t count, float* __restrict low, float* __restrict high)
+void Expose(const float* __restrict values, const float* __restrict noise,
+            const BlockBounds& bounds, int32_t count, float* __restrict low, float* __restrict high)
 {
+    const BlockBounds ends = bounds;
     for (int32_t i = 0; i < count; ++i) {
-        const float signal = static_cast<float>(values[i] * scale);
-        low[i] = AtMostWhite(signal + (noise[i] + bounds.low));
-        high[i] = AtMostWhite(signal + (noise[i] + bounds.high));
+        low[i] = AtMostWhite(values[i] * ends.scaleLow + (noise[i] + ends.low));
+        high[i] = AtMostWhite(values[i] * ends.scaleHigh + (noise[i] + ends.high));
     }
 }
 
-void ExposeFurther(const float* __restrict values, const float* __restrict noise, double scale,
-                   NoiseBounds bounds, int32_t count, float* __restrict low, float* __restrict high)
+void ExposeFurther(const float* __restrict values, const float* __restrict noise,
+                   const BlockBounds& bounds, int32_t count, float* __restrict low,
+                   float* __restrict high)
 {
+    const BlockBounds ends = bounds;
     for (int32_t i = 0; i < count; ++i) {
-        const float lowSignal = static_cast<float>((AtLeastZero(low[i]) + values[i]) * scale);
-        const float highSignal = static_cast<float>((AtLeastZero(high[i]) + values[i]) * scale);
-        low[i] = AtMostWhite(lowSignal + (noise[i] + bounds.low));
-        high[i] = AtMostWhite(highSignal + (noise[i] + bounds.high));
+        const float lowSum = AtLeastZero(low[i]) + values[i];
+        const float highSum = AtLeastZero(high[i]) + values[i];
+        low[i] = AtMostWhite(lowSum * ends.scaleLow + (noise[i] + ends.low));
+        high[i] = AtMostWhite(highSum * ends.scaleHigh + (noise[i] + ends.high));
     }
 }
 
 uint32_t Store(const float* __restrict low, const float* __restrict high, int32_t count,
-               uint16_t* __restrict pixels)
+               uint16_t* __restrict pixels, uint16_t* __restrict others)
 {
     int32_t differ = 0;
     for (int32_t i = 0; i < count; ++i) {
         const int32_t below = static_cast<int32_t>(AtLeastZero(low[i]));
-        const int32_t above = static_cast<int32_t>(AtLeastZero(high[i]));
-        differ |= below ^ above;
+        differ |= below ^ static_cast<int32_t>(AtLeastZero(high[i]));
         pixels[i] = static_cast<uint16_t>(below);
     }
-    return static_cast<uint32_t>(differ);
-}
-
-uint32_t Light(const uint16_t* __restrict source, const float* __restrict noise, double scale,
-               NoiseBounds bounds, int32_t count, uint16_t* __restrict pixels)
-{
-    int32_t differ = 0;
+    if (differ == 0) return 0;
     for (int32_t i = 0; i < count; ++i) {
-        const float signal = static_cast<float>(static_cast<double>(source[i]) * scale);
-        const int32_t low = static_cast<int32_t>(signal + (noise[i] + bounds.low));
-        const int32_t high = static_cast<int32_t>(signal + (noise[i] + bounds.high));
-        differ |= low ^ high;
-        const int32_t positive = low > 0 ? low : 0;
-        pixels[i] = static_cast<uint16_t>(positive < 65535 ? positive : 65535);
+        others[i] = static_cast<uint16_t>(static_cast<int32_t>(AtLeastZero(high[i])));
     }
-    return static_cast<uint32_t>(differ);
+    return 1;
 }
 
 void SumLines(const uint16_t* __restrict source, int32_t stride, int32_t lines, int32_t count,

@@ -41,7 +41,7 @@ struct FrameWork {
     const BlockKernels* kernels;
     const float* sums; // the accumulator of the current row
     float deviation;
-    NoiseBounds bounds;
+    BlockBounds bounds;
     bool exact; // every pixel by the formula
 };
 
@@ -132,29 +132,17 @@ void ExactBlock(const FrameWork& work, const Block& block, uint16_t* pixels)
 }
 
 // Decides the pixels on which both ends do not agree.
-void DecideBlock(const FrameWork& work, const Block& block, const float* low, const float* high,
+void DecideBlock(const FrameWork& work, const Block& block, const uint16_t* others,
                  uint16_t* pixels)
 {
     for (int32_t i = 0; i < block.count; ++i) {
-        if (static_cast<int32_t>(low[i]) == static_cast<int32_t>(high[i])) continue;
-        pixels[i] = ExactPixel(work, block, i);
+        if (pixels[i] != others[i]) pixels[i] = ExactPixel(work, block, i);
     }
 }
 
 int32_t RoundedCount(const Block& block)
 {
     return (block.count + BlockStep - 1) / BlockStep * BlockStep;
-}
-
-void DarkBlock(const FrameWork& work, const Block& block, const float* noise, uint16_t* pixels)
-{
-    if (work.kernels->Dark(noise, work.bounds, RoundedCount(block), pixels) == 0) return;
-    float low[BlockPixels], high[BlockPixels];
-    for (int32_t i = 0; i < block.count; ++i) {
-        low[i] = noise[i] + work.bounds.low;
-        high[i] = noise[i] + work.bounds.high;
-    }
-    DecideBlock(work, block, low, high, pixels);
 }
 
 // The source pixels that a block without vertical binning looks at: in place
@@ -181,21 +169,12 @@ const uint16_t* BlockSource(const FrameWork& work, const Block& block, uint16_t*
     return room;
 }
 
-void LightBlock(const FrameWork& work, const Block& block, const float* noise, uint16_t* pixels)
+uint32_t LightBlock(const FrameWork& work, const Block& block, const float* noise, uint16_t* pixels,
+                    uint16_t* others)
 {
-    const double scale = work.frame->scale;
     uint16_t room[BlockPixels];
     const uint16_t* source = BlockSource(work, block, room);
-    if (work.kernels->Light(source, noise, scale, work.bounds, RoundedCount(block), pixels) == 0) {
-        return;
-    }
-    float low[BlockPixels], high[BlockPixels];
-    for (int32_t i = 0; i < block.count; ++i) {
-        const float signal = static_cast<float>(source[i] * scale);
-        low[i] = signal + (noise[i] + work.bounds.low);
-        high[i] = signal + (noise[i] + work.bounds.high);
-    }
-    DecideBlock(work, block, low, high, pixels);
+    return work.kernels->Light(source, noise, work.bounds, RoundedCount(block), pixels, others);
 }
 
 // The same for sums over lines and one step.
@@ -221,18 +200,31 @@ const float* BlockSums(const FrameWork& work, const Block& block, int64_t step, 
 }
 
 // A light block with vertical binning.
-void SummedBlock(const FrameWork& work, const Block& block, const float* noise, uint16_t* pixels)
+uint32_t SummedBlock(const FrameWork& work, const Block& block, const float* noise,
+                     uint16_t* pixels, uint16_t* others)
 {
-    const double scale = work.frame->scale;
     const BlockKernels& kernels = *work.kernels;
     const int32_t count = RoundedCount(block);
     float room[BlockPixels], low[BlockPixels], high[BlockPixels];
-    kernels.Expose(BlockSums(work, block, 0, room), noise, scale, work.bounds, count, low, high);
+    kernels.Expose(BlockSums(work, block, 0, room), noise, work.bounds, count, low, high);
     for (int64_t step = 1; step < work.frame->horBinning; ++step) {
         const float* values = BlockSums(work, block, step, room);
-        kernels.ExposeFurther(values, noise, scale, work.bounds, count, low, high);
+        kernels.ExposeFurther(values, noise, work.bounds, count, low, high);
     }
-    if (kernels.Store(low, high, count, pixels) != 0) DecideBlock(work, block, low, high, pixels);
+    return kernels.Store(low, high, count, pixels, others);
+}
+
+// Nonzero if some pixels are still to be decided.
+uint32_t ComputeBlock(const FrameWork& work, const Block& block, uint16_t* pixels, uint16_t* others)
+{
+    const int32_t count = RoundedCount(block);
+    float noise[BlockPixels];
+    work.kernels->Draw(*work.tables, block.state, work.deviation, count, noise);
+    if (!work.frame->light) {
+        return work.kernels->Dark(noise, work.bounds, count, pixels, others);
+    }
+    return work.frame->verBinning > 1 ? SummedBlock(work, block, noise, pixels, others)
+                                      : LightBlock(work, block, noise, pixels, others);
 }
 
 void FillBlock(const FrameWork& work, const Block& block, uint16_t* pixels)
@@ -241,18 +233,10 @@ void FillBlock(const FrameWork& work, const Block& block, uint16_t* pixels)
         ExactBlock(work, block, pixels);
         return;
     }
-    float noise[BlockPixels];
-    uint16_t room[BlockPixels];
+    uint16_t others[BlockPixels], room[BlockPixels];
     // The kernels write whole steps.
     uint16_t* target = block.count % BlockStep == 0 ? pixels : room;
-    work.kernels->Draw(*work.tables, block.state, work.deviation, RoundedCount(block), noise);
-    if (!work.frame->light) {
-        DarkBlock(work, block, noise, target);
-    } else if (work.frame->verBinning > 1) {
-        SummedBlock(work, block, noise, target);
-    } else {
-        LightBlock(work, block, noise, target);
-    }
+    if (ComputeBlock(work, block, target, others) != 0) DecideBlock(work, block, others, target);
     if (target == room) std::copy(room, room + block.count, pixels);
 }
 
@@ -292,24 +276,36 @@ void SumRow(const FrameWork& work, int64_t row, int64_t width, float* sums)
     }
 }
 
+// Null if the processor cannot run the path.
+const BlockKernels* PathKernels(int32_t path)
+{
+    switch (path) {
+    case DemoPathPortable: return &PortableKernels;
+    case DemoPathVector: return VectorKernels();
+    default: return VectorKernels() != nullptr ? VectorKernels() : &PortableKernels;
+    }
+}
+
 FrameWork StartWork(const DemoFrame& frame, const float* sums)
 {
     FrameWork work = {};
     work.frame = &frame;
     work.tables = &FilledTables();
-    const BlockKernels* vector =
-        LoadFlag(ChosenPath) == DemoPathPortable ? nullptr : VectorKernels();
-    work.kernels = vector ? vector : &PortableKernels;
+    work.kernels = PathKernels(LoadFlag(ChosenPath));
     work.sums = sums;
     work.exact = !(frame.variance >= 0.0 && frame.variance <= MaxVariance && frame.scale >= 0.0 &&
                    frame.scale <= MaxScale);
     if (work.exact) return work;
     const double deviation = std::sqrt(frame.variance);
     work.deviation = static_cast<float>(deviation);
-    // A sample is at most 5.04 deviations. It is in error by 1.1e-6 of that, for
-    // the cosine, and by eight roundings; 100 and the sum with it by one each.
+    // A sample is at most 5.04 deviations. It is in error by 1.4e-6 of that, for
+    // the cosine, and by eight roundings of 6e-8; 100 and the sum with it by one
+    // each. A signal is rounded once, and so are the factor and the product here.
     const double margin = 1.5e-5 * deviation + 2e-5;
-    work.bounds = {static_cast<float>(100.0 - margin), static_cast<float>(100.0 + margin)};
+    work.bounds.low = static_cast<float>(100.0 - margin);
+    work.bounds.high = static_cast<float>(100.0 + margin);
+    work.bounds.scaleLow = static_cast<float>(frame.scale * (1.0 - 2.5e-7));
+    work.bounds.scaleHigh = static_cast<float>(frame.scale * (1.0 + 2.5e-7));
     return work;
 }
 
@@ -357,7 +353,7 @@ void DemoRows(const DemoFrame& frame, int32_t firstRow, int32_t rowCount, int32_
 
 bool DemoPathAvailable(DemoPath path)
 {
-    return path != DemoPathVector || VectorKernels() != nullptr;
+    return PathKernels(path) != nullptr;
 }
 
 void DemoChoosePath(DemoPath path)

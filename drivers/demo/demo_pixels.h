@@ -35,5 +35,7 @@ void DemoRows(const DemoFrame& frame, int32_t firstRow, int32_t rowCount, int32_
 // processor can run is taken unless one is chosen here.
 enum DemoPath : int32_t { DemoPathFastest, DemoPathPortable, DemoPathVector };
 
+// False if the processor cannot run it.
 bool DemoPathAvailable(DemoPath path);
+// One that is available.
 void DemoChoosePath(DemoPath path);
