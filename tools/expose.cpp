@@ -1,6 +1,7 @@
 // qvn expose: frames from the camera to files.
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <cstdio>
 #include <ctime>
 #include <new>
@@ -183,10 +184,11 @@ int32_t ReadFrame(const Session& session, const ExposeRequest& request, FrameRec
     QV_StartNow(session.camera);
     BreakerArm(-1);
 
-    // The library shortens exposures above half a second only, and does not tell.
-    constexpr double longestUnbroken = 0.5;
+    // The library shortens exposures of more than 500 whole milliseconds only, and does
+    // not tell.
+    const bool breakable = std::trunc(request.seconds * 1000.0) > 500.0;
     const double exposed = BreakSeconds() - start;
-    if (BreakRequested() && request.seconds > longestUnbroken && exposed < request.seconds) {
+    if (BreakRequested() && breakable && exposed < request.seconds) {
         frame->broken = true;
         frame->exposedSeconds = std::max(exposed, 0.0);
     }

@@ -1,6 +1,7 @@
 // qvn info: what opening a camera tells.
 #include <cstdio>
 
+#include "tools/breaker.h"
 #include "tools/commands.h"
 #include "tools/report.h"
 #include "tools/text.h"
@@ -102,7 +103,9 @@ void PrintJson(const Session& session, const CameraState& state)
 int RunInfo(const InfoRequest& request)
 {
     Session session;
-    if (!OpenSession(request.camera, 0, &session)) return ExitFailed;
+    if (!OpenSession(request.camera, 0, &session)) {
+        return BreakRequested() ? ExitBroken : ExitFailed;
+    }
     const CameraState state = AskCamera(session);
     if (request.json) {
         PrintJson(session, state);
@@ -110,5 +113,6 @@ int RunInfo(const InfoRequest& request)
         PrintText(session, state);
     }
     CloseSession(session, true);
+    if (BreakRequested()) return ExitBroken;
     return state.hasTemperature ? ExitDone : ExitFailed;
 }
