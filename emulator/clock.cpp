@@ -110,7 +110,7 @@ void Sleep(uint32_t milliseconds)
 
 void SleepMicroseconds(uint32_t microseconds)
 {
-    EmuSpend(microseconds);
+    EmuSpend(microseconds == 0 ? 1 : microseconds);
 }
 
 // Another thread's flag can only change at the next event.

@@ -7,6 +7,7 @@
 #include <fcntl.h>
 #include <pthread.h>
 #include <sched.h>
+#include <signal.h>
 #include <sys/stat.h>
 #include <time.h>
 #include <unistd.h>
@@ -136,6 +137,20 @@ uint32_t FinestPeriod()
 
 void NoPeriod(uint32_t) {}
 
+// The host's signals are for the host's threads: the timer's takes none but its
+// own faults.
+bool CreateThread(NativeTimer* timer)
+{
+    sigset_t blocked, before;
+    sigfillset(&blocked);
+    constexpr int faults[] = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP};
+    for (const int fault : faults) sigdelset(&blocked, fault);
+    pthread_sigmask(SIG_SETMASK, &blocked, &before);
+    const bool created = pthread_create(&timer->thread, nullptr, TimerThread, timer) == 0;
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    return created;
+}
+
 bool StartThread(NativeTimer* timer)
 {
     pthread_condattr_t attributes;
@@ -145,7 +160,7 @@ bool StartThread(NativeTimer* timer)
     pthread_condattr_destroy(&attributes);
     pthread_mutex_init(&timer->lock, nullptr);
     timer->stopping = false;
-    timer->used = pthread_create(&timer->thread, nullptr, TimerThread, timer) == 0;
+    timer->used = CreateThread(timer);
     return timer->used;
 }
 
