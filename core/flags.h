@@ -5,6 +5,9 @@
 #include <atomic>
 #include <cstdint>
 
+// clang-tidy does not see that a reference writes through the pointers.
+// NOLINTBEGIN(readability-non-const-parameter)
+
 inline int32_t LoadFlag(const int32_t& flag)
 {
     return std::atomic_ref<int32_t>(const_cast<int32_t&>(flag)).load();
@@ -67,3 +70,5 @@ inline void StoreReading(double* reading, double value)
 {
     std::atomic_ref<double>(*reading).store(value, std::memory_order_relaxed);
 }
+
+// NOLINTEND(readability-non-const-parameter)

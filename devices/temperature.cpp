@@ -127,12 +127,14 @@ void SetPower(double percent, int32_t camera)
     CameraRecord& record = CameraTable[camera];
     StopNow(camera);
     const int32_t power = static_cast<int16_t>(ToInt32(percent * 10.0));
-    // Both comparisons drop the tenths: required.
-    if (record.ArrayMode != 0 && percent != record.SubPower[camera] / 10) {
+    // Both drop the tenths: required.
+    const int32_t subPercent = record.SubPower[camera] / 10;
+    const int32_t ownPercent = LoadFlag(record.CoolerPower) / 10;
+    if (record.ArrayMode != 0 && percent != subPercent) {
         Select(camera);
         StoreFlag(&record.ArrayPower[camera], power);
         record.SubPower[camera] = power;
-    } else if (percent >= 0.0 && percent <= 100.0 && percent != LoadFlag(record.CoolerPower) / 10) {
+    } else if (percent >= 0.0 && percent <= 100.0 && percent != ownPercent) {
         StoreFlag(&record.CoolerPower, power);
         record.Ops.SetCoolerPower(power, camera);
     }

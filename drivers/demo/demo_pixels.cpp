@@ -157,6 +157,7 @@ const uint16_t* BlockSource(const FrameWork& work, const Block& block, uint16_t*
         const uint16_t* from = frame.source + index;
         if (stride == 1) return from;
         if (stride == 2) { // apart, since compilers know how
+            // NOLINTNEXTLINE(bugprone-implicit-widening-of-multiplication-result)
             for (int32_t i = 0; i < RoundedCount(block); ++i) room[i] = from[i * 2];
             return room;
         }
@@ -187,6 +188,7 @@ const float* BlockSums(const FrameWork& work, const Block& block, int64_t step, 
         const float* from = work.sums + offset;
         if (stride == 1) return from;
         if (stride == 2) {
+            // NOLINTNEXTLINE(bugprone-implicit-widening-of-multiplication-result)
             for (int32_t i = 0; i < count; ++i) room[i] = from[i * 2];
             return room;
         }
