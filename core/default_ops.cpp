@@ -46,6 +46,14 @@ uint32_t NoReadStatus(int32_t, int32_t)
 {
     return 0;
 }
+int32_t NoReadFrame(int32_t, int32_t, int32_t, uint16_t*, int32_t)
+{
+    return 0;
+}
+int32_t RefuseOpenArray(int32_t)
+{
+    return ErrorArrayPlatform;
+}
 
 namespace {
 
@@ -53,16 +61,8 @@ int32_t RefuseOpen(int32_t, int32_t, int32_t)
 {
     return ErrorUnsupportedPlatform;
 }
-int32_t RefuseOpenArray(int32_t)
-{
-    return ErrorArrayPlatform;
-}
 void NoCoolerPower(int32_t, int32_t) {}
 int32_t NoLoad(const char*, int32_t)
-{
-    return 0;
-}
-int32_t NoReadFrame(int32_t, int32_t, int32_t, uint16_t*, int32_t)
 {
     return 0;
 }

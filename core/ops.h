@@ -99,3 +99,6 @@ void NoWriteData(uint32_t value, int32_t camera);
 uint32_t NoWriteAddress(uint32_t address, int32_t camera);
 uint16_t NoReadData(int32_t camera);
 uint32_t NoReadStatus(int32_t selector, int32_t camera);
+int32_t NoReadFrame(int32_t shutter, int32_t width, int32_t height, uint16_t* buffer,
+                    int32_t camera);
+int32_t RefuseOpenArray(int32_t camera); // returns 12

@@ -126,7 +126,7 @@ void SetPower(double percent, int32_t camera)
 {
     CameraRecord& record = CameraTable[camera];
     StopNow(camera);
-    const int32_t power = static_cast<int16_t>(ToInt32(percent * 10.0));
+    const int32_t power = ToInt16(percent * 10.0);
     // Both drop the tenths: required.
     const int32_t subPercent = record.SubPower[camera] / 10;
     const int32_t ownPercent = LoadFlag(record.CoolerPower) / 10;

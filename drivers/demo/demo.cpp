@@ -83,7 +83,14 @@ FILE* OpenRawFile(const char* name)
     char path[2 * PathRoom];
     if (name[0] == '\0') return nullptr;
     snprintf(path, sizeof path, "%s%s", LibraryPath, name);
-    return fopen(path, "rb");
+    FILE* file = fopen(path, "rb");
+    if (file == nullptr) return nullptr;
+    if (fgetc(file) == EOF && ferror(file) != 0) { // a folder can be opened too
+        fclose(file);
+        return nullptr;
+    }
+    rewind(file);
+    return file;
 }
 
 // Moves on by `bytes`; false if there is no such place.
@@ -118,6 +125,7 @@ void ReadRawFile(FILE* file, const DemoSource& image)
     }
 }
 
+// "Not found" whatever failed: required.
 int32_t DemoOpen(int32_t, int32_t, int32_t camera)
 {
     char name[PathRoom - 1];
@@ -128,7 +136,7 @@ int32_t DemoOpen(int32_t, int32_t, int32_t camera)
     }
     DemoFileWidth = width;
     DemoFileHeight = height;
-    if (!AllocateImage(camera)) return ErrorImageBuffer;
+    if (!AllocateImage(camera)) return ErrorCameraNotFound;
     FILE* file = OpenRawFile(name);
     if (file == nullptr) return ErrorCameraNotFound;
     ReadRawFile(file, DemoImage[camera]);
@@ -225,7 +233,8 @@ void SetExposure(DemoFrame* frame, int32_t camera)
     frame->verBinning = record.VerBinning;
 }
 
-// Rows up to and with the one that is reported are computed in one go.
+// Rows up to and with the one that is reported are computed in one go. Two frames
+// that are read at once start from the same state and draw the same noise.
 void ReadRows(const DemoFrame& frame, int32_t width, int32_t height, uint16_t* buffer,
               float* accumulator, int32_t camera)
 {
@@ -304,6 +313,10 @@ const CameraOps DemoOps = {
     .ReadData = NoReadData,
     .ReadStatus = NoReadStatus,
     .SetGain = NoResult,
+    // Not available here; a host or another platform may have filled them.
+    .ReadTimed = NoReadFrame,
+    .OpenArrayCamera = RefuseOpenArray,
+    .ReadArray = NoReadFrame,
 };
 
 } // namespace

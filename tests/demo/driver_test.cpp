@@ -1,8 +1,11 @@
 // Temperature, registers and the small slots of the simulated camera.
+#include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <cstring>
 #include <filesystem>
 #include <limits>
+#include <vector>
 
 #include "core/binding.h"
 #include "core/record.h"
@@ -25,6 +28,15 @@ protected:
     {
         EXPECT_EQ(ops.ReadTemperature(0), 0);
         return record.CurrentTemperature;
+    }
+
+    // How many pixels of a frame stay as they are.
+    static std::ptrdiff_t UntouchedByTimedRead()
+    {
+        std::vector<uint16_t> frame(24 * 16, 7);
+        QV_TGetCCD(1, 0.01, frame.data(), 0);
+        EXPECT_EQ(QV_Status(0), 0);
+        return std::count(frame.begin(), frame.end(), 7);
     }
 
     CameraRecord& record = CameraTable[0];
@@ -186,9 +198,27 @@ TEST_F(DemoSlots, TimedAndArrayReadoutAreNotBound)
     EXPECT_EQ(ops.ReadTimed, UnboundOps.ReadTimed);
     EXPECT_EQ(ops.OpenArrayCamera, UnboundOps.OpenArrayCamera);
     EXPECT_EQ(ops.ReadArray, UnboundOps.ReadArray);
-    uint16_t frame[24 * 16] = {7};
-    QV_TGetCCD(1, 0.01, frame, 0);
-    EXPECT_EQ(frame[0], 7);
+    EXPECT_EQ(ops.OpenArrayCamera(0), 12);
+    EXPECT_EQ(UntouchedByTimedRead(), 24 * 16);
+}
+
+TEST_F(DemoSlots, TimedAndArrayReadoutOfBeforeTheOpenAreGone)
+{
+    const decltype(CameraOps::ReadTimed) read = [](int32_t, int32_t width, int32_t height,
+                                                   uint16_t* buffer, int32_t) {
+        std::fill(buffer, buffer + width * height, uint16_t{9});
+        return 0;
+    };
+    const decltype(CameraOps::OpenArrayCamera) open = [](int32_t) { return 0; };
+    QV_SetFunction(31, reinterpret_cast<void*>(read), 0);
+    QV_SetFunction(32, reinterpret_cast<void*>(open), 0);
+    QV_SetFunction(33, reinterpret_cast<void*>(read), 0);
+    EXPECT_EQ(UntouchedByTimedRead(), 0);
+    QV_Close(0);
+    OpenDemo(0, 0);
+    EXPECT_EQ(UntouchedByTimedRead(), 24 * 16);
+    EXPECT_EQ(ops.OpenArrayCamera(0), 12);
+    EXPECT_EQ(ops.ReadArray, UnboundOps.ReadArray);
 }
 
 TEST_F(DemoSlots, BindingSetsInterfaceAndDecimals)

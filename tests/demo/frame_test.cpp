@@ -6,6 +6,7 @@
 #include "core/record.h"
 #include "drivers/demo/demo.h"
 #include "emulator/emulator.h"
+#include "platform/system.h"
 #include "tests/demo/frame_run.h"
 #include "tests/support/demo_camera.h"
 
@@ -392,6 +393,29 @@ TEST_F(DemoReading, AccumulatorIsReleasedAfterTheFrame)
     QV_GetCCD(1, 0.01, frame, 0);
     EXPECT_EQ(QV_Status(0), 0);
     EXPECT_EQ(EmuLiveBlocks(), blocks);
+}
+
+std::vector<float> LentMemory;
+
+// Memory as a system hands it out that gives back what others have left.
+void* LendUsedMemory(size_t bytes)
+{
+    LentMemory.assign(bytes / sizeof(float), std::numeric_limits<float>::quiet_NaN());
+    return LentMemory.data();
+}
+
+TEST_F(DemoReading, AccumulatorStartsAtZeroAlsoWhereNoPixelLooks)
+{
+    OpenDemo(0, 0);
+    QV_SetBinning(2, 2, 0);
+    const MemoryApi memory = System.memory;
+    System.memory = {LendUsedMemory, [](void*) {}};
+    QV_GetWinCCD(1, 0.01, 0, 0, 2, 2, frame, 0); // columns 0, 2 and 4 of 24
+    System.memory = memory;
+    EXPECT_EQ(QV_Status(0), 0);
+    ASSERT_EQ(LentMemory.size(), 24u);
+    for (float sum : LentMemory) EXPECT_FALSE(std::isnan(sum));
+    EXPECT_EQ(LentMemory[23], 0.0f);
 }
 
 TEST_F(DemoReading, WithoutMemoryForTheAccumulatorTheFrameFails)

@@ -153,11 +153,20 @@ TEST_F(DemoDriver, MissingRawFileKeepsTheMemoryUntilTheNextOpen)
     EXPECT_EQ(EmuLiveBlocks(), 1u);
 }
 
-TEST_F(DemoDriver, WithoutMemoryForTheImageTheOpenFails)
+TEST_F(DemoDriver, FolderInPlaceOfTheRawFileIsCameraNotFound)
+{
+    WriteDefinitions(Replaced(SampleDefinitions(), "demo.raw", "."));
+    OpenDemo(0, 0);
+    EXPECT_EQ(QV_Status(0), 1);
+    EXPECT_EQ(QV_IsOn(0), 0);
+    EXPECT_EQ(EmuLiveBlocks(), 1u); // the image, until the next open
+}
+
+TEST_F(DemoDriver, MissingMemoryForTheImageIsCameraNotFound)
 {
     EmuFail(EmuAllocate, 1, false);
     OpenDemo(0, 0);
-    EXPECT_EQ(QV_Status(0), 16);
+    EXPECT_EQ(QV_Status(0), 1);
     EXPECT_EQ(QV_IsOn(0), 0);
     EXPECT_EQ(EmuLiveBlocks(), 0u);
 }

@@ -410,17 +410,20 @@ TEST_F(ArrayCooler, DifferentDriveIsOnlyNotedForTheHead)
     EXPECT_EQ(StopCount[3], 0);
 }
 
-TEST_F(ArrayCooler, DriveHasNoRangeAndIsCutTo16Bits)
+TEST_F(ArrayCooler, DriveHasNoRangeAndEndsAt16Bits)
 {
     record.ArrayMode = 1;
-    SetPower(5000.0, 0); // 50000 - 65536
-    EXPECT_EQ(record.ArrayPower[0], -15536);
+    SetPower(3276.6, 0);
+    EXPECT_EQ(record.ArrayPower[0], 32766);
+    SetPower(5000.0, 0);
+    EXPECT_EQ(record.ArrayPower[0], 32767);
+    EXPECT_EQ(record.SubPower[0], 32767);
     SetPower(-1.0, 0);
     EXPECT_EQ(record.ArrayPower[0], -10);
-    SetPower(1e300, 0); // the low half of 2147483647
-    EXPECT_EQ(record.ArrayPower[0], -1);
+    SetPower(1e300, 0);
+    EXPECT_EQ(record.ArrayPower[0], 32767);
     SetPower(-Infinity, 0);
-    EXPECT_EQ(record.ArrayPower[0], 0);
+    EXPECT_EQ(record.ArrayPower[0], -32768);
     SetPower(50.0, 0);
     SetPower(NotANumber, 0);
     EXPECT_EQ(record.ArrayPower[0], 0);
