@@ -13,6 +13,7 @@
 #include "core/status.h"
 #include "core/timer_service.h"
 #include "devices/binning.h"
+#include "devices/camera_memory.h"
 #include "devices/gain.h"
 #include "devices/shutter.h"
 #include "devices/temperature.h"
@@ -145,6 +146,9 @@ CAMERA_EXPORT(void, QV_GetBinning, GetBinning, (int32_t* horizontal, int32_t* ve
 CAMERA_EXPORT(int32_t, QV_SetGain, SetGain, (int32_t index, int32_t camera), (index, camera))
 CAMERA_EXPORT(int32_t, QV_GetGain, GetGain, (int32_t camera), (camera))
 
+// camera memory
+CAMERA_EXPORT(uint16_t, QV_ReadEP, ReadEP, (int32_t address, int32_t camera), (address, camera))
+
 NOT_BUILT(void, QV_Kinetics, (int32_t, double, int32_t, int32_t, int32_t, int32_t, int32_t, uint16_t**, int32_t))
 NOT_BUILT(void, QV_KineticsCCD, (int32_t, double, int32_t, int32_t, uint16_t*, int32_t))
 NOT_BUILT(void, QV_ArmAcquisition, (double, int32_t))
@@ -167,7 +171,6 @@ NOT_BUILT(void, QV_SetUsrGain, (int32_t, int32_t, int32_t, int32_t))
 NOT_BUILT(void, QV_SetFanSpeed, (double, int32_t))
 NOT_BUILT(uint32_t, QV_GetKZBPCIAddress, (int32_t))
 NOT_BUILT(uint32_t, QV_GetKZBPCIRevision, (int32_t, int32_t))
-NOT_BUILT(uint16_t, QV_ReadEP, (int32_t, int32_t))
 NOT_BUILT(void, QV_WriteEP, (int32_t, int32_t, int32_t))
 NOT_BUILT(int32_t, QV_GetSerNum, (int32_t))
 NOT_BUILT(void, QV_SetSerNum, (int32_t, int32_t, int32_t))

@@ -221,6 +221,18 @@ TEST_F(DemoSlots, TimedAndArrayReadoutOfBeforeTheOpenAreGone)
     EXPECT_EQ(ops.ReadArray, UnboundOps.ReadArray);
 }
 
+TEST_F(DemoSlots, CameraMemoryIsAFixedTable)
+{
+    EXPECT_EQ(QV_ReadEP(4, 0), 1);
+    EXPECT_EQ(QV_ReadEP(5, 0), 1);
+    EXPECT_EQ(QV_ReadEP(6, 0), 2001);
+    EXPECT_EQ(QV_ReadEP(7, 0), 9876);
+    EXPECT_EQ(QV_ReadEP(8, 0), 54321);
+    for (int32_t address : {-1, 0, 1, 3, 9, 10, 255, INT32_MAX}) {
+        EXPECT_EQ(QV_ReadEP(address, 0), 65535) << address;
+    }
+}
+
 TEST_F(DemoSlots, BindingSetsInterfaceAndDecimals)
 {
     record.InterfaceType = 6;
