@@ -36,6 +36,7 @@ int64_t MonotonicUs()
     return seconds * UsPerSecond + count.QuadPart % perSecond * UsPerSecond / perSecond;
 }
 
+// Ends behind the deadline, since both times have lost a part of a microsecond.
 void SleepUntil(int64_t deadline)
 {
     const int64_t rest = deadline - MonotonicUs() - SpinUs;
@@ -44,7 +45,7 @@ void SleepUntil(int64_t deadline)
         ::Sleep(static_cast<DWORD>(rest / UsPerMs));
         timeEndPeriod(1);
     }
-    while (MonotonicUs() < deadline) YieldProcessor();
+    while (MonotonicUs() <= deadline) YieldProcessor();
 }
 
 uint32_t TickCount()
