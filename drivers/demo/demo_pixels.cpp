@@ -77,6 +77,12 @@ int64_t StepOffset(const DemoFrame& frame, int64_t column, int64_t step)
     return column * frame.horBinning + 2 * step;
 }
 
+// Whether this step, and with it every further one, looks past the columns.
+bool IsPastColumns(const DemoFrame& frame, int64_t column, int64_t step)
+{
+    return StepOffset(frame, column, step) >= frame.columns;
+}
+
 // Without vertical binning every step starts from the source again, so that
 // only the last one counts.
 int64_t FirstStep(const DemoFrame& frame)
@@ -108,13 +114,20 @@ uint16_t ExactDark(double noise)
 uint16_t ExactLight(const FrameWork& work, int64_t row, int64_t column, double noise)
 {
     const DemoFrame& frame = *work.frame;
-    float p = 0.0f;
+    float p = 0.0f, before = 0.0f;
     for (int64_t step = FirstStep(frame); step < frame.horBinning; ++step) {
+        const float earlier = before;
+        before = p;
         p += StepValue(work, row, column, step);
         p = static_cast<float>(p * frame.scale);
         p = static_cast<float>(p + noise);
         if (p < 0.0f) p = 0.0f;
         if (p > 65535.0f) p = 65535.0f;
+        // Past the last column all steps are one map. It is monotonic, so it ends
+        // in one value or in two by turns.
+        if (!IsPastColumns(frame, column, step - 1)) continue;
+        if (std::isnan(p)) return 0;
+        if (p == earlier) return ToUint16((frame.horBinning - step) % 2 != 0 ? p : before);
     }
     return ToUint16(p);
 }
@@ -201,6 +214,24 @@ const float* BlockSums(const FrameWork& work, const Block& block, int64_t step, 
     return room;
 }
 
+// A further step of a block. False if no step behind it changes anything: past the
+// last column all are one map of the ends, so one that leaves them is the last.
+bool ExposeFurther(const FrameWork& work, const Block& block, int64_t step, const float* noise,
+                   float* low, float* high)
+{
+    float room[BlockPixels], lowBefore[BlockPixels], highBefore[BlockPixels];
+    const int32_t count = RoundedCount(block);
+    const bool past = IsPastColumns(*work.frame, block.column, step);
+    if (past) {
+        std::copy(low, low + count, lowBefore);
+        std::copy(high, high + count, highBefore);
+    }
+    const float* values = BlockSums(work, block, step, room);
+    work.kernels->ExposeFurther(values, noise, work.bounds, count, low, high);
+    return !past || !std::equal(low, low + count, lowBefore) ||
+           !std::equal(high, high + count, highBefore);
+}
+
 // A light block with vertical binning.
 uint32_t SummedBlock(const FrameWork& work, const Block& block, const float* noise,
                      uint16_t* pixels, uint16_t* others)
@@ -210,8 +241,7 @@ uint32_t SummedBlock(const FrameWork& work, const Block& block, const float* noi
     float room[BlockPixels], low[BlockPixels], high[BlockPixels];
     kernels.Expose(BlockSums(work, block, 0, room), noise, work.bounds, count, low, high);
     for (int64_t step = 1; step < work.frame->horBinning; ++step) {
-        const float* values = BlockSums(work, block, step, room);
-        kernels.ExposeFurther(values, noise, work.bounds, count, low, high);
+        if (!ExposeFurther(work, block, step, noise, low, high)) break;
     }
     return kernels.Store(low, high, count, pixels, others);
 }

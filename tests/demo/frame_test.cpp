@@ -109,6 +109,19 @@ TEST_F(DemoFormula, PixelsAreSinglePrecision)
     EXPECT_EQ(DriverFrame(inputs, 1, 1, 1).pixels, Pixels({40001}));
 }
 
+// 32699.998046 is rounded to 32700 - 1/512, a float, before 100 is added; the sum
+// 32800 - 1/512 is half-way between 32800 and the float below, 32800 - 1/256, and
+// goes to the even one. Unrounded the sum would lie below the middle: 32799.
+TEST_F(DemoFormula, PixelsAreRoundedBeforeTheNoiseIsAddedAndAfter)
+{
+    const double signal = 32700.0 - 1.0 / 512.0 - 1e-6;
+    PlainDemoInputs inputs = NoiselessInputs({1}, 1, 1, signal);
+    EXPECT_EQ(DriverFrame(inputs, 1, 1, 1).pixels, Pixels({32800}));
+    EXPECT_EQ(PlainFrame(inputs, 1, 1, 1).pixels, Pixels({32800}));
+    inputs = NoiselessInputs({4}, 1, 1, signal / 4.0);
+    EXPECT_EQ(DriverFrame(inputs, 1, 1, 1).pixels, Pixels({32800}));
+}
+
 TEST_F(DemoFormula, VerticalBinningSumsTheLines)
 {
     const Pixels image = {1, 2, 3, 10, 20, 30, 100, 200, 300, 1000, 2000, 3000};
@@ -253,6 +266,38 @@ TEST_F(DemoFormula, WindowsAndBinningsOfAnySizeStayInsideTheImage)
     }
 }
 
+// Each of the two thousand million steps halves the pixel and adds the bias.
+TEST_F(DemoFormula, LargestHorizontalBinningEndsPromptly)
+{
+    PlainDemoInputs inputs = NoiselessInputs(RandomImage(9, 8), 9, 8, 0.5);
+    inputs.horBinning = INT32_MAX;
+    inputs.verBinning = 2;
+    EXPECT_EQ(DriverFrame(inputs, 200, 4, 1).pixels, Pixels(800, 200));
+}
+
+// A negative exposure takes a pixel to and fro between 0 and the bias. The steps
+// of the first column are 0 while they look at pixels, 0, 2, 4, 6 and 8, and 100
+// at first behind them; the other columns begin with 100.
+TEST_F(DemoFormula, LargestHorizontalBinningEndsPromptlyByTurns)
+{
+    PlainDemoInputs inputs = NoiselessInputs(Pixels(72, 65535), 9, 8, -1.0);
+    inputs.temperature = Infinity;
+    inputs.verBinning = 2;
+    inputs.horBinning = INT32_MAX;
+    EXPECT_EQ(DriverFrame(inputs, 3, 1, 1).pixels, Pixels({0, 100, 100}));
+    inputs.horBinning = INT32_MAX - 1;
+    EXPECT_EQ(DriverFrame(inputs, 3, 1, 1).pixels, Pixels({100, 0, 0}));
+}
+
+TEST_F(DemoFormula, LargestHorizontalBinningEndsPromptlyWithoutANumber)
+{
+    PlainDemoInputs inputs = NoiselessInputs(RandomImage(9, 8), 9, 8, 0.5);
+    inputs.temperature = 30.0;
+    inputs.horBinning = INT32_MAX;
+    inputs.verBinning = 2;
+    EXPECT_EQ(DriverFrame(inputs, 3, 4, 1).pixels, Pixels(12, 0));
+}
+
 class DemoReading : public DemoTest {
 protected:
     uint16_t frame[24 * 16] = {};
@@ -383,6 +428,16 @@ TEST_F(DemoReading, ReadWindowIgnoresItsOriginForTheOneThatWasBuilt)
     record.BuiltWindowY = 4;
     EXPECT_EQ(record.Ops.ReadWindow(1, 9, 9, 1, 1, &pixel, 0), 0);
     EXPECT_EQ(pixel, 100 + DemoFilePixel(2, 4));
+}
+
+TEST_F(DemoReading, LargestBinningOfTheHostEndsPromptly)
+{
+    OpenDemo(0, 0);
+    CameraTable[0].CurrentTemperature = -Infinity;
+    QV_SetBinning(INT32_MAX, 2, 0);
+    QV_GetWinCCD(1, 0.5, 0, 0, 24, 8, frame, 0);
+    EXPECT_EQ(QV_Status(0), 0);
+    EXPECT_EQ(Pixels(frame, frame + 24 * 8), Pixels(24 * 8, 200));
 }
 
 TEST_F(DemoReading, AccumulatorIsReleasedAfterTheFrame)

@@ -140,6 +140,28 @@ TEST_F(DemoPixels, AreThePlainOnesAtBrightSignals)
     }
 }
 
+// Far past the last column: pixels that end in one value, slowly or at once, in
+// two by turns (negative exposures above 26 degrees), or in none.
+TEST_F(DemoPixels, AreThePlainOnesOverBinningsFarBeyondTheColumns)
+{
+    uint32_t state = 4;
+    PlainDemoInputs inputs = Inputs(67, 9, true);
+    inputs.gainFactor = 1.0;
+    inputs.verBinning = 2;
+    for (int32_t binning : {66, 67, 68, 135, 5000, 5001}) {
+        inputs.horBinning = binning;
+        for (double exposure :
+             {-2.0, -1.0, -0.999, -0.5, 1e-6, 0.02, 0.5, 0.99, 0.9999, 1.0, 1.0001, 20.0, 2e4}) {
+            for (double temperature : {-Infinity, 20.0, 25.99, 26.0, 30.0}) {
+                inputs.exposure = exposure;
+                inputs.temperature = temperature;
+                ExpectPlainFrame(inputs, 5, 3, state);
+                state += 0x01234567;
+            }
+        }
+    }
+}
+
 TEST_F(DemoPixels, WithoutHorizontalBinningAreLeftAloneInLightFrames)
 {
     PlainDemoInputs inputs = Inputs(20, 10, true);
