@@ -16,6 +16,13 @@ int32_t BinnedColumns(const CameraRecord& record)
     return record.HorBinning > 0 ? record.Ccd.Xpix / record.HorBinning : 0;
 }
 
+// What is negative or too large for an answer of 32 bits is no size.
+int32_t SizeInBytes(int64_t pixels)
+{
+    const int64_t bytes = pixels * int64_t{sizeof(uint16_t)};
+    return bytes < 0 || bytes > INT32_MAX ? 0 : static_cast<int32_t>(bytes);
+}
+
 // Gives the current entry `bytes` bytes and keeps its pixels as far as they fit.
 bool ResizeCurrent(size_t bytes, CameraRecord* record)
 {
@@ -44,9 +51,9 @@ void AllocateEntry(CameraRecord* record)
         StoreFlag(&record->LastError, ErrorImageBuffer);
         return;
     }
-    const int32_t bytes = record->Ccd.Xpix * record->Ccd.Ypix * 2;
+    const int32_t bytes = SizeInBytes(int64_t{record->Ccd.Xpix} * record->Ccd.Ypix);
     record->MatrixIndex = index;
-    if (!ResizeCurrent(bytes < 0 ? 0 : static_cast<size_t>(bytes), record)) {
+    if (!ResizeCurrent(static_cast<size_t>(bytes), record)) {
         record->MatrixIndex = before;
     }
 }
@@ -66,11 +73,7 @@ void Matrix(int32_t operation, int32_t camera)
     Select(camera);
     switch (operation) {
     case 0: AllocateEntry(&record); break;
-    case 1: {
-        const int32_t bytes = MatrixSize(camera);
-        ResizeCurrent(bytes < 0 ? 0 : static_cast<size_t>(bytes), &record);
-        break;
-    }
+    case 1: ResizeCurrent(static_cast<size_t>(MatrixSize(camera)), &record); break;
     case 2: FreeCurrent(&record); break;
     default: break;
     }
@@ -107,7 +110,7 @@ int32_t MatrixSize(int32_t camera)
 {
     const CameraRecord& record = CameraTable[camera];
     if (record.VerBinning <= 0) return 0;
-    return BinnedColumns(record) * record.Ccd.Ypix / record.VerBinning * 2;
+    return SizeInBytes(int64_t{BinnedColumns(record)} * record.Ccd.Ypix / record.VerBinning);
 }
 
 uint16_t* FrameTarget(uint16_t* buffer, int32_t width, int32_t height, int32_t camera)

@@ -36,7 +36,9 @@ target_include_directories(qvn INTERFACE ${PROJECT_SOURCE_DIR}/include)
 set_target_properties(qvn PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION 7
   LINKER_LANGUAGE CXX
   LINK_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/qvn.map)
-target_link_options(qvn PRIVATE -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/qvn.map)
+# The timer's thread runs code of the library, so a host cannot unload it.
+target_link_options(qvn PRIVATE -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/qvn.map
+  -Wl,-z,nodelete)
 if(NOT QVN_SANITIZE)
   target_link_options(qvn PRIVATE -Wl,--no-undefined)
 endif()

@@ -1,6 +1,6 @@
 #include "core/binding.h"
 
-#include "core/record.h"
+#include "core/flags.h"
 
 namespace {
 
@@ -27,9 +27,9 @@ void SetUnlessKept(int32_t* field, int32_t value)
     if (value != Keep) *field = value;
 }
 
-void BindBuilder(int32_t platform, CameraRecord* record)
+void BindBuilder(const BuilderRow* rows, int32_t platform, CameraRecord* record)
 {
-    for (const BuilderRow* row = BuilderRows; row->platform != 0; ++row) {
+    for (const BuilderRow* row = rows; row->platform != 0; ++row) {
         if (row->platform != platform) continue;
         if (row->sensors != nullptr && !Holds(row->sensors, record->CcdCode)) continue;
         if (row->link != AnyLink && row->link != record->InterfaceType) continue;
@@ -49,21 +49,36 @@ const PlatformBinding* FindPlatformBinding(int32_t platform)
     return nullptr;
 }
 
+bool IsBoundOpen(decltype(CameraOps::OpenCamera) open)
+{
+    for (const PlatformBinding* binding = PlatformBindings; binding->platform != 0; ++binding) {
+        for (const BindingRule* rule = binding->rules; rule->ops != nullptr; ++rule) {
+            if (rule->ops->OpenCamera == open) return true;
+        }
+    }
+    return false;
+}
+
+void BindRow(const PlatformBinding& row, const BuilderRow* builders, uint32_t options,
+             CameraRecord* record)
+{
+    SetUnlessKept(&record->InterfaceType, row.interfaceType);
+    SetUnlessKept(&record->WaveExtraCount, row.waveExtraCount);
+    if (row.temperatureDecimals != Keep) {
+        StoreFlag(&record->TemperatureDecimals, row.temperatureDecimals);
+    }
+    SetUnlessKept(&EepromWiring, row.eepromWiring);
+    if (row.alternatePolarity != Keep) {
+        record->AlternatePolarity = static_cast<uint8_t>(row.alternatePolarity);
+    }
+    for (const BindingRule* rule = row.rules; rule->ops != nullptr; ++rule) {
+        if (Applies(*rule, *record, options)) OverlayOps(&record->Ops, *rule->ops);
+    }
+    BindBuilder(builders, row.platform, record);
+}
+
 void BindOperations(int32_t platform, uint32_t options, int32_t camera)
 {
-    CameraRecord& record = CameraTable[camera];
-    const PlatformBinding* binding = FindPlatformBinding(platform);
-    if (binding == nullptr) return;
-
-    SetUnlessKept(&record.InterfaceType, binding->interfaceType);
-    SetUnlessKept(&record.WaveExtraCount, binding->waveExtraCount);
-    SetUnlessKept(&record.TemperatureDecimals, binding->temperatureDecimals);
-    SetUnlessKept(&EepromWiring, binding->eepromWiring);
-    if (binding->alternatePolarity != Keep) {
-        record.AlternatePolarity = static_cast<uint8_t>(binding->alternatePolarity);
-    }
-    for (const BindingRule* rule = binding->rules; rule->ops != nullptr; ++rule) {
-        if (Applies(*rule, record, options)) OverlayOps(&record.Ops, *rule->ops);
-    }
-    BindBuilder(platform, &record);
+    const PlatformBinding* row = FindPlatformBinding(platform);
+    if (row != nullptr) BindRow(*row, BuilderRows, options, &CameraTable[camera]);
 }

@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "core/ops.h"
+#include "core/record.h"
 
 inline constexpr int32_t Keep = INT32_MIN;    // the field is not touched
 inline constexpr int32_t AnyLink = INT32_MIN; // any InterfaceType
@@ -49,5 +50,12 @@ extern const BuilderRow BuilderRows[];           // ended by platform 0
 // same for all that has not changed.
 void BindOperations(int32_t platform, uint32_t options, int32_t camera);
 
+// The same from one row and a builder table, which ends with platform 0.
+void BindRow(const PlatformBinding& row, const BuilderRow* builders, uint32_t options,
+             CameraRecord* record);
+
 // The row of a platform, or null.
 const PlatformBinding* FindPlatformBinding(int32_t platform);
+
+// Whether some rule of the platform table puts `open` into slot 0.
+bool IsBoundOpen(decltype(CameraOps::OpenCamera) open);

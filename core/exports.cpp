@@ -25,7 +25,7 @@
     }
 
 // A camera number outside 0 to 7 is the host's mistake: the call does nothing
-// and gives 0 or null. This is the one place where it is looked at.
+// and gives 0 or null. The number in a configuration is looked at by OpenByConfig.
 #define CAMERA_EXPORT(result, name, routine, parameters, arguments)                                \
     result name parameters                                                                         \
     {                                                                                              \

@@ -59,7 +59,7 @@ void ResetCameraRecord(int32_t camera)
     StoreFlag(&record.LastError, ErrorNone);
     record.WaveExtraCount = 0;
     record.WaveOption = 0;
-    record.CameraOn = 0;
+    StoreFlag(&record.CameraOn, 0);
     record.WindowBuilt = 0;
     record.CardMapped = 0;
     record.CardDeviceId = 2001;
@@ -77,16 +77,30 @@ void StoreCallbacks(QvExposureCallback exposureCallback, QvProgressCallback prog
     SetOpsSlot(ops, ProgressSlot, reinterpret_cast<void*>(progressCallback));
 }
 
-// The one close routine for all platforms: what is open behind the record.
+// The slots may be those that another platform's open left behind. Its driver
+// would open a camera of its own; an operation that the host has put there is
+// the host's to answer for.
+int32_t OpenDriver(int32_t platform, int32_t address, int32_t attach, int32_t camera)
+{
+    CameraRecord& record = CameraTable[camera];
+    if (FindPlatformBinding(platform) == nullptr && IsBoundOpen(record.Ops.OpenCamera)) {
+        return ErrorUnsupportedPlatform;
+    }
+    record.LinkPlatform = platform;
+    return record.Ops.OpenCamera(address, attach, camera);
+}
+
+// The one close routine for all platforms: what is open behind the record,
+// whatever definitions a host has loaded since.
 void CloseLink(int32_t camera)
 {
     const CameraRecord& record = CameraTable[camera];
     if (record.InterfaceType == InterfaceUsb) {
-        const PlatformBinding* binding = FindPlatformBinding(record.PlatformCode);
+        const PlatformBinding* binding = FindPlatformBinding(record.LinkPlatform);
         if (binding != nullptr && binding->closeUsb != nullptr) binding->closeUsb(camera);
         return;
     }
-    if (record.PlatformCode == 1) DemoClose(camera);
+    if (record.LinkPlatform == 1) DemoClose(camera);
 }
 
 // The full sensor, unbinned. The results are not examined: a pattern that could
@@ -152,7 +166,7 @@ void Open(int32_t platform, int32_t ccd, int32_t address, int32_t interfaceType,
           QvProgressCallback progressCallback)
 {
     CameraRecord& record = CameraTable[camera];
-    if (record.CameraOn != 0) return;
+    if (LoadFlag(record.CameraOn) != 0) return;
     record.FirstTemperature = 1;
     record.ShutterHeld = 0;
     const int32_t failed = PrepareCamera(platform, ccd, interfaceType, camera, options,
@@ -160,15 +174,15 @@ void Open(int32_t platform, int32_t ccd, int32_t address, int32_t interfaceType,
     record.SubCamera = record.Config.CameraAddress;
     if (failed == 0) {
         SetKZBPCI(camera, camera);
-        StoreFlag(&record.LastError, record.Ops.OpenCamera(address, attach, camera));
-        record.ArrayMode = 0;
+        StoreFlag(&record.LastError, OpenDriver(platform, address, attach, camera));
+        StoreFlag(&record.ArrayMode, int8_t{0});
     }
     // The driver may have changed the options (a card that can do DMA sets
     // 0x2000), and with them the operations that fit.
     BindOperations(platform, LoadFlag(record.Options), camera);
     if (LoadFlag(record.LastError) != ErrorNone) return;
 
-    record.CameraOn = 1;
+    StoreFlag(&record.CameraOn, 1);
     record.HorBinning = 1;
     record.VerBinning = 1;
     record.MaxValue = ToUint16(std::ldexp(1.0, record.Platform.ADbit & 0xFF) - 1.0);
@@ -218,18 +232,18 @@ int32_t OpenByFileWithoutCallbacks(const char* fileName, int32_t attach)
 void Close(int32_t camera)
 {
     CameraRecord& record = CameraTable[camera];
-    if (record.CameraOn == 0) return;
+    if (LoadFlag(record.CameraOn) == 0) return;
     const uint32_t options = LoadFlag(record.Options);
     if ((options & OptionsWithTimer) != 0) TimerLeave(camera);
     CloseLink(camera);
-    record.CameraOn = 0;
+    StoreFlag(&record.CameraOn, 0);
     if ((options & OptionInternalBuffers) != 0) Matrix(2, camera);
 }
 
 void Select(int32_t camera)
 {
     const CameraRecord& record = CameraTable[camera];
-    if (record.ArrayMode == 0) return;
+    if (LoadFlag(record.ArrayMode) == 0) return;
     SaveHeadRegulator(record.CurrentArrayCamera & (HeadCount - 1), camera);
     LoadHeadRegulator(camera, camera);
 }

@@ -56,13 +56,14 @@ struct CameraRecord {
     int32_t HorBinning;
     int32_t GainIndex;
     int32_t WaveOption;
-    double ExposureTime; // seconds
-    int8_t BreakFlag;    // set from any thread
-    int32_t PlatformCode;
+    double ExposureTime;  // seconds
+    int8_t BreakFlag;     // set from any thread
+    int32_t PlatformCode; // of the definitions in place
+    int32_t LinkPlatform; // whose driver opened the link, and closes it
     int32_t FanSpeed;
     uint32_t Options; // shared with the timer
-    int32_t CameraOn;
-    int8_t ArrayMode;
+    int32_t CameraOn; // read from any thread
+    int8_t ArrayMode; // read from any thread
     int8_t FirstTemperature;
     int8_t ShutterHeld;
     int32_t ShutterMode; // platform 60
@@ -98,7 +99,7 @@ struct CameraRecord {
     double TemperatureSpan[HeadCount];
     double TemperatureOffset[HeadCount];
     uint8_t SenseResistorHigh[HeadCount];
-    int32_t TemperatureDecimals;
+    int32_t TemperatureDecimals;                         // read from any thread
     double TemperatureHistory[HeadCount][HistoryLength]; // shared with the timer
     int32_t TemperatureHistoryCount[HeadCount];          // shared with the timer
     uint8_t TemperatureHistoryFull[HeadCount];           // shared with the timer
@@ -132,7 +133,7 @@ extern CameraRecord CameraTable[CameraCount];
 
 extern int32_t LibraryReady;
 extern char LibraryPath[PathRoom + 1]; // with a trailing separator, or empty
-extern int32_t EepromWiring;           // bit positions of camera memory, as the last binding left it
+extern int32_t EepromWiring; // bit positions of camera memory, as the last binding left it
 
 inline bool IsCamera(int32_t camera)
 {

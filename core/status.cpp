@@ -26,7 +26,8 @@ constexpr uint32_t RealTimeClass = 256;
 constexpr int32_t NormalPriority = 0;
 constexpr int32_t TimeCriticalPriority = 15;
 
-// The four blocks that a host may move as a whole.
+// The blocks that a host may move as a whole, but for the options.
+constexpr int32_t OptionBlock = 2;
 struct RecordBlock {
     void* data;
     size_t bytes;
@@ -37,9 +38,20 @@ RecordBlock FindBlock(int32_t what, CameraRecord* record)
     switch (what) {
     case 0: return {&record->Ccd, sizeof record->Ccd};
     case 1: return {&record->Platform, sizeof record->Platform};
-    case 2: return {&record->Options, sizeof record->Options};
     case 3: return {&record->CcdFamily, sizeof record->CcdFamily};
     default: return {nullptr, 0};
+    }
+}
+
+// The option word is shared with the timer.
+void MoveOptions(int32_t out, void* buffer, CameraRecord* record)
+{
+    uint32_t options = LoadFlag(record->Options);
+    if (out != 0) {
+        memcpy(buffer, &options, sizeof options);
+    } else {
+        memcpy(&options, buffer, sizeof options);
+        StoreFlag(&record->Options, options);
     }
 }
 
@@ -60,7 +72,7 @@ uint32_t WDVer(char* buffer, int32_t camera)
 {
     CameraRecord& record = CameraTable[camera];
     DriverVersion answer = {};
-    const bool closed = record.CameraOn == 0;
+    const bool closed = LoadFlag(record.CameraOn) == 0;
     if (closed) record.WdHandle = System.device.Open(KernelDriver);
     if (record.WdHandle != 0 &&
         System.device.Control(record.WdHandle, KernelDriverVersion, &answer, sizeof answer) != 0) {
@@ -71,7 +83,7 @@ uint32_t WDVer(char* buffer, int32_t camera)
         record.WdHandle = 0;
     }
     if (buffer != nullptr) {
-        sprintf(buffer, "%.*s", static_cast<int>(sizeof answer.text), answer.text);
+        sprintf(buffer, "%.*s", static_cast<int>(sizeof answer.text - 1), answer.text);
     }
     return answer.version;
 }
@@ -99,7 +111,7 @@ void Delay(uint32_t milliseconds)
 
 int32_t IsOn(int32_t camera)
 {
-    return CameraTable[camera].CameraOn;
+    return LoadFlag(CameraTable[camera].CameraOn);
 }
 
 uint32_t GetMode(int32_t camera)
@@ -123,8 +135,13 @@ void BrkFlg(int32_t camera)
 
 void RWData(int32_t what, int32_t out, void* buffer, int32_t camera)
 {
+    if (buffer == nullptr) return;
+    if (what == OptionBlock) {
+        MoveOptions(out, buffer, &CameraTable[camera]);
+        return;
+    }
     const RecordBlock block = FindBlock(what, &CameraTable[camera]);
-    if (block.data == nullptr || buffer == nullptr) return;
+    if (block.data == nullptr) return;
     if (out != 0) {
         memcpy(buffer, block.data, block.bytes);
     } else {

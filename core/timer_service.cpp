@@ -30,8 +30,8 @@ bool WantsTimer(int32_t camera)
     return (LoadFlag(CameraTable[camera].Options) & OptionsWithTimer) != 0;
 }
 
-// False when the reading failed: the camera stays stopped until it is closed,
-// and the rotation stands still with it.
+// False when the reading failed: the camera stays stopped, and the rotation
+// stands still with it, until the host starts the camera again or closes it.
 bool WorkTurn(int32_t camera)
 {
     CameraRecord& record = CameraTable[camera];
@@ -40,7 +40,7 @@ bool WorkTurn(int32_t camera)
     const uint32_t options = LoadFlag(record.Options);
     if ((options & OptionRegulation) != 0 && TemperatureHandle(camera) != 0) {
         StoreFlag(&record.LastError, ErrorLinkFailure);
-        StoreFlag(&StopCount[camera], 1);
+        StepFlag(&StopCount[camera], 1);
         StoreFlag(&TimerPaused[camera], 1);
         StoreFlag(&TimerBusy[camera], 0);
         return false;
@@ -61,7 +61,8 @@ int32_t NextCamera(int32_t camera)
 }
 
 // One tick serves the camera under the cursor. While that camera is held the
-// cursor stands still, so no other is served either: required.
+// cursor stands still, so no other is served either: required. A held camera
+// that is not in the rotation is passed by.
 void Tick()
 {
     const int32_t camera = LoadFlag(TimerCursor);
@@ -70,7 +71,10 @@ void Tick()
     const int32_t busy = ExchangeFlag(&TimerBusy[camera], 1);
     const bool stopped = LoadFlag(StopCount[camera]) != 0;
     if (stopped || busy != 0) {
-        if (stopped) StoreFlag(&TimerPaused[camera], 1);
+        if (stopped) {
+            StoreFlag(&TimerPaused[camera], 1);
+            if (LoadFlag(TimerActive[camera]) == 0) StoreFlag(&TimerCursor, NextCamera(camera));
+        }
         StoreFlag(&TimerBusy[camera], busy);
         return;
     }
@@ -106,6 +110,13 @@ void EndTimer(int32_t camera)
     System.timer.EndPeriod(TimerPeriod);
 }
 
+// Waits for the end of the turn that the timer may be in.
+void AwaitTurn(int32_t camera)
+{
+    StoreFlag(&StopCount[camera], 1);
+    while (LoadFlag(TimerBusy[camera]) != 0) System.clock.Relax();
+}
+
 } // namespace
 
 void TimerJoin(int32_t camera)
@@ -130,16 +141,21 @@ void TimerJoin(int32_t camera)
 
 void TimerLeave(int32_t camera)
 {
+    const bool joined = LoadFlag(TimerActive[camera]) != 0;
+    // An array goes round the join, and is counted here all the same: required.
+    if (!joined && LoadFlag(CameraTable[camera].ArrayMode) == 0) return;
     --TimerUsers;
     if (TimerUsers == 0) {
         if (TimerRunning != 0) EndTimer(camera);
         TimerRunning = 0;
         TimerAutoStart = 1;
+    } else if (joined) {
+        AwaitTurn(camera);
     }
-    StoreFlag(&StopCount[camera], 0);
     StoreFlag(&TimerActive[camera], 0);
-    // The cursor may still stand here: a turn on a closed camera does no work.
+    // The cursor may still stand here: one turn on a closed camera does no work.
     StoreFlag(&TimerDivider[camera], 0);
+    StoreFlag(&StopCount[camera], 0);
 }
 
 void StopNow(int32_t camera)
@@ -152,9 +168,11 @@ void StopNow(int32_t camera)
 
 void StartNow(int32_t camera)
 {
-    if (StepFlag(&StopCount[camera], -1) > 0) return;
-    // Repairs a count that fell below 0.
-    if (WantsTimer(camera)) StoreFlag(&StopCount[camera], 0);
+    // Repairs a count that fell below 0. One of exactly 0 is left alone: another
+    // thread may have raised it by now.
+    if (StepFlag(&StopCount[camera], -1) < 0 && WantsTimer(camera)) {
+        StoreFlag(&StopCount[camera], 0);
+    }
 }
 
 void ArmTimerHandle(int32_t action, int32_t camera)

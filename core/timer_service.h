@@ -10,9 +10,9 @@ extern int32_t TimerUsers;     // cameras that joined
 extern int32_t TimerRunning;   // the timer was created by a join
 extern int32_t TimerAutoStart; // the next join creates the timer
 extern uint32_t TimerId;
-extern uint32_t TimerPeriod;  // the system's finest period, milliseconds
-extern int32_t TimerCursor;   // the camera whose turn it is
-extern int32_t TimerEntered;  // a tick is running
+extern uint32_t TimerPeriod; // the system's finest period, milliseconds
+extern int32_t TimerCursor;  // the camera whose turn it is
+extern int32_t TimerEntered; // a tick is running
 extern int32_t TimerActive[CameraCount];
 extern int32_t TimerDivider[CameraCount]; // turns since the camera's last work turn
 extern int32_t TimerBusy[CameraCount];    // the camera's turn is running
@@ -22,6 +22,9 @@ extern int32_t TimerPaused[CameraCount];  // the timer has seen StopCount and st
 // Takes the camera into the rotation and, where the timer runs, waits without
 // limit until the camera's first work turn has ended.
 void TimerJoin(int32_t camera);
+
+// Takes it out again, and returns once no turn of it is running. The last one to
+// leave ends the timer. A camera that never joined is left alone.
 void TimerLeave(int32_t camera);
 
 // Keep the timer out of the camera, nested. StopNow waits without limit until

@@ -78,13 +78,13 @@ double GetTemp(char* text, int32_t units, int32_t camera)
     const CameraRecord& record = CameraTable[camera];
     const double reading = LoadReading(record.CurrentTemperature);
     const double shown =
-        record.ArrayMode != 0 ? LoadReading(record.ArrayTemperature[camera]) : reading;
+        LoadFlag(record.ArrayMode) != 0 ? LoadReading(record.ArrayTemperature[camera]) : reading;
     const double value = FromCelsius(shown, units);
     if (text == nullptr || text[0] == '\0') return value;
     if (reading == NoReadingYet) {
         snprintf(text, TemperatureTextRoom, "INIT");
     } else {
-        const int32_t decimals = std::clamp(record.TemperatureDecimals, 0, MostDecimals);
+        const int32_t decimals = std::clamp(LoadFlag(record.TemperatureDecimals), 0, MostDecimals);
         snprintf(text, TemperatureTextRoom, "%+*.*lf", decimals + 4, decimals, value);
     }
     return value;
@@ -144,7 +144,8 @@ void SetPower(double percent, int32_t camera)
 double GetPower(int32_t camera)
 {
     const CameraRecord& record = CameraTable[camera];
-    const int32_t& power = record.ArrayMode != 0 ? record.ArrayPower[camera] : record.CoolerPower;
+    const bool isArray = LoadFlag(record.ArrayMode) != 0;
+    const int32_t& power = isArray ? record.ArrayPower[camera] : record.CoolerPower;
     return LoadFlag(power) / 10.0;
 }
 

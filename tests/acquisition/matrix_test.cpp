@@ -123,6 +123,53 @@ TEST_F(InternalBuffers, SizeIsReckonedFromLeftToRight)
     }
 }
 
+TEST_F(InternalBuffers, SensorWithoutASizeGivesSixteen)
+{
+    struct Sensor {
+        int16_t columns, rows;
+    };
+    Open(0, 0x8000);
+    // Nothing, negative, and one byte more than an answer of 32 bits can tell.
+    for (const Sensor& sensor : {Sensor{0, 16}, Sensor{24, 0}, Sensor{-24, 16}, Sensor{24, -16},
+                                 Sensor{INT16_MIN, INT16_MAX}, Sensor{INT16_MIN, INT16_MIN}}) {
+        CameraTable[0].Ccd.Xpix = sensor.columns;
+        CameraTable[0].Ccd.Ypix = sensor.rows;
+        EXPECT_EQ(QV_MatrixSize(0), 0) << sensor.columns << " by " << sensor.rows;
+        for (int32_t operation : {0, 1}) {
+            CameraTable[0].LastError = 0;
+            QV_Matrix(operation, 0);
+            EXPECT_EQ(QV_Status(0), 16);
+            EXPECT_EQ(EmuLiveBlocks(), 1u);
+            EXPECT_EQ(QV_MatrixGet(0), 0);
+        }
+    }
+    CameraTable[0].Ccd.Xpix = CameraTable[0].Ccd.Ypix = INT16_MAX;
+    EXPECT_EQ(QV_MatrixSize(0), 2147352578) << "32767 x 32767 x 2";
+}
+
+TEST_F(InternalBuffers, CallsSelectTheHeadInArrayMode)
+{
+    Open(2, 0x8000);
+    CameraRecord& record = CameraTable[2];
+    record.ArrayMode = 1;
+    record.CurrentArrayCamera = 5;
+    void (*const calls[])() = {
+        [] { QV_Matrix(3, 2); },
+        [] { QV_MatrixPointer(0, 2); },
+        [] { QV_MatrixSet(0, 2); },
+        [] { QV_MatrixRead(0, 0, 2); },
+    };
+    for (auto call : calls) {
+        record.CoolerPower = 123;
+        record.SubPower[5] = 0;
+        record.SubPower[2] = 456;
+        call();
+        EXPECT_EQ(record.SubPower[5], 123);
+        EXPECT_EQ(record.CoolerPower, 456);
+    }
+    record.ArrayMode = 0;
+}
+
 TEST_F(InternalBuffers, ResizeFitsTheBinnedFrame)
 {
     Open(0, 0x8000, OddSensor);
@@ -141,11 +188,14 @@ TEST_F(InternalBuffers, FailedResizeGivesSixteen)
 {
     Open(0, 0x8000);
     QV_SetBinning(2, 2, 0);
+    const uint16_t* buffer = QV_MatrixPointer(0, 0);
     EmuFail(EmuAllocate, 1, true);
     QV_Matrix(1, 0);
     EXPECT_EQ(QV_Status(0), 16);
     EmuFail(EmuAllocate, 0, false);
-    EXPECT_LE(EmuLiveBlocks(), 1u);
+    EXPECT_EQ(EmuLiveBlocks(), 1u);
+    EXPECT_EQ(QV_MatrixPointer(0, 0), buffer) << "the old one stays";
+    EXPECT_EQ(CameraTable[0].MatrixBytes[0], 24u * 16u * 2u);
 }
 
 TEST_F(InternalBuffers, PixelIsReadAtItsRowMajorPosition)
@@ -298,16 +348,21 @@ TEST_F(InternalBuffers, BufferThatCannotGrowGivesSixteenAndNothingIsRead)
     QV_SetBinning(4, 4, 0);
     QV_Matrix(1, 0);
     QV_SetBinning(1, 1, 0);
+    const uint16_t* buffer = QV_MatrixPointer(0, 0);
     ScriptedCalls.clear();
     EmuFail(EmuAllocate, 1, true);
     QV_GetCCD(1, 0.0, nullptr, 0);
     EXPECT_EQ(QV_Status(0), 16);
     EXPECT_TRUE(CallsOf(12).empty());
     EmuFail(EmuAllocate, 0, false);
-    EXPECT_LE(EmuLiveBlocks(), 1u);
+    EXPECT_EQ(EmuLiveBlocks(), 1u);
+    EXPECT_EQ(QV_MatrixPointer(0, 0), buffer) << "the small one stays";
+    EXPECT_EQ(CameraTable[0].MatrixBytes[0], 48u);
     CameraTable[0].LastError = 0;
     QV_GetCCD(1, 0.0, nullptr, 0);
-    EXPECT_EQ(CallsOf(12).size(), EmuLiveBlocks()) << "read again if there is still a buffer";
+    EXPECT_EQ(QV_Status(0), 0);
+    EXPECT_EQ(CallsOf(12).size(), 1u);
+    EXPECT_EQ(CameraTable[0].MatrixBytes[0], 24u * 16u * 2u);
 }
 
 TEST_F(InternalBuffers, WindowTooLargeForAnyMemoryGivesSixteen)

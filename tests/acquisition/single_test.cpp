@@ -118,7 +118,11 @@ TEST_F(SingleExposure, WindowBuildsItsPatternOnce)
     Open(0, 0);
     CameraTable[0].WaveOption = 3;
     CameraTable[0].WaveExtraCount = 6;
+    Script.duringCall = [](const ScriptedCall& call) {
+        if (call.slot == 9) CameraTable[0].Ops.ProgressCallback("Building", 0, 0);
+    };
     QV_GetWinCCD(1, 0.1, 4, 5, 8, 6, Target, 0);
+    EXPECT_EQ(ProgressReports.size(), 1u) << "the builder's own";
     EXPECT_EQ(CalledSlots(), (std::vector<int32_t>{9, 8, 15}));
     EXPECT_EQ(CallsOf(9)[0].arguments, (Numbers{4, 5, 8, 1, 1, 3, 6}));
     EXPECT_EQ(CallsOf(9)[0].path, DemoFolder() + "wave.bin");
@@ -131,6 +135,7 @@ TEST_F(SingleExposure, WindowBuildsItsPatternOnce)
     EXPECT_EQ(CameraTable[0].BuiltHorBinning, 1);
     EXPECT_EQ(CameraTable[0].BuiltVerBinning, 1);
     ScriptedCalls.clear();
+    ProgressReports.clear();
     QV_GetWinCCD(0, 0.2, 4, 5, 8, 6, Target, 0);
     EXPECT_EQ(CalledSlots(), std::vector<int32_t>{15});
     EXPECT_EQ(CameraTable[0].ExposureTime, 0.2);
@@ -161,6 +166,86 @@ TEST_F(SingleExposure, EachOfTheSixValuesRebuildsTheWindow)
         QV_GetWinCCD(1, 0.0, w.x, w.y, w.width, w.height, Target, 0);
         EXPECT_EQ(CallsOf(9).size(), 1u);
     }
+}
+
+TEST_F(SingleExposure, WindowIsStoredBeforeItsPatternIsBuilt)
+{
+    Open(0, 0);
+    SetBinningDirectly(3, 2, 0);
+    CameraTable[0].ExposureTime = 9.0;
+    Script.duringCall = [](const ScriptedCall& call) {
+        if (call.slot != 9) return;
+        const CameraRecord& record = CameraTable[0];
+        EXPECT_EQ(StopCount[0], 1);
+        EXPECT_EQ(record.WindowBuilt, 1);
+        EXPECT_EQ(record.BuiltWindowX, 4);
+        EXPECT_EQ(record.BuiltWindowY, 5);
+        EXPECT_EQ(record.BuiltWindowWidth, 9);
+        EXPECT_EQ(record.BuiltWindowHeight, 6);
+        EXPECT_EQ(record.WindowDimX, 9);
+        EXPECT_EQ(record.WindowDimY, 6);
+        EXPECT_EQ(record.BuiltHorBinning, 0) << "stored after the build";
+        EXPECT_EQ(record.BuiltVerBinning, 0);
+        EXPECT_EQ(record.ExposureTime, 9.0) << "stored after the build";
+    };
+    QV_GetWinCCD(1, 0.1, 4, 5, 9, 6, Target, 0);
+    EXPECT_EQ(CallsOf(9).size(), 1u);
+    EXPECT_EQ(CameraTable[0].BuiltHorBinning, 3);
+    EXPECT_EQ(CameraTable[0].BuiltVerBinning, 2);
+}
+
+TEST_F(SingleExposure, WindowIsForgottenBeforeTheFullFramesPatternIsBuilt)
+{
+    Open(0, 0);
+    QV_GetWinCCD(1, 9.0, 4, 5, 8, 6, Target, 0);
+    Script.duringCall = [](const ScriptedCall& call) {
+        if (call.slot != 9) return;
+        EXPECT_EQ(StopCount[0], 1);
+        EXPECT_EQ(CameraTable[0].WindowBuilt, 0);
+        EXPECT_EQ(CameraTable[0].ExposureTime, 0.1) << "stored before the build";
+    };
+    ScriptedCalls.clear();
+    QV_GetCCD(1, 0.1, Target, 0);
+    EXPECT_EQ(CallsOf(9).size(), 1u);
+}
+
+TEST_F(SingleExposure, FailedBuildOfAFullFrameForgetsTheWindowAllTheSame)
+{
+    Open(0, 0);
+    QV_GetWinCCD(1, 0.0, 4, 5, 8, 6, Target, 0);
+    Script.buildError = 22;
+    QV_GetCCD(1, 0.0, Target, 0);
+    EXPECT_EQ(CameraTable[0].WindowBuilt, 0);
+    QV_GetCCD(1, 0.0, Target, 0);
+    EXPECT_EQ(CallsOf(9).size(), 2u) << "no second attempt";
+}
+
+TEST_F(SingleExposure, EveryFormSelectsTheHeadInArrayMode)
+{
+    Open(2, 0);
+    CameraRecord& record = CameraTable[2];
+    record.ArrayMode = 1;
+    record.CurrentArrayCamera = 5;
+    void (*const calls[])() = {
+        [] { QV_GetCCD(1, 0.0, Target, 2); },
+        [] { QV_FGetCCD(1, 0.0, Target, 2); },
+        [] { QV_TGetCCD(1, 0.0, Target, 2); },
+        [] { QV_GetWinCCD(1, 0.0, 0, 0, 4, 4, Target, 2); },
+        [] { QV_FGetWinCCD(1, 0.0, 0, 0, 4, 4, Target, 2); },
+    };
+    Script.duringCall = [](const ScriptedCall&) {
+        EXPECT_EQ(CameraTable[2].SubPower[5], 123);
+        EXPECT_EQ(CameraTable[2].CoolerPower, 456) << "of the head that is read";
+    };
+    for (auto call : calls) {
+        record.CoolerPower = 123;
+        record.SubPower[5] = 0;
+        record.SubPower[2] = 456;
+        ScriptedCalls.clear();
+        call();
+        EXPECT_FALSE(ScriptedCalls.empty());
+    }
+    record.ArrayMode = 0;
 }
 
 TEST_F(SingleExposure, OddWindowIsStoredOddAndReadEven)
@@ -307,11 +392,14 @@ TEST_F(SingleExposure, AbsurdWindowsAreHandedOnWithoutHarm)
         EXPECT_EQ(CallsOf(15).back().arguments, (Numbers{1, value, value, 4, 4}));
     }
     for (int32_t value : {0, -1, -7, INT32_MIN}) {
-        const size_t before = CallsOf(15).size();
         QV_GetWinCCD(1, 0.0, 0, 0, value, 4, nullptr, 0);
+        EXPECT_EQ(CallsOf(15).back().arguments, (Numbers{1, 0, 0, value & ~1, 4}));
+        EXPECT_EQ(CameraTable[0].BuiltWindowWidth, value);
         QV_GetWinCCD(1, 0.0, 0, 0, 4, value, nullptr, 0);
-        EXPECT_LE(CallsOf(15).size(), before + 2);
+        EXPECT_EQ(CallsOf(15).back().arguments, (Numbers{1, 0, 0, 4, value}));
         EXPECT_EQ(CameraTable[0].BuiltWindowHeight, value);
+        EXPECT_EQ(CallsOf(15).back().buffer, QV_MatrixPointer(0, 0));
+        EXPECT_EQ(CameraTable[0].MatrixBytes[0], 24u * 16u * 2u) << "nothing to grow for";
     }
 }
 

@@ -4,6 +4,7 @@
 #include "core/ops.h"
 #include "core/record.h"
 #include "core/timer_service.h"
+#include "drivers/demo/demo.h"
 #include "emulator/emulator.h"
 #include "tests/support/demo_camera.h"
 #include "tests/support/scripted_camera.h"
@@ -43,6 +44,24 @@ TEST_F(CloseCamera, SimulatedImageIsReleased)
     EXPECT_EQ(EmuLiveBlocks(), 0u);
     QV_Close(0);
     EXPECT_EQ(EmuLiveBlocks(), 0u);
+}
+
+TEST_F(CloseCamera, LinkIsClosedWhateverDefinitionsWereLoadedMeanwhile)
+{
+    OpenDemo(0, 0);
+    ASSERT_EQ(QV_OpenPar(DriverlessPlatform, SmallSensor, 0), 0);
+    ASSERT_EQ(CameraTable[0].PlatformCode, DriverlessPlatform);
+    QV_Close(0);
+    EXPECT_EQ(EmuLiveBlocks(), 0u);
+}
+
+TEST_F(CloseCamera, LinkOfAnotherPlatformIsNotClosedAsTheSimulatedOne)
+{
+    OpenScripted(0, 0);
+    ASSERT_EQ(QV_OpenPar(DemoPlatform, SmallSensor, 0), 0);
+    const int32_t opened = DemoOpenCount;
+    QV_Close(0);
+    EXPECT_EQ(DemoOpenCount, opened);
 }
 
 TEST_F(CloseCamera, OnlyTheCurrentInternalBufferIsFreed)
@@ -263,6 +282,18 @@ TEST_F(Selection, SelectSwapsTheRegulatorInArrayMode)
     EXPECT_EQ(record.RegulationOn, 0);
     EXPECT_EQ(record.RegulationActive, 0);
     record.ArrayMode = 0;
+}
+
+TEST_F(Selection, ClearingTheSensorSelectsTheHead)
+{
+    OpenScripted(1, 0);
+    CameraTable[1].ArrayMode = 1;
+    CameraTable[1].SubPower[1] = 456;
+    Script.duringCall = [](const ScriptedCall&) { EXPECT_EQ(CameraTable[1].CoolerPower, 456); };
+    ScriptedCalls.clear();
+    QV_ClearCCD(1);
+    EXPECT_EQ(CalledSlots(), std::vector<int32_t>{10});
+    CameraTable[1].ArrayMode = 0;
 }
 
 TEST_F(Selection, ClearingTheSensorIsBracketed)

@@ -441,6 +441,22 @@ TEST_F(OpenCamera, ConfigurationIsInPlaceDuringTheDriversOpen)
     EXPECT_EQ(CameraTable[1].Config.ShutterHisteresys, 77);
 }
 
+TEST_F(OpenCamera, ConfigurationOfAnOpenCameraIsOnlyCopied)
+{
+    OpenDemo(3, 0x0020);
+    CameraTable[3].LastError = 2;
+    CameraConfig config = DemoConfig(3);
+    config.CCD = OddSensor;
+    config.Activity = 0x8003;
+    CameraRecord wanted = CameraTable[3];
+    wanted.Config = config;
+    EXPECT_EQ(QV_OpenByConfig(&config, 0, nullptr, nullptr), &CameraTable[3].Config);
+    EXPECT_EQ(memcmp(&wanted, &CameraTable[3], sizeof wanted), 0);
+    EXPECT_EQ(CameraTable[3].Config.ShutterHisteresys, 77);
+    EXPECT_EQ(QV_Status(3), 2);
+    EXPECT_EQ(TimerUsers, 0);
+}
+
 TEST_F(OpenCamera, FailedOpenByConfigurationStillStoresIt)
 {
     RemoveDefinitions();

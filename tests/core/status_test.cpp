@@ -373,7 +373,9 @@ TEST_F(DriverVersion, OverlongVersionTextStaysInsideTheBlock)
     char text[140];
     memset(text, '#', sizeof text);
     EXPECT_EQ(QV_WDVer(text, 0), 0x78787878u);
-    EXPECT_LE(strnlen(text, sizeof text), 128u);
+    EXPECT_EQ(text[126], 'x');
+    EXPECT_EQ(text[127], 0) << "the last of the block's 128 characters";
+    EXPECT_EQ(text[128], '#') << "nothing behind them";
 }
 
 } // namespace

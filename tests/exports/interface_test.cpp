@@ -79,6 +79,12 @@ TEST(Exports, LibraryIsKnownByItsMajorVersion)
     EXPECT_NE(dynamic.find("soname: [libqvn.so.7]"), std::string::npos) << dynamic;
 }
 
+TEST(Exports, LibraryStaysLoadedWhileItsTimerMayRun)
+{
+    const std::string dynamic = OutputOf(QVN_READELF " -d " + std::string(Library));
+    EXPECT_NE(dynamic.find("NODELETE"), std::string::npos) << dynamic;
+}
+
 TEST(Exports, NoDeclarationStandsWithoutAComment)
 {
     std::istringstream lines(SourceText("include/qvn.h"));

@@ -3,12 +3,15 @@
 #include <atomic>
 #include <chrono>
 #include <cmath>
+#include <functional>
 #include <thread>
 #include <vector>
 
+#include "core/flags.h"
 #include "core/record.h"
 #include "core/timer_service.h"
 #include "emulator/emulator.h"
+#include "platform/system.h"
 #include "tests/support/demo_camera.h"
 
 namespace {
@@ -45,6 +48,8 @@ void OpenSilently(int32_t camera, uint32_t options)
 void Watch(const std::atomic<bool>& stop)
 {
     std::vector<double> history(7200);
+    char text[32];
+    uint32_t options;
     while (!stop) {
         for (int32_t camera : {0, 1}) {
             QV_BrkFlg(camera);
@@ -57,6 +62,11 @@ void Watch(const std::atomic<bool>& stop)
             QV_GetPower(camera);
             QV_CoolerStatus(camera);
             QV_GetMode(camera);
+            QV_RWData(2, 1, &options, camera);
+            QV_IsOn(camera);
+            text[0] = '#';
+            text[1] = 0;
+            QV_GetTemp(text, 1, camera);
         }
         std::this_thread::sleep_for(milliseconds(1));
     }
@@ -79,6 +89,8 @@ TEST_F(RealThreads, TwoCamerasAreExposedAndWatchedWhileTheTimerRuns)
             QV_GetCCD(static_cast<int32_t>(frames & 1), 0.002, frame.data(), camera);
             EXPECT_EQ(QV_Status(camera), 0);
             QV_StartNow(camera);
+            uint32_t options = 0x0022;
+            QV_RWData(2, 0, &options, camera);
             ++frames;
         }
     }
@@ -89,6 +101,41 @@ TEST_F(RealThreads, TwoCamerasAreExposedAndWatchedWhileTheTimerRuns)
     EXPECT_EQ(StopCount[1], 0);
     QV_Close(0);
     QV_Close(1);
+}
+
+TEST_F(RealThreads, OpenAndCloseAreWatched)
+{
+    std::atomic<bool> stop{false};
+    std::thread watcher([&stop] { Watch(stop); });
+    for (int32_t round = 0; round < 40; ++round) {
+        OpenSilently(round % 2, 0);
+        std::this_thread::sleep_for(milliseconds(2));
+        QV_Close(round % 2);
+        EXPECT_EQ(QV_IsOn(round % 2), 0);
+    }
+    stop = true;
+    watcher.join();
+}
+
+TEST_F(RealThreads, PairsOfTwoThreadsLoseNoStop)
+{
+    System.clock.Sleep = [](uint32_t) {};
+    StoreFlag(&CameraTable[0].Options, 0x0001u);
+    StoreFlag(&TimerPaused[0], 1); // in place of a timer
+    std::atomic<uint32_t> lost{0};
+    const auto pairs = [&lost] {
+        for (uint32_t i = 0; i < 100000; ++i) {
+            QV_StopNow(0);
+            lost += LoadFlag(StopCount[0]) < 1;
+            QV_StartNow(0);
+        }
+    };
+    std::thread other(pairs);
+    pairs();
+    other.join();
+    EXPECT_EQ(lost, 0u);
+    EXPECT_EQ(StopCount[0], 0);
+    StoreFlag(&CameraTable[0].Options, 0u);
 }
 
 std::atomic<bool> HostInside;
@@ -195,6 +242,67 @@ TEST_F(RealThreads, OpenHasTheFirstReadingAndCloseEndsTheTimer)
         std::this_thread::sleep_for(milliseconds(150));
         EXPECT_EQ(QV_BckGnd(0), ticks);
     }
+}
+
+// Leaving while others stay.
+
+std::atomic<bool> TurnRuns;
+int32_t TurnResult;
+
+int32_t LongReading(int32_t camera)
+{
+    CameraTable[camera].ExposureTime += 1.0; // unguarded: nobody else is in the camera
+    TurnRuns = true;
+    std::this_thread::sleep_for(milliseconds(150));
+    CameraTable[camera].ExposureTime += 1.0;
+    TurnRuns = false;
+    return TurnResult;
+}
+
+bool WaitFor(const std::function<bool()>& condition)
+{
+    const Clock::time_point end = Clock::now() + milliseconds(20000);
+    while (!condition() && Clock::now() < end) std::this_thread::sleep_for(milliseconds(1));
+    return condition();
+}
+
+// Closes camera 0 of two in the midst of a work turn that gives `result`.
+void CloseInsideATurn(int32_t result)
+{
+    TurnRuns = false;
+    TurnResult = result;
+    OpenSilently(0, 0x0002);
+    OpenSilently(1, 0x0002);
+    QV_StopNow(0);
+    QV_SetFunction(11, reinterpret_cast<void*>(LongReading), 0);
+    QV_StartNow(0);
+    ASSERT_TRUE(WaitFor([] { return TurnRuns.load(); }));
+    QV_Close(0);
+    EXPECT_FALSE(TurnRuns) << "the turn has ended";
+    EXPECT_EQ(LoadFlag(StopCount[0]), 0);
+    EXPECT_EQ(LoadFlag(TimerActive[0]), 0);
+    CameraTable[0].ExposureTime = 0.0;
+
+    const uint32_t ticks = QV_BckGnd(1);
+    EXPECT_TRUE(WaitFor([ticks] { return QV_BckGnd(1) > ticks; })) << "the other camera goes on";
+}
+
+TEST_F(RealThreads, CloseOfOneCameraWaitsForItsRunningTurn)
+{
+    CloseInsideATurn(0);
+    OpenSilently(0, 0x0002);
+    EXPECT_GE(QV_BckGnd(0), 1u);
+    EXPECT_EQ(QV_Status(0), 0);
+    QV_Close(0);
+    QV_Close(1);
+}
+
+TEST_F(RealThreads, TurnThatFailsDuringTheCloseDoesNotFreezeTheOthers)
+{
+    CloseInsideATurn(-1);
+    EXPECT_EQ(QV_Status(0), 2);
+    EXPECT_EQ(QV_Status(1), 0);
+    QV_Close(1);
 }
 
 } // namespace

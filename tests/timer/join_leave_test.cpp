@@ -260,13 +260,69 @@ TEST_F(TimerJoining, InactiveCameraUnderTheCursorGetsTheTurnThatIsDue)
     QV_Close(1);
 }
 
-TEST_F(TimerJoining, CloseOfACameraThatNeverJoinedLowersTheCount)
+TEST_F(TimerJoining, CloseOfACameraThatNeverJoinedLeavesTheTimerAlone)
 {
+    OpenScripted(1, 0x0001);
     OpenScripted(0, 0);
     QV_SetMode(0x0001, 1, 0);
+    const uint64_t before = EmuMicroseconds();
     QV_Close(0);
-    EXPECT_EQ(TimerUsers, -1);
-    TimerUsers = 0;
+    EXPECT_EQ(EmuMicroseconds(), before) << "no wait";
+    EXPECT_EQ(TimerUsers, 1);
+    EXPECT_EQ(EmuTimersRunning(), 1u);
+    const uint32_t ticks = QV_BckGnd(1);
+    QV_Delay(1000);
+    EXPECT_EQ(QV_BckGnd(1), ticks + 2);
+    QV_Close(1);
+    EXPECT_EQ(EmuTimersRunning(), 0u);
+}
+
+TEST_F(TimerJoining, CloseAfterAFailedInternalBufferLeavesTheTimerAlone)
+{
+    Script.duringCall = [](const ScriptedCall& call) {
+        if (call.slot == 8 && call.camera == 0) EmuFail(EmuAllocate, 1, false);
+    };
+    OpenScripted(1, 0x0001);
+    OpenScripted(0, 0x8003);
+    ASSERT_EQ(QV_Status(0), 16);
+    ASSERT_EQ(QV_IsOn(0), 1);
+    QV_Close(0);
+    EXPECT_EQ(TimerUsers, 1);
+    const uint32_t ticks = QV_BckGnd(1);
+    QV_Delay(1000);
+    EXPECT_EQ(QV_BckGnd(1), ticks + 2);
+    QV_Close(1);
+    EXPECT_EQ(TimerUsers, 0);
+    EXPECT_EQ(EmuTimersRunning(), 0u);
+}
+
+TEST_F(TimerJoining, HeldCameraOutsideTheRotationDoesNotKeepAnotherFromJoining)
+{
+    // The cursor stands on camera 0, which is held and was never served.
+    OpenScripted(0, 0);
+    QV_StopNow(0);
+    OpenScripted(1, 0x0001);
+    EXPECT_EQ(SinceStart(), 600u) << "one tick to pass camera 0, five turns";
+    EXPECT_EQ(QV_BckGnd(1), 1u);
+    EXPECT_EQ(QV_BckGnd(0), 0u);
+    EXPECT_EQ(StopCount[0], 1);
+    EXPECT_EQ(TimerPaused[0], 1);
+    QV_StartNow(0);
+    QV_Close(1);
+}
+
+TEST_F(TimerJoining, FailedFrameOfACameraWithoutServiceDoesNotStopTheOthers)
+{
+    Script.readResult = 2;
+    OpenScripted(0, 0);
+    uint16_t frame[24 * 16];
+    QV_GetCCD(1, 0.0, frame, 0);
+    ASSERT_EQ(StopCount[0], 1);
+    QV_Close(0);
+    EXPECT_EQ(StopCount[0], 1) << "closed without the service, and so not given back";
+    OpenScripted(1, 0x0001);
+    EXPECT_EQ(QV_BckGnd(1), 1u);
+    QV_Close(1);
 }
 
 TEST_F(TimerJoining, CloseOfAnArrayCameraDoesNotEndItsTimer)

@@ -299,6 +299,23 @@ TEST_F(TimerTurns, FailedReadingEndsTheCamerasWorkAndFreezesTheRotation)
     EXPECT_EQ(EmuTimersRunning(), 0u);
 }
 
+TEST_F(TimerTurns, FailedReadingDoesNotForgetAStopThatCameDuringTheTurn)
+{
+    OpenScripted(0, 0x0002);
+    Script.temperatureResult = -1;
+    Script.duringCall = [](const ScriptedCall& call) {
+        if (call.slot == 11) StepFlag(&StopCount[0], 1); // another thread's StopNow
+    };
+    QV_Delay(600);
+    Script.duringCall = nullptr;
+    EXPECT_EQ(StopCount[0], 2);
+    QV_StartNow(0);
+    EXPECT_EQ(StopCount[0], 1) << "that thread's pair has ended, the failure's stop stands";
+    QV_Delay(2000);
+    EXPECT_EQ(CallsOf(11).size(), 2u);
+    QV_Close(0);
+}
+
 TEST_F(TimerTurns, FailedCameraIsStoppedWithoutAWaitAndFreedByTheHost)
 {
     OpenScripted(0, 0x0002);
@@ -329,6 +346,25 @@ TEST_F(TimerTurns, SimulatedCameraIsReadInTheBackground)
     QV_Delay(60000);
     EXPECT_EQ(QV_GetTempHistory(history.data(), 0), before + 60)
         << "a reading a second with two cameras";
+    QV_Close(0);
+    QV_Close(1);
+}
+
+TEST_F(TimerTurns, HistoryOfTwoCamerasHoldsTwoHours)
+{
+    OpenDemo(0, 0x0002);
+    OpenDemo(1, 0x0002);
+    const int32_t taken = QV_GetTempHistory(nullptr, 0);
+    const uint32_t missing = 7200 - static_cast<uint32_t>(taken);
+    const uint64_t before = EmuMicroseconds();
+    QV_Delay((missing - 1) * 1000);
+    EXPECT_EQ(CameraTable[0].TemperatureHistoryFull[0], 0);
+    EXPECT_EQ(QV_GetTempHistory(nullptr, 0), 7199);
+    QV_Delay(1000);
+    EXPECT_EQ(CameraTable[0].TemperatureHistoryFull[0], 1) << "the 7200th";
+    const uint64_t seconds = (EmuMicroseconds() - before) / 1000000;
+    EXPECT_EQ(seconds, missing);
+    EXPECT_LE(taken, 3) << "all but the readings of the opens";
     QV_Close(0);
     QV_Close(1);
 }
