@@ -34,7 +34,7 @@
  * Exposures are seconds, delays milliseconds, cooler drives percent; temperatures come in the unit
  * that the call names. Frames are unsigned 16-bit pixels, row after row, without a header. Buffer
  * sizes below are in pixels of two bytes. The width of a frame is always even: the lowest bit of
- * every width is cleared.
+ * every width is cleared, and no other, so that a frame may be wider than 65535.
  *
  * Background service
  * ------------------
@@ -70,7 +70,8 @@
  *   QV_StopNow, and every call that holds the service off: the timer's acknowledgement. It does not
  *     come while another camera is held (see above), nor if the option bits of the service are set
  *     and the timer does not serve the camera: they were set by QV_SetMode after an open without
- *     them, or the camera has been closed since.
+ *     them, the open with them failed or ended without the service (see QV_Open), or the camera has
+ *     been closed since.
  *   QV_Close of the last served camera, and QV_ArmTimerHandle(3, camera): the same
  *   QV_Trigger with wait, and frames with QV_OPTION_EXTERNAL_TRIGGER: the trigger
  *   QV_StartAcquisition with the external start: the camera's trigger input
@@ -111,7 +112,8 @@ extern "C" {
 
 /* Error codes of QV_Status. They are never renumbered; 14 and 21 are not in use. */
 #define QV_ERROR_NONE 0
-#define QV_ERROR_CAMERA_NOT_FOUND 1      /* no camera answers, or another than the platform's */
+#define QV_ERROR_CAMERA_NOT_FOUND 1      /* no camera answers, or another than the platform's; the
+                                            simulated camera: whatever failed, such as its image */
 #define QV_ERROR_LINK_FAILURE 2          /* a frame or a temperature did not arrive */
 #define QV_ERROR_UNSUPPORTED_PLATFORM 3  /* the platform code has no driver */
 #define QV_ERROR_INTERFACE_LOCKED 4      /* the interface card is in use by another process */
@@ -211,17 +213,18 @@ extern "C" {
 
 /*
  * Called about three times a second during exposures of more than 0.5 seconds. `text` is the time
- * left in seconds, as "%6.1lf" prints it ("%04.2lf s" for an array); it is valid during the call
- * only. Runs in the thread that takes the frame. QV_BrkFlg may be called from here.
+ * left in seconds, as "%6.1lf" prints it ("%04.2lf s" for an array) with the decimal sign of
+ * the host's LC_NUMERIC; it is valid during the call only. Runs in the thread that takes the frame.
+ * QV_BrkFlg may be called from here.
  */
 typedef void (*QvExposureCallback)(const char *text, int32_t camera);
 
 /*
  * Called during readouts unless QV_OPTION_SILENT is set: first with "Image downloading" and 0,
- * then with rising percentages from 1 to 99, at the end with 100. `text` is null for all but the
- * first call: keep the caption that is shown. Building and loading a clock pattern report in the
- * same way under captions of their own, also with QV_OPTION_SILENT. `text` is valid during the
- * call only.
+ * then with percentages that never fall, from 0 (of tall frames) to 99, at the end with 100. `text`
+ * is null for all but the first call: keep the caption that is shown. Building and loading a clock
+ * pattern report in the same way under captions of their own, also with QV_OPTION_SILENT. `text` is
+ * valid during the call only.
  */
 typedef void (*QvProgressCallback)(const char *text, int32_t percent, int32_t camera);
 
@@ -313,7 +316,8 @@ QVN_API int32_t QV_Ver(char *buffer);
 
 /*
  * The version number of the interface card's kernel driver; with `buffer` (128 characters) also
- * its text. Works on a closed camera too. Without the driver: 0 and an empty text.
+ * its text: at most 128 bytes are written, the end of the text among them. Works on a closed camera
+ * too. Without the driver: 0 and an empty text.
  */
 QVN_API uint32_t QV_WDVer(char *buffer, int32_t camera);
 
@@ -340,7 +344,9 @@ QVN_API uint32_t QV_GetMode(int32_t camera);
  * Sets the given option bits with `on` nonzero, else clears them; returns the new option word.
  * Bits that act at open, such as QV_OPTION_SERVICE, do so at the next one. To set
  * QV_OPTION_SERVICE or QV_OPTION_REGULATION here, on a camera opened without both, makes the next
- * call that holds the service off wait for good.
+ * call that holds the service off wait for good. To clear both on a camera that is served takes the
+ * handshake away, but not the timer: it goes on in the camera, beside the host's calls and past
+ * QV_Close. Do not; one of the two has to stay.
  */
 QVN_API uint32_t QV_SetMode(uint32_t bits, int32_t on, int32_t camera);
 
@@ -400,9 +406,12 @@ QVN_API void QV_LibraryInit(void);
  *   callbacks      may be null
  * Ask QV_IsOn and QV_Status. On a camera that is open already nothing happens.
  * Errors: 3 no driver for the platform; 5, 6 definitions; 1, 2, 4, 9, 10, 11, 13, 15, 17 to 20, 24
- * to 28 from the camera and its link. The camera is closed then. 8, 22 and 23 tell that the clock
- * pattern could not be built and 16 that there is no memory for an internal buffer; the camera is
- * open then, with 16 without background service.
+ * to 28 from the camera and its link, of which the simulated camera gives 1 only. The camera is
+ * closed then. 8, 22 and 23 tell that the clock pattern could not be built and 16 that there is no
+ * memory for an internal buffer; the camera is open then. With 16, and with 8, 22 and 23 where
+ * QV_OPTION_INTERNAL_BUFFERS is set, it is open without background service, and the call returns
+ * ahead of the timer. After a failed open and after these, calls that hold the service off wait for
+ * good if its option bits are set: clear both with QV_SetMode, or close and open again.
  * After open: binning 1, gain 0, the full frame, cooler regulation off, target 0 degrees Celsius,
  * settling of the shutter 10 ms (100 ms on platforms 60 and 61).
  * With QV_OPTION_SERVICE or QV_OPTION_REGULATION the call returns when the first background work
@@ -440,7 +449,8 @@ QVN_API int32_t _QV_OpenByFile(const char *fileName, int32_t attach);
 
 /*
  * Loads the definitions of platform and sensor into the camera without opening it: 0, or 1 with
- * error 5 or 6. Codes that the catalogue does not know load as zeros.
+ * error 5 or 6. Codes that the catalogue does not know load as zeros. On a camera that is open
+ * the link stays what it is: closing still releases what was opened.
  */
 QVN_API int32_t QV_OpenPar(int32_t platform, int32_t ccd, int32_t camera);
 
@@ -459,9 +469,9 @@ QVN_API void QV_SubSelect(int32_t camera, int32_t subCamera);
 
 /*
  * Keep the background service out of the camera, for a sequence of calls. The pairs nest. The
- * first QV_StopNow takes 5 to 100 ms, longer while another camera is held, without limit; when it
- * has returned, the service is out. Without QV_OPTION_SERVICE and QV_OPTION_REGULATION both only
- * count.
+ * first QV_StopNow takes 5 ms at least, and up to 100 ms for each served camera and the rest of the
+ * turn that runs; longer while another camera is held, without limit. When it has returned, the
+ * service is out. Without QV_OPTION_SERVICE and QV_OPTION_REGULATION both only count.
  */
 QVN_API void QV_StopNow(int32_t camera);
 QVN_API void QV_StartNow(int32_t camera);
@@ -470,7 +480,8 @@ QVN_API void QV_StartNow(int32_t camera);
  * Replaces one operation of the camera's driver, until the next open. Slots outside 0 to 69 are
  * ignored; a null pointer puts the slot into the state ahead of any open, in which callbacks and
  * most operations do nothing. Arguments without a type are int32_t. Slots 0, 12, 15 and 31 to 33
- * return an error code, slot 8 returns 1 when done.
+ * return an error code, slot 8 returns 1 when done. Does not hold the service off: put QV_StopNow
+ * and QV_StartNow around it for slots that the service uses, 1, 10, 11, 16 and 18.
  *
  *    0  int32_t  (address, attach, camera)                  open the link and the camera
  *    1  void     (power, camera)                            cooler drive, tenths of a percent
@@ -614,7 +625,8 @@ QVN_API int32_t QV_SaveCameraConfig(const char *name, CameraConfig *config);
 /*
  * Take one full frame. They block for exposure and readout and report through both callbacks.
  *   shutter   nonzero for a light frame, 0 for a dark frame with the shutter closed
- *   exposure  seconds; negative: the sensor is read without an exposure
+ *   exposure  seconds; negative: the sensor is read without an exposure, but on platforms 70 and 71
+ *             after one of 0.0001 and with sensor 506 after one of 0.001 seconds
  *   buffer    (sensor columns / horizontal binning, made even) x (sensor rows / vertical binning)
  *             pixels, on platforms 300 and 450 three more. Null, or QV_OPTION_INTERNAL_BUFFERS: the
  *             current internal buffer is taken, see QV_Matrix.
@@ -663,7 +675,10 @@ QVN_API void QV_GetWinCCDPulsed(int32_t shutter, int32_t fast, double exposureMs
  */
 QVN_API void QV_Matrix(int32_t operation, int32_t camera);
 
-/* The pixels of a buffer, 0 to 15; null if there is none. Valid until it is freed or resized. */
+/*
+ * The pixels of a buffer, 0 to 15; null if there is none. Valid until the buffer is freed, resized,
+ * or takes a frame that is larger than it.
+ */
 QVN_API uint16_t *QV_MatrixPointer(int32_t index, int32_t camera);
 
 /* Makes a buffer, 0 to 15, the current one; others are ignored. The current one. */
@@ -729,7 +744,7 @@ QVN_API void QV_FlushAcquisition(int32_t camera);
  * Takes the service's timer, which all cameras share, into the host's hands:
  *   QV_TIMER_DISARM  opens no longer create the timer, nor wait for it
  *   QV_TIMER_ARM     the next open creates it: as at load
- *   QV_TIMER_START   creates it now
+ *   QV_TIMER_START   creates it now; end it with QV_TIMER_END before cameras are closed
  *   QV_TIMER_END     waits, without limit, until the timer is out of the camera, and ends it
  * Others do nothing. With the timer disarmed, calls that hold the service off of a camera with
  * QV_OPTION_SERVICE or QV_OPTION_REGULATION wait for good until QV_TIMER_START.
@@ -795,8 +810,9 @@ QVN_API void QV_SetTemp(double temperature, int32_t units, int32_t camera);
 /*
  * The last reading, in `units`; any other unit gives Celsius. Does not talk to the camera.
  * With `text` not null and not an empty string the reading is printed there too, signed and with 1
- * to 3 decimals by platform, or "INIT" for a reading of exactly 1000. So put a character into the
- * buffer before: an empty text is left alone. The buffer takes at least 32 characters.
+ * to 3 decimals by platform and the decimal sign of the host's LC_NUMERIC, or "INIT" for a reading
+ * of exactly 1000. So put a character into the buffer before: an empty text is left alone. The
+ * buffer takes at least 32 characters.
  */
 QVN_API double QV_GetTemp(char *text, int32_t units, int32_t camera);
 
@@ -927,8 +943,10 @@ QVN_API int32_t QV_Plug(int32_t what, uint32_t *values, int32_t camera);
 /*
  * Binning, both at least 1: builds and loads a new clock pattern for the full frame. The image
  * becomes (sensor columns / horizontal, made even) x (sensor rows / vertical). Error 8: the
- * pattern does not fit, 22, 23; binning and image size then stay as they were. Values below 1
- * build nothing. Holds the service off. QV_GetBinning writes the current values.
+ * pattern does not fit, 22, 23; binning and image size then stay as they were. So they do if a
+ * status is left over from an earlier call, on the simulated camera too: a frame that arrives
+ * clears it. Values below 1 build nothing. Holds the service off. QV_GetBinning writes the current
+ * values.
  */
 QVN_API void QV_SetBinning(int32_t horizontal, int32_t vertical, int32_t camera);
 QVN_API void QV_GetBinning(int32_t *horizontal, int32_t *vertical, int32_t camera);

@@ -233,6 +233,26 @@ TEST_F(DemoSlots, CameraMemoryIsAFixedTable)
     }
 }
 
+TEST_F(DemoSlots, StatusLeftOverKeepsBinningAndImageSizeUntilAFrameClearsIt)
+{
+    int32_t horizontal = 0, vertical = 0;
+    record.LastError = 2;
+    QV_SetBinning(2, 4, 0);
+    QV_GetBinning(&horizontal, &vertical, 0);
+    EXPECT_EQ(horizontal, 1);
+    EXPECT_EQ(vertical, 1);
+    EXPECT_EQ(QV_GetDimX(0), 24);
+    EXPECT_EQ(QV_GetDimY(0), 16);
+    std::vector<uint16_t> frame(24 * 16);
+    QV_GetCCD(0, 0.01, frame.data(), 0);
+    QV_SetBinning(2, 4, 0);
+    QV_GetBinning(&horizontal, &vertical, 0);
+    EXPECT_EQ(horizontal, 2);
+    EXPECT_EQ(vertical, 4);
+    EXPECT_EQ(QV_GetDimX(0), 12);
+    EXPECT_EQ(QV_GetDimY(0), 4);
+}
+
 TEST_F(DemoSlots, BindingSetsInterfaceAndDecimals)
 {
     record.InterfaceType = 6;

@@ -350,6 +350,17 @@ TEST_F(DemoReading, ProgressCountsRowsFromZero)
     EXPECT_EQ(reportsOf(129), (std::vector<int32_t>{0, 49, 99, 100}));
 }
 
+TEST_F(DemoReading, TallFramesReportZeroPercentTwice)
+{
+    OpenDemo(0, 0);
+    std::vector<uint16_t> pixels(6500);
+    CameraTable[0].Ops.ReadFrame(0, 1, 6500, pixels.data(), 0);
+    ASSERT_EQ(ProgressReports.size(), 103u);  // rows 64 to 6464
+    EXPECT_EQ(ProgressReports[1].percent, 0); // 6400 / 6500
+    EXPECT_EQ(ProgressReports[2].percent, 1);
+    EXPECT_EQ(ProgressReports[101].percent, 99);
+}
+
 TEST_F(DemoReading, RowsReportedBeforeAreInTheBuffer)
 {
     static std::vector<uint16_t> pixels;
