@@ -16,6 +16,7 @@
 #include <thread>
 
 #include "include/qvn.h"
+#include "tools/report.h"
 
 namespace {
 
@@ -25,6 +26,7 @@ struct BreakerState {
     int ending = -1;  // eventfd
     std::atomic<int32_t> camera{-1};
     std::atomic<bool> requested{false};
+    int32_t signalCount = 0;  // of the watcher
     double requestedAt = 0.0; // written before `requested`
     std::mutex mutex;
     std::condition_variable wake;
@@ -36,8 +38,16 @@ void TakeSignal()
 {
     signalfd_siginfo info;
     if (read(Breaker.signals, &info, sizeof(info)) != sizeof(info)) return;
-    if (Breaker.requested) {
-        std::fprintf(stderr, "\nqvn: the camera is still busy, please wait\n");
+    ++Breaker.signalCount;
+    if (Breaker.signalCount > 2) {
+        // Perhaps the library waits for what never comes.
+        std::fprintf(stderr, "\nqvn: ended at once: the camera was not closed, and its cooler may "
+                             "be on\n");
+        _exit(ExitBroken);
+    }
+    if (Breaker.signalCount == 2) {
+        std::fprintf(stderr, "\nqvn: the camera is still busy, please wait; once more ends the "
+                             "program and leaves the camera as it is\n");
         return;
     }
     std::fprintf(stderr, "\nqvn: breaking off, the camera will be closed\n");

@@ -1,6 +1,7 @@
 // Ctrl-C. From BreakerStart to the end of the program SIGINT, SIGTERM and SIGHUP do
 // not kill: a thread of its own takes them, breaks a running exposure through
-// QV_BrkFlg and wakes who waits. The camera can then be closed as it should.
+// QV_BrkFlg and wakes who waits. The camera can then be closed as it should. Only the
+// third signal ends the program as it stands.
 #pragma once
 #include <cstdint>
 

@@ -201,7 +201,9 @@ bool SaveCanvas(const Canvas& canvas, const std::string& path, bool overwrite, s
         return WriteWholeFile(path, text.data(), text.size(), overwrite, error);
     }
     const PngPicture png = {canvas.width, canvas.height, 3, 8, canvas.pixels.data(), ""};
-    if (WritePng(png, BeginFile(path), error)) return CommitFile(path, overwrite, error);
+    const std::string part = BeginFile(path, overwrite, error);
+    if (part.empty()) return false;
+    if (WritePng(png, part, error)) return CommitFile(path, overwrite, error);
     *error = path + ": " + *error;
     DiscardFile(path);
     return false;

@@ -13,6 +13,14 @@ namespace {
 // With one camera the background reads every half second: three seconds.
 constexpr int32_t ReadingsWanted = 6;
 
+void ComplainAboutWait(const TemperatureReading& reading, const CoolingRequest& request)
+{
+    Complain(Text("waiting for %+.1f C", request.target),
+             Text("the sensor is at %+.1f C after %.0f s, cooler at %.1f %%", reading.celsius,
+                  reading.seconds, reading.power),
+             "a warmer --cool, a larger --tolerance, or a longer --wait-limit");
+}
+
 } // namespace
 
 void StartCooling(Session* session, double target)
@@ -60,6 +68,11 @@ CoolingResult WaitUntilCold(const Session& session, const CoolingRequest& reques
     while (inside < ReadingsWanted) {
         if (WaitOrBreak(0.1)) return CoolingResult::Broken;
         if (!RegulationLives(session)) return CoolingResult::Failed;
+        // Ahead of all else: the readings may have stopped.
+        if (SteadySeconds() - start > request.waitLimit) {
+            ComplainAboutWait(TakeReading(session, start), request);
+            return CoolingResult::Failed;
+        }
         const uint32_t tick = QV_BckGnd(session.camera);
         if (tick == lastTick) continue;
         lastTick = tick;
@@ -67,13 +80,6 @@ CoolingResult WaitUntilCold(const Session& session, const CoolingRequest& reques
         inside = std::fabs(reading.celsius - request.target) <= request.tolerance ? inside + 1 : 0;
         ProgressState(Text("cooling: %+.1f C, target %+.1f C, cooler %.1f %%", reading.celsius,
                            request.target, reading.power));
-        if (reading.seconds > request.waitLimit && inside < ReadingsWanted) {
-            Complain(Text("waiting for %+.1f C", request.target),
-                     Text("the sensor is at %+.1f C after %.0f s, cooler at %.1f %%",
-                          reading.celsius, reading.seconds, reading.power),
-                     "a warmer --cool, a larger --tolerance, or a longer --wait-limit");
-            return CoolingResult::Failed;
-        }
     }
     ProgressEnd();
     return CoolingResult::Reached;

@@ -4,7 +4,9 @@
 #include <cmath>
 #include <cstdio>
 #include <ctime>
+#include <filesystem>
 #include <new>
+#include <set>
 
 #include "tools/breaker.h"
 #include "tools/commands.h"
@@ -16,9 +18,15 @@
 
 namespace {
 
+// Platforms 300 and 450 write so many behind a frame.
+constexpr size_t PixelsBehind = 3;
+
+// cfitsio takes 1024 characters, and is given a few more.
+constexpr size_t LongestFitsPath = 1000;
+
 struct FrameGeometry {
     int32_t width = 0, height = 0; // as delivered
-    size_t pixels = 0;             // that the library may write
+    size_t room = 0;               // pixels that the library may write
 };
 
 std::string UtcNow()
@@ -59,6 +67,29 @@ bool NameIsPossible(const char* argument, const std::string& pattern, const Expo
     return true;
 }
 
+std::string FileName(const std::string& pattern, int32_t number, const ExposeRequest& request)
+{
+    return std::filesystem::path(OutputName(pattern, number, request.frames)).filename().string();
+}
+
+// Whether no frame and no preview of the series are one file. A series stays in one folder.
+bool NamesDiffer(const ExposeRequest& request)
+{
+    if (WholeFolder(request.output) != WholeFolder(request.preview)) return true;
+    std::set<std::string> outputs;
+    for (int32_t number = 1; number <= request.frames; ++number) {
+        outputs.insert(FileName(request.output, number, request));
+    }
+    for (int32_t number = 1; number <= request.frames; ++number) {
+        const std::string preview = FileName(request.preview, number, request);
+        if (outputs.count(preview) == 0) continue;
+        Complain("checking --preview", Text("%s is a file of --output too", preview.c_str()),
+                 "another name");
+        return false;
+    }
+    return true;
+}
+
 // Everything about the outputs that can be wrong shows before the camera is touched.
 bool OutputsArePossible(const ExposeRequest& request)
 {
@@ -69,12 +100,14 @@ bool OutputsArePossible(const ExposeRequest& request)
         return false;
     }
     if (!NameIsPossible("--output", request.output, request)) return false;
-    if (request.preview.empty()) return true;
-    if (request.preview == request.output) {
-        Complain("checking --preview", "it has the name of --output", "another name");
+    if (ChosenFormat(request) == ImageFormat::Fits && request.output.size() > LongestFitsPath) {
+        Complain("checking --output",
+                 Text("a FITS file's path has %zu characters at most", LongestFitsPath),
+                 "a shorter path, or another --format");
         return false;
     }
-    return NameIsPossible("--preview", request.preview, request);
+    if (request.preview.empty()) return true;
+    return NameIsPossible("--preview", request.preview, request) && NamesDiffer(request);
 }
 
 bool SetBinning(const Session& session, const ExposeRequest& request)
@@ -122,13 +155,18 @@ bool ChooseGeometry(const Session& session, const ExposeRequest& request, FrameG
         }
         *geometry = {window.width & ~1, window.height, 0};
     }
-    geometry->pixels = static_cast<size_t>(geometry->width) * static_cast<size_t>(geometry->height);
+    geometry->room =
+        static_cast<size_t>(geometry->width) * static_cast<size_t>(geometry->height) + PixelsBehind;
     return true;
 }
 
 bool Cool(Session* session, const ExposeRequest& request, int* exitCode)
 {
     if (!request.cool) return true;
+    if (BreakRequested()) {
+        *exitCode = ExitBroken;
+        return false;
+    }
     StartCooling(session, request.cooling.target);
     switch (WaitUntilCold(*session, request.cooling)) {
     case CoolingResult::Reached: return true;
@@ -145,12 +183,14 @@ void NoteStart(const Session& session, const ExposeRequest& request, FrameRecord
     frame->light = request.light;
     frame->requestedSeconds = request.seconds;
     frame->exposedSeconds = request.seconds;
-    frame->hasTemperature = ReadCelsius(session, &frame->celsius);
+    frame->hasTemperature = ReadCelsius(session, &frame->celsius) == QV_ERROR_NONE;
     frame->cooling = request.cool;
     frame->targetCelsius = request.cooling.target;
     QV_GetBinning(&frame->horBinning, &frame->verBinning, session.camera);
-    frame->x = request.window.x;
-    frame->y = request.window.y;
+    // The simulated camera counts the window's origin in unbinned pixels.
+    const bool unbinned = session.platform == QV_PLATFORM_DEMO;
+    frame->x = request.window.x / (unbinned ? frame->horBinning : 1);
+    frame->y = request.window.y / (unbinned ? frame->verBinning : 1);
     frame->pixelWidthUm = session.ccd.XpixDim;
     frame->pixelHeightUm = session.ccd.YpixDim;
     frame->gain = QV_GetGain(session.camera);
@@ -201,7 +241,7 @@ bool FetchInternal(const Session& session, FrameRecord* frame)
     if ((QV_GetMode(session.camera) & QV_OPTION_INTERNAL_BUFFERS) == 0) return true;
     const uint16_t* buffer = QV_MatrixPointer(QV_MatrixGet(session.camera), session.camera);
     if (buffer == nullptr) return false;
-    std::copy_n(buffer, frame->pixels.size(), frame->pixels.begin());
+    std::copy_n(buffer, PixelCount(*frame), frame->pixels.begin());
     return true;
 }
 
@@ -213,15 +253,15 @@ bool SaveOutputs(const FrameRecord& frame, const ExposeRequest& request, int32_t
         Complain("writing the frame", error, "free space, or another --output");
         return false;
     }
-    std::printf("Wrote %s, %d x %d pixels%s\n", output.c_str(), frame.width, frame.height,
-                frame.broken ? ", broken off" : "");
+    Announce(Text("Wrote %s, %d x %d pixels%s", output.c_str(), frame.width, frame.height,
+                  frame.broken ? ", broken off" : ""));
     if (request.preview.empty()) return true;
     const std::string preview = OutputName(request.preview, number, request.frames);
     if (!SavePreview(frame, preview, request.overwrite, &error)) {
         Complain("writing the preview", error, "free space, or another --preview");
         return false;
     }
-    std::printf("Wrote %s, a preview\n", preview.c_str());
+    Announce(Text("Wrote %s, a preview", preview.c_str()));
     return true;
 }
 
@@ -233,9 +273,9 @@ int TakeFrame(const Session& session, const ExposeRequest& request, int32_t numb
     frame.width = geometry.width;
     frame.height = geometry.height;
     try {
-        frame.pixels.resize(geometry.pixels);
+        frame.pixels.resize(geometry.room);
     } catch (const std::bad_alloc&) {
-        Complain("taking a frame", Text("no memory for %zu pixels", geometry.pixels),
+        Complain("taking a frame", Text("no memory for %zu pixels", geometry.room),
                  "a smaller --window or a higher --binning");
         return ExitFailed;
     }
@@ -289,7 +329,6 @@ int RunExpose(const ExposeRequest& request)
     if (!OpenSession(request.camera, request.cool ? QV_OPTION_REGULATION : 0, &session)) {
         return BreakRequested() ? ExitBroken : ExitFailed;
     }
-    const int exitCode = TakeFrames(&session, request);
-    CloseSession(session, request.keepCooling);
-    return exitCode;
+    const SessionCloser closer = {session, request.keepCooling};
+    return TakeFrames(&session, request);
 }

@@ -1,5 +1,8 @@
 // FITS, with the keywords that instrument scientists expect.
 #include <fitsio.h>
+#include <unistd.h>
+
+#include <cmath>
 
 #include "tools/image_files.h"
 #include "tools/text.h"
@@ -22,9 +25,10 @@ void WriteWhole(FitsWriter* writer, const char* key, int32_t value, const char* 
     fits_write_key_lng(writer->file, key, value, comment, &writer->status);
 }
 
-// Fifteen digits at most, none of them for show.
+// Fifteen digits at most, none of them for show. A header holds finite numbers only.
 void WriteNumber(FitsWriter* writer, const char* key, double value, const char* comment)
 {
+    if (!std::isfinite(value)) return;
     fits_write_key_dbl(writer->file, key, value, -15, comment, &writer->status);
 }
 
@@ -35,7 +39,7 @@ void WriteExposure(FitsWriter* writer, const FrameRecord& frame)
     WriteNumber(writer, "EXPTIME", frame.exposedSeconds,
                 frame.broken ? "[s] broken off; by the host's clock" : "[s] exposure");
     if (frame.broken) WriteNumber(writer, "EXPREQ", frame.requestedSeconds, "[s] as requested");
-    WriteWord(writer, "IMAGETYP", frame.light ? "Light Frame" : "Dark Frame", nullptr);
+    WriteWord(writer, "IMAGETYP", KindOfFrame(frame), nullptr);
 }
 
 void WriteCamera(FitsWriter* writer, const FrameRecord& frame)
@@ -65,6 +69,12 @@ void WriteGeometry(FitsWriter* writer, const FrameRecord& frame)
     WriteWord(writer, "SWCREATE", CreatorText(), "written by");
 }
 
+// Of a disk file no character has a meaning but a leading "!" and leading blanks.
+std::string FitsName(const std::string& path)
+{
+    return path[0] == '/' ? path : "./" + path;
+}
+
 std::string FitsText(int status)
 {
     char text[FLEN_STATUS] = "";
@@ -78,8 +88,8 @@ bool WriteFits(const FrameRecord& frame, const std::string& path, std::string* e
 {
     FitsWriter writer;
     long axes[2] = {frame.width, frame.height};
-    // A disk file: no character of the name has a meaning.
-    fits_create_diskfile(&writer.file, path.c_str(), &writer.status);
+    unlink(path.c_str()); // cfitsio replaces no file
+    fits_create_diskfile(&writer.file, FitsName(path).c_str(), &writer.status);
     // Unsigned 16-bit pixels are stored signed, with BZERO 32768 and BSCALE 1.
     fits_create_img(writer.file, USHORT_IMG, 2, axes, &writer.status);
     WriteExposure(&writer, frame);
@@ -88,7 +98,7 @@ bool WriteFits(const FrameRecord& frame, const std::string& path, std::string* e
     fits_write_date(writer.file, &writer.status);
     // The call reads only, whatever its argument's type says.
     auto* pixels = const_cast<uint16_t*>(frame.pixels.data());
-    fits_write_img(writer.file, TUSHORT, 1, static_cast<LONGLONG>(frame.pixels.size()), pixels,
+    fits_write_img(writer.file, TUSHORT, 1, static_cast<LONGLONG>(PixelCount(frame)), pixels,
                    &writer.status);
     if (writer.file != nullptr) fits_close_file(writer.file, &writer.status);
     if (writer.status == 0) return true;

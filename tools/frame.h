@@ -1,13 +1,15 @@
 // One frame with all that its file tells about it: the values in force when its
 // exposure began, the geometry that was delivered.
 #pragma once
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
 
 struct FrameRecord {
     int32_t width = 0, height = 0;
-    std::vector<uint16_t> pixels; // row after row, the first row read comes first
+    std::vector<uint16_t> pixels; // row after row, the first row read comes first;
+                                  // perhaps more than the picture has
 
     std::string startUtc; // 2024-03-01T21:04:05.678
     bool light = true;
@@ -26,3 +28,8 @@ struct FrameRecord {
     int32_t gain = 0;                               // index
     std::string platform, sensor;
 };
+
+inline size_t PixelCount(const FrameRecord& frame)
+{
+    return static_cast<size_t>(frame.width) * static_cast<size_t>(frame.height);
+}

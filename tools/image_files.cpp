@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "include/qvn.h"
+#include "tools/little_endian.h"
 #include "tools/safe_file.h"
 #include "tools/text.h"
 
@@ -23,12 +24,8 @@ const FormatName FormatNames[] = {
 
 bool SaveRaw(const FrameRecord& frame, const std::string& path, bool overwrite, std::string* error)
 {
-    std::vector<uint8_t> bytes;
-    bytes.reserve(frame.pixels.size() * 2);
-    for (const uint16_t pixel : frame.pixels) {
-        bytes.push_back(static_cast<uint8_t>(pixel & 0xFF));
-        bytes.push_back(static_cast<uint8_t>(pixel >> 8));
-    }
+    std::vector<uint8_t> bytes(PixelCount(frame) * 2);
+    WriteLittleEndian(frame.pixels.data(), PixelCount(frame), bytes.data());
     return WriteWholeFile(path, bytes.data(), bytes.size(), overwrite, error);
 }
 
@@ -57,7 +54,8 @@ bool SaveFrame(const FrameRecord& frame, const std::string& path, ImageFormat fo
                bool overwrite, std::string* error)
 {
     if (format == ImageFormat::Raw) return SaveRaw(frame, path, overwrite, error);
-    const std::string temporary = BeginFile(path);
+    const std::string temporary = BeginFile(path, overwrite, error);
+    if (temporary.empty()) return false;
     bool written = false;
     if (format == ImageFormat::Fits) written = WriteFits(frame, temporary, error);
     if (format == ImageFormat::Png) written = WritePng(AsPng(frame), temporary, error);
@@ -68,12 +66,18 @@ bool SaveFrame(const FrameRecord& frame, const std::string& path, ImageFormat fo
     return false;
 }
 
+const char* KindOfFrame(const FrameRecord& frame)
+{
+    if (frame.light) return "Light Frame";
+    return frame.requestedSeconds > 0.0 ? "Dark Frame" : "Bias Frame";
+}
+
 std::string DescribeFrame(const FrameRecord& frame)
 {
-    std::string text = Text("%s frame, %g s from %s UTC, %s %s, binning %d x %d, gain index %d",
-                            frame.light ? "light" : "dark", frame.exposedSeconds,
-                            frame.startUtc.c_str(), frame.platform.c_str(), frame.sensor.c_str(),
-                            frame.horBinning, frame.verBinning, frame.gain);
+    std::string text =
+        Text("%s, %g s from %s UTC, %s %s, binning %d x %d, gain index %d", KindOfFrame(frame),
+             frame.exposedSeconds, frame.startUtc.c_str(), frame.platform.c_str(),
+             frame.sensor.c_str(), frame.horBinning, frame.verBinning, frame.gain);
     if (frame.hasTemperature) text += Text(", %.1f C", frame.celsius);
     return text;
 }

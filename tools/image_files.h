@@ -15,7 +15,7 @@ ImageFormat FormatOfFile(const std::string& path);
 bool SaveFrame(const FrameRecord& frame, const std::string& path, ImageFormat format,
                bool overwrite, std::string* error);
 
-// The formats, each to a file that does not exist yet.
+// The formats, each in place of what the file holds.
 bool WriteFits(const FrameRecord& frame, const std::string& path, std::string* error);
 bool WriteTiff(const FrameRecord& frame, const std::string& path, std::string* error);
 
@@ -28,6 +28,9 @@ struct PngPicture {
 };
 
 bool WritePng(const PngPicture& picture, const std::string& path, std::string* error);
+
+// As FITS has it in IMAGETYP. A dark frame without an exposure shows the bias alone.
+const char* KindOfFrame(const FrameRecord& frame);
 
 // One line about a frame, for formats without keywords.
 std::string DescribeFrame(const FrameRecord& frame);

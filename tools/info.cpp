@@ -9,7 +9,7 @@
 namespace {
 
 struct CameraState {
-    bool hasTemperature = false;
+    int32_t temperatureStatus = 0; // not 0: it cannot be read
     double celsius = 0.0;
     double power = 0.0;
     int32_t cooler = 0;
@@ -22,7 +22,7 @@ struct CameraState {
 CameraState AskCamera(const Session& session)
 {
     CameraState state;
-    state.hasTemperature = ReadCelsius(session, &state.celsius);
+    state.temperatureStatus = ReadCelsius(session, &state.celsius);
     state.power = QV_GetPower(session.camera);
     state.cooler = QV_CoolerStatus(session.camera);
     state.width = QV_GetDimX(session.camera);
@@ -60,11 +60,10 @@ void PrintText(const Session& session, const CameraState& state)
     std::printf("Converter     %d bits, MaxValue %d\n", ConverterBits(session), state.maxValue);
     std::printf("Gains         %s (index 0 to 3), index %d is set\n",
                 GainList(session, ", ").c_str(), state.gain);
-    if (state.hasTemperature) {
+    if (state.temperatureStatus == QV_ERROR_NONE) {
         std::printf("Temperature   %+.1f C\n", state.celsius);
     } else {
-        std::printf("Temperature   cannot be read: %s\n",
-                    LibraryText(QV_Status(session.camera)).c_str());
+        std::printf("Temperature   cannot be read\n");
     }
     std::printf("Cooler        %s, %.1f %%\n", CoolerText(state.cooler), state.power);
     std::printf("Options       0x%04X\n", state.options);
@@ -89,8 +88,9 @@ void PrintJson(const Session& session, const CameraState& state)
                 state.maxValue);
     std::printf(" \"gains\": [%s], \"gain_index\": %d,\n", GainList(session, ", ").c_str(),
                 state.gain);
-    std::printf(" \"temperature_celsius\": %s,\n",
-                state.hasTemperature ? JsonNumber(state.celsius).c_str() : "null");
+    std::printf(" \"temperature_celsius\": %s,\n", state.temperatureStatus == QV_ERROR_NONE
+                                                       ? JsonNumber(state.celsius).c_str()
+                                                       : "null");
     std::printf(" \"cooler\": {\"status\": %d, \"text\": %s, \"power_percent\": %s},\n",
                 state.cooler, JsonText(CoolerText(state.cooler)).c_str(),
                 JsonNumber(state.power).c_str());
@@ -106,13 +106,18 @@ int RunInfo(const InfoRequest& request)
     if (!OpenSession(request.camera, 0, &session)) {
         return BreakRequested() ? ExitBroken : ExitFailed;
     }
+    const SessionCloser closer = {session, true};
     const CameraState state = AskCamera(session);
     if (request.json) {
         PrintJson(session, state);
     } else {
         PrintText(session, state);
     }
-    CloseSession(session, true);
+    if (state.temperatureStatus != QV_ERROR_NONE) {
+        Complain(Text("reading the temperature of camera %d, %s", session.camera,
+                      CameraText(session).c_str()),
+                 LibraryText(state.temperatureStatus), LibraryAdvice(state.temperatureStatus));
+    }
     if (BreakRequested()) return ExitBroken;
-    return state.hasTemperature ? ExitDone : ExitFailed;
+    return state.temperatureStatus == QV_ERROR_NONE ? ExitDone : ExitFailed;
 }

@@ -1,7 +1,8 @@
 // qvn, the program: its arguments. What a command does is in its own source.
 #include <CLI/CLI.hpp>
 
-#include <cstdio>
+#include <csignal>
+#include <cstdint>
 #include <exception>
 
 #include "tools/breaker.h"
@@ -32,6 +33,13 @@ std::vector<int32_t> IntegersOf(const char* argument, const std::string& text, s
     std::vector<int32_t> values(count);
     if (!ParseIntegers(text, count, &values)) Refuse(argument, text, wanted);
     return values;
+}
+
+// An empty text is mostly a variable of a script that was not set.
+CLI::Validator NotEmpty()
+{
+    return CLI::Validator([](std::string& text) { return text.empty() ? "an empty text" : ""; },
+                          "");
 }
 
 // CLI::Range takes "nan" for a number of every range.
@@ -69,24 +77,28 @@ void AddCameraOptions(CLI::App* command, CameraRequest* request)
                      "Folder of qvn.cfg, as `qvn init` makes it. Without it: the folder qvn in the "
                      "current folder if there is one, else the current folder")
         ->type_name("FOLDER")
+        ->check(NotEmpty())
         ->group(group);
     auto* platform = command
                          ->add_option("--platform", request->platform,
                                       "Platform, code or name; default 1, DEMO, the simulated "
                                       "camera")
                          ->type_name("CODE|NAME")
+                         ->check(NotEmpty())
                          ->group(group);
     auto* sensor = command
                        ->add_option("--sensor", request->sensor,
                                     "Sensor, code or name; default 275, kaf1600, or the "
                                     "platform's first")
                        ->type_name("CODE|NAME")
+                       ->check(NotEmpty())
                        ->group(group);
     auto* config = command
                        ->add_option("--config", request->configFile,
                                     "Opens what this camera.cfg says; a name without a slash is "
                                     "sought beside qvn.cfg")
                        ->type_name("FILE")
+                       ->check(NotEmpty())
                        ->group(group);
     auto* camera = command->add_option("--camera", request->camera, "Number of the camera, 0 to 7")
                        ->type_name("N")
@@ -96,8 +108,9 @@ void AddCameraOptions(CLI::App* command, CameraRequest* request)
         ->add_option_function<std::string>(
             "--options",
             [request](const std::string& text) {
-                const auto values = IntegersOf("--options", text, 1, "a number such as 0x8");
-                request->options = static_cast<uint32_t>(values[0]);
+                if (!ParseBits(text, &request->options)) {
+                    Refuse("--options", text, "a number of 32 bits such as 0x8");
+                }
             },
             "Option bits of the library, such as 0x8; see QV_OPTION_... in qvn.h")
         ->type_name("BITS")
@@ -127,7 +140,8 @@ void AddList(CLI::App* app, ListRequest* request)
 {
     auto* command = app->add_subcommand("list", "Shows platforms and the sensors they carry");
     command->add_option("--platform", request->platform, "Only this one, code or name")
-        ->type_name("CODE|NAME");
+        ->type_name("CODE|NAME")
+        ->check(NotEmpty());
     command->add_flag("--json", request->json, "As JSON");
 }
 
@@ -225,6 +239,7 @@ void AddOutput(CLI::App* command, ExposeRequest* request)
                      "File, default frame.fits. For several frames %04d is the place of the "
                      "number, else _0001 and so on is added")
         ->type_name("FILE")
+        ->check(NotEmpty())
         ->group(group);
     command
         ->add_option_function<std::string>(
@@ -240,6 +255,7 @@ void AddOutput(CLI::App* command, ExposeRequest* request)
         ->group(group);
     command->add_option("--preview", request->preview, "An 8-bit PNG beside, stretched for looking")
         ->type_name("FILE")
+        ->check(NotEmpty())
         ->group(group);
     command->add_flag("--overwrite", request->overwrite, "Replaces files that are there")
         ->group(group);
@@ -272,8 +288,12 @@ void AddTemperature(CLI::App* app, TemperatureRequest* request)
     command->add_option("--interval", request->interval, "Seconds between readings, default 1")
         ->type_name("S")
         ->check(Between(0.1, 1e6));
-    command->add_option("--log", request->log, "A table of the readings")->type_name("FILE.csv");
-    command->add_option("--plot", request->plot, "A picture")->type_name("FILE.png|FILE.svg");
+    command->add_option("--log", request->log, "A table of the readings")
+        ->type_name("FILE.csv")
+        ->check(NotEmpty());
+    command->add_option("--plot", request->plot, "A picture")
+        ->type_name("FILE.png|FILE.svg")
+        ->check(NotEmpty());
     command->add_flag("--overwrite", request->overwrite, "Replaces files that are there");
     command->add_flag("--keep-cooling", request->keepCooling,
                       "Leaves the cooler on at the end, at its last drive");
@@ -289,9 +309,7 @@ int Run(const CLI::App& app, const Requests& requests)
     return RunTemperature(requests.temperature);
 }
 
-} // namespace
-
-int main(int count, char** arguments)
+int ParseAndRun(int count, char** arguments)
 {
     Requests requests;
     CLI::App app("Takes frames with cooled CCD cameras, real or simulated.", "qvn");
@@ -312,4 +330,13 @@ int main(int count, char** arguments)
         BreakerStop();
         return ExitFailed;
     }
+}
+
+} // namespace
+
+int main(int count, char** arguments)
+{
+    // A reader of the output that goes away must not leave the camera open and cooled.
+    std::signal(SIGPIPE, SIG_IGN);
+    return FinishOutput(ParseAndRun(count, arguments));
 }

@@ -14,10 +14,16 @@ struct CounterPlace {
     bool zeros = false;
 };
 
+size_t FileNameBegin(const std::string& path)
+{
+    const size_t slash = path.rfind('/');
+    return slash == std::string::npos ? 0 : slash + 1;
+}
+
 CounterPlace FindCounter(const std::string& pattern)
 {
     CounterPlace place;
-    const size_t begin = pattern.find('%');
+    const size_t begin = pattern.find('%', FileNameBegin(pattern));
     if (begin == std::string::npos) return place;
     size_t at = begin + 1;
     place.zeros = at < pattern.size() && pattern[at] == '0';
@@ -38,7 +44,7 @@ CounterPlace FindCounter(const std::string& pattern)
 
 bool PatternIsPlain(const std::string& pattern)
 {
-    if (pattern.find('%') == std::string::npos) return true;
+    if (pattern.find('%', FileNameBegin(pattern)) == std::string::npos) return true;
     const CounterPlace place = FindCounter(pattern);
     return place.begin != std::string::npos &&
            pattern.find('%', place.begin + place.length) == std::string::npos;

@@ -3,7 +3,8 @@
 #include <cstdint>
 #include <string>
 
-// Whether `pattern` may name files: at most one %d, %4d or %04d, no other %.
+// Whether `pattern` may name files: behind the last slash at most one %d, %4d or %04d, no
+// other %. A folder's name may hold what it likes.
 bool PatternIsPlain(const std::string& pattern);
 
 // The counter's place is filled with `number`. Without a place, a series of more than

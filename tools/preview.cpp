@@ -73,7 +73,9 @@ bool SavePreview(const FrameRecord& frame, const std::string& path, bool overwri
     const GreyPicture picture = Shrink(frame);
     const std::vector<uint8_t> grey = Stretch(picture);
     const PngPicture png = {picture.width, picture.height, 1, 8, grey.data(), DescribeFrame(frame)};
-    if (WritePng(png, BeginFile(path), error)) return CommitFile(path, overwrite, error);
+    const std::string part = BeginFile(path, overwrite, error);
+    if (part.empty()) return false;
+    if (WritePng(png, part, error)) return CommitFile(path, overwrite, error);
     *error = path + ": " + *error;
     DiscardFile(path);
     return false;

@@ -48,6 +48,25 @@ void Complain(const std::string& doing, const std::string& reason, const std::st
     if (!advice.empty()) std::fprintf(stderr, "     Try: %s\n", advice.c_str());
 }
 
+void Announce(const std::string& line)
+{
+    std::printf("%s\n", line.c_str());
+    std::fflush(stdout);
+}
+
+bool OutputFailed()
+{
+    return std::ferror(stdout) != 0;
+}
+
+int FinishOutput(int exitCode)
+{
+    if (std::fflush(stdout) == 0 && !OutputFailed()) return exitCode;
+    Complain("writing the results to stdout", "not all of them arrived",
+             "a file on a disk with free space, or a reader that stays to the end");
+    return exitCode == ExitDone ? ExitFailed : exitCode;
+}
+
 std::string LibraryText(int32_t code)
 {
     const char* text = QV_ErrorMessage(code);

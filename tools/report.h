@@ -13,6 +13,16 @@ enum ExitCode : int {
 // To stderr: "qvn: DOING: REASON", and on a line of its own "Try: ADVICE".
 void Complain(const std::string& doing, const std::string& reason, const std::string& advice);
 
+// A line of results to stdout, at once.
+void Announce(const std::string& line);
+
+// Whether something that was written to stdout did not arrive.
+bool OutputFailed();
+
+// Writes out what stdout still holds. The program's exit code, which tells of a failure
+// of that too; says so.
+int FinishOutput(int exitCode);
+
 // The library's text of a status code, with the number behind it.
 std::string LibraryText(int32_t code);
 

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "tools/embedded.h"
+#include "tools/little_endian.h"
 #include "tools/star_field.h"
 
 namespace fs = std::filesystem;
@@ -35,13 +36,9 @@ bool WriteField(std::FILE* stream)
 {
     std::vector<uint16_t> pixels(size_t{SampleFieldColumns} * SampleFieldRows);
     MakeStarField(pixels.data(), SampleFieldColumns, SampleFieldRows, FieldSeed);
-    std::vector<unsigned char> row(size_t{SampleFieldColumns} * 2);
+    std::vector<uint8_t> row(size_t{SampleFieldColumns} * 2);
     for (size_t y = 0; y < SampleFieldRows; ++y) {
-        for (size_t x = 0; x < SampleFieldColumns; ++x) {
-            const uint16_t pixel = pixels[y * SampleFieldColumns + x];
-            row[2 * x] = static_cast<unsigned char>(pixel & 0xFF);
-            row[2 * x + 1] = static_cast<unsigned char>(pixel >> 8);
-        }
+        WriteLittleEndian(&pixels[y * SampleFieldColumns], SampleFieldColumns, row.data());
         if (!WriteAll(stream, row.data(), row.size())) return false;
     }
     return true;

@@ -46,13 +46,19 @@ bool ChooseFolder(const CameraRequest& request, Session* session)
     return true;
 }
 
-bool ChoosePlatform(const std::string& text, Session* session)
+// Where a code or a name of the catalogue was given.
+struct Choice {
+    std::string text; // empty: none
+    std::string source;
+};
+
+bool ChoosePlatform(const Choice& choice, Session* session)
 {
     const std::vector<CatalogueEntry> platforms = Platforms();
     CatalogueEntry entry;
-    if (!FindEntry(platforms, text, &entry)) {
-        const std::string similar = SimilarNames(platforms, text);
-        Complain("choosing the camera", Text("--platform %s: no such platform", text.c_str()),
+    if (!FindEntry(platforms, choice.text, &entry)) {
+        const std::string similar = SimilarNames(platforms, choice.text);
+        Complain("choosing the camera", choice.source + ": no such platform",
                  similar.empty() ? "`qvn list` shows them all" : similar);
         return false;
     }
@@ -69,18 +75,18 @@ CatalogueEntry DefaultSensor(const std::vector<CatalogueEntry>& carried)
     return entry;
 }
 
-bool ChooseSensor(const std::string& text, Session* session)
+bool ChooseSensor(const Choice& choice, Session* session)
 {
     const std::vector<CatalogueEntry> carried = SensorsOf(session->platform);
     const std::vector<CatalogueEntry> all = Sensors();
     CatalogueEntry entry = DefaultSensor(carried);
-    if (!text.empty() && !FindEntry(carried, text, &entry)) {
-        const bool known = FindEntry(all, text, &entry);
-        const std::string similar = SimilarNames(carried, text);
+    if (!choice.text.empty() && !FindEntry(carried, choice.text, &entry)) {
+        const bool known = FindEntry(all, choice.text, &entry);
+        const std::string similar = SimilarNames(carried, choice.text);
         Complain("choosing the camera",
-                 known ? Text("--sensor %s: %s does not carry this sensor", text.c_str(),
-                              session->platformName.c_str())
-                       : Text("--sensor %s: no such sensor", text.c_str()),
+                 choice.source +
+                     (known ? Text(": %s does not carry this sensor", session->platformName.c_str())
+                            : ": no such sensor"),
                  similar.empty()
                      ? Text("`qvn list --platform %d` shows its sensors", session->platform)
                      : similar);
@@ -112,8 +118,12 @@ bool LoadConfig(const CameraRequest& request, Session* session, CameraConfig* co
         return false;
     }
     session->camera = config->PciIndex;
-    return ChoosePlatform(std::to_string(config->Platform), session) &&
-           ChooseSensor(std::to_string(config->CCD), session);
+    const char* file = request.configFile.c_str();
+    const Choice platform = {std::to_string(config->Platform),
+                             Text("CameraConfig.Platform in %s, %d", file, config->Platform)};
+    const Choice sensor = {std::to_string(config->CCD),
+                           Text("CameraConfig.CCD in %s, %d", file, config->CCD)};
+    return ChoosePlatform(platform, session) && ChooseSensor(sensor, session);
 }
 
 int32_t UsualInterface(int32_t platform)
@@ -185,9 +195,11 @@ bool OpenSession(const CameraRequest& request, uint32_t options, Session* sessio
     CameraConfig config{};
     session->camera = request.camera;
     if (!ChooseFolder(request, session)) return false;
-    const bool chosen = request.configFile.empty() ? ChoosePlatform(request.platform, session) &&
-                                                         ChooseSensor(request.sensor, session)
-                                                   : LoadConfig(request, session, &config);
+    const Choice platform = {request.platform, "--platform " + request.platform};
+    const Choice sensor = {request.sensor, "--sensor " + request.sensor};
+    const bool chosen = request.configFile.empty()
+                            ? ChoosePlatform(platform, session) && ChooseSensor(sensor, session)
+                            : LoadConfig(request, session, &config);
     if (!chosen) return false;
 
     BreakerStart();
@@ -220,7 +232,7 @@ void CloseSession(const Session& session, bool keepCooling)
     ProgressEnd();
 }
 
-bool ReadCelsius(const Session& session, double* celsius)
+int32_t ReadCelsius(const Session& session, double* celsius)
 {
     if (session.regulated) {
         *celsius = QV_GetTemp(nullptr, QV_CELSIUS, session.camera);
@@ -230,7 +242,8 @@ bool ReadCelsius(const Session& session, double* celsius)
         *celsius = QV_ReadTemp(QV_CELSIUS, session.camera);
         QV_StartNow(session.camera);
     }
-    return QV_Status(session.camera) != QV_ERROR_LINK_FAILURE;
+    return QV_Status(session.camera) == QV_ERROR_LINK_FAILURE ? QV_ERROR_LINK_FAILURE
+                                                              : QV_ERROR_NONE;
 }
 
 std::string CameraText(const Session& session)

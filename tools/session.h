@@ -36,8 +36,17 @@ bool OpenSession(const CameraRequest& request, uint32_t options, Session* sessio
 // last drive.
 void CloseSession(const Session& session, bool keepCooling);
 
-// Celsius, of a fresh reading or the background's last one. False: it cannot be read.
-bool ReadCelsius(const Session& session, double* celsius);
+// Closes at the end of its scope, also when an exception passes.
+struct SessionCloser {
+    const Session& session;
+    bool keepCooling;
+
+    ~SessionCloser() { CloseSession(session, keepCooling); }
+};
+
+// Celsius, of a fresh reading or the background's last one. 0, or the status if it cannot be
+// read.
+int32_t ReadCelsius(const Session& session, double* celsius);
 
 // "DEMO with kaf400e"
 std::string CameraText(const Session& session);

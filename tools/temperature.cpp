@@ -1,4 +1,6 @@
 // qvn temperature: cools, logs and plots.
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
@@ -29,55 +31,89 @@ bool OutputsAreFine(const TemperatureRequest& request)
                  "the ending .png or .svg");
         return false;
     }
-    return OutputIsFine("--log", request.log, request.overwrite) &&
-           OutputIsFine("--plot", request.plot, request.overwrite);
+    if (!OutputIsFine("--log", request.log, request.overwrite) ||
+        !OutputIsFine("--plot", request.plot, request.overwrite)) {
+        return false;
+    }
+    if (request.log.empty() || !SameOutput(request.log, request.plot)) return true;
+    Complain("checking --plot", Text("%s is the file of --log too", request.plot.c_str()),
+             "another name");
+    return false;
 }
 
-// The log grows with each reading, so that a run of hours is not lost with the power.
+// The log reaches the disk now and then, so that a run of hours is not lost with the power.
+constexpr double SyncSeconds = 10.0;
+
 struct LogFile {
     FILE* file = nullptr; // null: none is wanted, or it failed
     bool failed = false;
-    int failure = 0; // errno
+    size_t count = 0;             // readings in it
+    double synced = -SyncSeconds; // time of the reading that was the last to reach the disk
 };
 
-void NoteFailure(LogFile* log)
+// The part stays. Says why, once.
+void GiveUpLog(LogFile* log, const TemperatureRequest& request)
 {
-    if (!log->failed) log->failure = errno;
+    const std::string reason = std::strerror(errno);
+    if (log->file != nullptr) std::fclose(log->file);
+    log->file = nullptr;
     log->failed = true;
+    Complain("writing --log",
+             Text("%s: %s; what was written is in %s, and nothing more is logged",
+                  request.log.c_str(), reason.c_str(), PartName(request.log).c_str()),
+             "free space, or another name");
 }
 
-LogFile BeginLog(const std::string& path)
+bool BeginLog(const TemperatureRequest& request, LogFile* log)
 {
-    LogFile log;
-    if (path.empty()) return log;
-    log.file = std::fopen(BeginFile(path).c_str(), "we");
+    if (request.log.empty()) return true;
+    std::string error;
+    const std::string part = BeginFile(request.log, request.overwrite, &error);
+    if (part.empty()) {
+        Complain("writing --log", error, "another name");
+        return false;
+    }
+    log->file = std::fopen(part.c_str(), "we");
     const char* head = "seconds,temperature_celsius,target_celsius,cooler_power_percent,"
                        "cooler_status\n";
-    if (log.file == nullptr || std::fputs(head, log.file) < 0) NoteFailure(&log);
-    return log;
+    if (log->file == nullptr || std::fputs(head, log->file) < 0) GiveUpLog(log, request);
+    return true;
 }
 
-void LogReading(LogFile* log, const TemperatureReading& reading, double target)
+void LogReading(LogFile* log, const TemperatureReading& reading, const TemperatureRequest& request)
 {
-    if (log->file == nullptr || log->failed) return;
-    const int written =
+    if (log->file == nullptr) return;
+    bool written =
         std::fprintf(log->file, "%.3f,%.3f,%.3f,%.1f,%s\n", reading.seconds, reading.celsius,
-                     target, reading.power, CoolerText(reading.status));
-    if (written < 0 || std::fflush(log->file) != 0) NoteFailure(log);
+                     request.target, reading.power, CoolerText(reading.status)) > 0 &&
+        std::fflush(log->file) == 0;
+    if (written && reading.seconds >= log->synced + SyncSeconds) {
+        written = fsync(fileno(log->file)) == 0;
+        log->synced = reading.seconds;
+    }
+    if (!written) {
+        GiveUpLog(log, request);
+    } else {
+        ++log->count;
+    }
 }
 
 // Says why if it fails.
-bool EndLog(LogFile* log, const TemperatureRequest& request, size_t count)
+bool EndLog(LogFile* log, const TemperatureRequest& request)
 {
-    if (request.log.empty()) return true;
-    if (log->file != nullptr && std::fclose(log->file) != 0) NoteFailure(log);
-    std::string error = Text("%s: %s", request.log.c_str(), std::strerror(log->failure));
-    if (log->failed) DiscardFile(request.log);
-    if (log->failed || !CommitFile(request.log, request.overwrite, &error)) {
+    if (log->file == nullptr) return !log->failed;
+    std::string error;
+    FILE* file = log->file;
+    log->file = nullptr;
+    if (std::fclose(file) != 0) {
+        GiveUpLog(log, request);
+        return false;
+    }
+    if (!CommitFile(request.log, request.overwrite, &error)) {
         Complain("writing --log", error, "free space, or another name");
         return false;
     }
-    std::printf("Wrote %s, %zu readings\n", request.log.c_str(), count);
+    Announce(Text("Wrote %s, %zu readings", request.log.c_str(), log->count));
     return true;
 }
 
@@ -100,29 +136,37 @@ bool SaveCourse(const Session& session, const TemperatureRequest& request,
         Complain("writing --plot", error, "free space, or another name");
         return false;
     }
-    std::printf("Wrote %s, a plot\n", request.plot.c_str());
+    Announce(Text("Wrote %s, a plot", request.plot.c_str()));
     return true;
+}
+
+// Whether somebody still gets to see the readings.
+bool AnybodyLooks(const TemperatureRequest& request)
+{
+    return !OutputFailed() || !request.log.empty() || !request.plot.empty();
 }
 
 // A log is written for what there is, also after a break or a failure.
 int Watch(Session* session, const TemperatureRequest& request)
 {
+    if (BreakRequested()) return ExitBroken;
     std::vector<TemperatureReading> readings;
-    LogFile log = BeginLog(request.log);
+    LogFile log;
+    if (!BeginLog(request, &log)) return ExitFailed;
     std::printf(" time [s]  sensor [C]  target [C]  power [%%]  cooler\n");
     StartCooling(session, request.target);
     const double start = SteadySeconds();
     bool alive = true;
-    for (int32_t number = 0; alive && !log.failed && !BreakRequested(); ++number) {
+    for (int32_t number = 0; alive && AnybodyLooks(request) && !BreakRequested(); ++number) {
         readings.push_back(TakeReading(*session, start));
         PrintReading(readings.back(), request.target);
-        LogReading(&log, readings.back(), request.target);
+        LogReading(&log, readings.back(), request);
         const double next = number * request.interval + request.interval;
         if (next > request.seconds + request.interval / 1000.0) break;
         WaitOrBreak(std::max(next - (SteadySeconds() - start), 0.0));
         alive = RegulationLives(*session);
     }
-    const bool logged = EndLog(&log, request, readings.size());
+    const bool logged = EndLog(&log, request);
     const bool drawn = SaveCourse(*session, request, readings);
     if (!alive || !logged || !drawn) return ExitFailed;
     return BreakRequested() ? ExitBroken : ExitDone;
@@ -137,7 +181,6 @@ int RunTemperature(const TemperatureRequest& request)
     if (!OpenSession(request.camera, QV_OPTION_REGULATION, &session)) {
         return BreakRequested() ? ExitBroken : ExitFailed;
     }
-    const int exitCode = Watch(&session, request);
-    CloseSession(session, request.keepCooling);
-    return exitCode;
+    const SessionCloser closer = {session, request.keepCooling};
+    return Watch(&session, request);
 }

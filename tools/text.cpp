@@ -3,6 +3,7 @@
 
 #include <strings.h>
 
+#include <cctype>
 #include <cerrno>
 #include <cmath>
 #include <cstdarg>
@@ -60,6 +61,17 @@ bool ParseIntegers(const std::string& text, size_t count, std::vector<int32_t>* 
         cursor = end + 1;
     }
     *values = found;
+    return true;
+}
+
+bool ParseBits(const std::string& text, uint32_t* bits)
+{
+    if (text.empty() || std::isdigit(static_cast<unsigned char>(text[0])) == 0) return false;
+    char* end = nullptr;
+    errno = 0;
+    const unsigned long long value = std::strtoull(text.c_str(), &end, 0);
+    if (*end != '\0' || errno != 0 || value > UINT32_MAX) return false;
+    *bits = static_cast<uint32_t>(value);
     return true;
 }
 

@@ -16,5 +16,8 @@ std::string JsonNumber(double value);
 // behind 0x. False when `text` is anything else, `values` is then untouched.
 bool ParseIntegers(const std::string& text, size_t count, std::vector<int32_t>* values);
 
+// One number of 32 bits without a sign, as above. False: `bits` is untouched.
+bool ParseBits(const std::string& text, uint32_t* bits);
+
 // Case does not count.
 bool SameWord(const std::string& one, const std::string& other);

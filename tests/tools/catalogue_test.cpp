@@ -133,6 +133,84 @@ TEST_F(QvnWithCamera, ConfigurationWithAWrongCameraNumberNamesTheKey)
     EXPECT_TRUE(Contains(result.err, "CameraConfig.PciIndex is 8")) << result.err;
 }
 
+TEST_F(QvnWithCamera, ConfigurationWithAWrongCodeNamesTheKeyAndTheFile)
+{
+    WriteText(scratch, "sky/p.cfg", "CameraConfig: { Platform = 7; CCD = 255; PciIndex = 0; };");
+    const ProgramResult platform = Run({"info", "--library-path", "sky", "--config", "p.cfg"});
+    EXPECT_EQ(platform.exitCode, 1);
+    EXPECT_TRUE(Contains(platform.err, "CameraConfig.Platform in p.cfg, 7: no such platform"))
+        << platform.err;
+    WriteText(scratch, "sky/c.cfg", "CameraConfig: { Platform = 1; CCD = 5000; PciIndex = 0; };");
+    const ProgramResult sensor = Run({"info", "--library-path", "sky", "--config", "c.cfg"});
+    EXPECT_EQ(sensor.exitCode, 1);
+    EXPECT_TRUE(Contains(sensor.err, "CameraConfig.CCD in c.cfg, 5000: DEMO does not carry"))
+        << sensor.err;
+}
+
+TEST_F(QvnWithCamera, TemperatureThatCannotBeReadIsToldOnStderr)
+{
+    scratch.spy = "blind";
+    for (const char* form : {"--camera=0", "--json"}) {
+        const ProgramResult result = RunCamera({"info", form});
+        EXPECT_EQ(result.exitCode, 1);
+        EXPECT_TRUE(Contains(result.err,
+                             "reading the temperature of camera 0, DEMO with kaf400e: "
+                             "Link failure! Please check the camera link (error 2)\n     Try: "))
+            << result.err;
+    }
+}
+
+TEST_F(QvnProgram, ResultsThatDoNotArriveAreAFailure)
+{
+    for (const OutTo out : {OutTo::FullDisk, OutTo::ClosedPipe}) {
+        scratch.out = out;
+        const std::vector<std::vector<std::string>> lines = {
+            {"list"}, {"list", "--json"}, {"init", "--force"}, {"--version"}, {"--help"}};
+        for (const std::vector<std::string>& line : lines) {
+            const ProgramResult result = Run(line);
+            EXPECT_EQ(result.exitCode, 1) << line.back();
+            EXPECT_TRUE(Contains(result.err, "stdout")) << result.err;
+        }
+    }
+}
+
+TEST_F(QvnProgram, InitOnAFullDiskAsksForSpace)
+{
+    scratch.largestFile = 1000000;
+    const ProgramResult result = Run({"init"});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_TRUE(Contains(result.err, "File too large")) << result.err;
+    EXPECT_TRUE(Contains(result.err, "free space")) << result.err;
+    EXPECT_FALSE(Contains(result.err, "--force")) << result.err;
+}
+
+TEST_F(QvnWithCamera, OptionsTakeAll32BitsAndNoMore)
+{
+    for (const char* options : {"-1", "0x100000000", "4294967296", "0x8 ", " 8", "0x", "+8"}) {
+        EXPECT_EQ(RunCamera({"info", "--options", options}).exitCode, 2) << options;
+    }
+    // All but the bits that act at open: service, port library and the internal buffers.
+    const ProgramResult result = RunCamera({"info", "--options", "0xFFFF76BC", "--json"});
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_TRUE(JsonHolds(scratch, result.out, "d['options'] == 0xFFFF76BC")) << result.out;
+}
+
+TEST_F(QvnProgram, EmptyTextsEndWithTwoAndAreNamed)
+{
+    const std::vector<std::vector<std::string>> lines = {
+        {"info", "--config"},   {"info", "--library-path"}, {"info", "--platform"},
+        {"info", "--sensor"},   {"expose", "--preview"},    {"expose", "--output"},
+        {"list", "--platform"}, {"temperature", "--log"},   {"temperature", "--plot"},
+    };
+    for (std::vector<std::string> line : lines) {
+        line.push_back("");
+        const ProgramResult result = Run(line);
+        EXPECT_EQ(result.exitCode, 2) << line[1];
+        EXPECT_TRUE(Contains(result.err, line[1])) << result.err;
+        EXPECT_TRUE(Contains(result.err, "empty")) << result.err;
+    }
+}
+
 TEST_F(QvnWithCamera, ConfigurationFileExcludesAPlatform)
 {
     const ProgramResult result =

@@ -129,11 +129,143 @@ TEST_F(QvnWithCamera, SecondCtrlCDoesNotKill)
     const RunningProgram program = StartProgram(
         scratch, {"expose", "--library-path", "sky", "--sensor", "kaf16800", "--seconds", "60"});
     EXPECT_TRUE(WaitForText(program, "Exposing"));
-    for (int32_t i = 0; i < 5; ++i) {
+    kill(program.process, SIGINT);
+    EXPECT_TRUE(WaitForText(program, "breaking off"));
+    kill(program.process, SIGINT);
+    const ProgramResult result = FinishProgram(program);
+    EXPECT_EQ(result.exitCode, 130);
+    EXPECT_FALSE(Contains(result.err, "ended at once")) << result.err;
+}
+
+TEST_F(QvnWithCamera, ThirdCtrlCEndsAProgramWhoseCameraNeverAnswers)
+{
+    scratch.spy = "hang";
+    const RunningProgram program = StartProgram(scratch, With({"expose", "--seconds", "1"}));
+    EXPECT_TRUE(WaitForText(program, "Exposing"));
+    for (const char* said : {"breaking off", "once more ends the program", "ended at once"}) {
         kill(program.process, SIGINT);
-        usleep(2000);
+        EXPECT_TRUE(WaitForText(program, said)) << said;
     }
+    const ProgramResult result = FinishProgram(program);
+    EXPECT_EQ(result.exitCode, 130);
+    EXPECT_TRUE(Contains(result.err, "the camera was not closed")) << result.err;
+    EXPECT_LT(result.seconds, 30.0);
+}
+
+TEST_F(QvnWithCamera, CtrlCDuringTheOpeningLeavesTheCoolerAlone)
+{
+    scratch.spy = "early";
+    EXPECT_EQ(RunCamera({"expose", "--cool", "0"}).exitCode, 130);
+    EXPECT_EQ(RunCamera({"temperature", "--target", "0", "--seconds", "5"}).exitCode, 130);
+    EXPECT_EQ(SpyNotes(scratch), "Close\nClose\n");
+}
+
+// The reader of `qvn temperature ... | head -1` goes away while the cooler is on.
+TEST_F(QvnWithCamera, ReaderThatGoesAwayLeavesTheCoolerOffAndTheCameraClosed)
+{
+    scratch.spy = "none";
+    scratch.out = OutTo::ClosedPipe;
+    const ProgramResult result =
+        RunCamera({"temperature", "--target", "0", "--seconds", "600", "--interval", "0.1"});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_LT(result.seconds, 60.0) << "nobody looks any more";
+    EXPECT_TRUE(Contains(result.err, "stdout")) << result.err;
+    EXPECT_EQ(SpyNotes(scratch), "SetTemp 0\nCooler 0\nClose\n");
+}
+
+TEST_F(QvnWithCamera, ReaderOfTheProgressThatGoesAwayLeavesTheFrames)
+{
+    scratch.spy = "none";
+    scratch.out = OutTo::ClosedPipe;
+    scratch.errToo = true;
+    const ProgramResult result = RunCamera({"expose", "--dark", "--seconds", "0", "--cool", "21",
+                                            "--tolerance", "5", "--output", "a.raw"});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_TRUE(Contains(SpyNotes(scratch), "Cooler 0\nClose\n")) << SpyNotes(scratch);
+    EXPECT_EQ(ReadText(scratch, "a.raw").size(), 768U * 512U * 2U);
+}
+
+TEST_F(QvnWithCamera, ExceptionLeavesTheCoolerOffAndTheCameraClosed)
+{
+    scratch.spy = "throw";
+    const std::vector<std::vector<std::string>> lines = {
+        {"expose", "--cool", "0"}, {"temperature", "--target", "0", "--seconds", "600"}};
+    for (const std::vector<std::string>& line : lines) {
+        const ProgramResult result = RunCamera(line);
+        EXPECT_EQ(result.exitCode, 1);
+        EXPECT_TRUE(Contains(result.err, "thrown by the spy")) << result.err;
+    }
+    EXPECT_EQ(SpyNotes(scratch), "SetTemp 0\nCooler 0\nClose\nSetTemp 0\nCooler 0\nClose\n");
+}
+
+TEST_F(QvnWithCamera, WaitForTheColdEndsAlsoWhenNoReadingComes)
+{
+    scratch.spy = "stalled";
+    const ProgramResult result = RunCamera({"expose", "--cool", "0", "--wait-limit", "0.5"});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_TRUE(Contains(result.err, "waiting for +0.0 C")) << result.err;
+}
+
+TEST_F(QvnWithCamera, LogThatCannotGrowIsKeptAndTheCoolingGoesOn)
+{
+    scratch.largestFile = 200;
+    scratch.out = OutTo::Nowhere;
+    const ProgramResult result = RunCamera({"temperature", "--target", "0", "--seconds", "2",
+                                            "--interval", "0.1", "--log", "log.csv"});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_GE(result.seconds, 2.0);
+    EXPECT_EQ(FilesIn(scratch), std::vector<std::string>{"log.csv.part"});
+    EXPECT_EQ(ReadText(scratch, "log.csv.part").size(), 200U);
+}
+
+TEST_F(QvnWithCamera, LogThatCannotGrowIsNamed)
+{
+    // The head alone has 84 characters.
+    scratch.largestFile = 150;
+    scratch.out = OutTo::Nowhere;
+    const ProgramResult result = RunCamera(
+        {"temperature", "--target", "0", "--seconds", "0.4", "--interval", "0.1", "--log", "l"});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_TRUE(Contains(result.err, "l: File too large; what was written is in l.part"))
+        << result.err;
+}
+
+TEST_F(QvnWithCamera, LogReachesTheDiskWithItsFirstReading)
+{
+    scratch.spy = "none";
+    const RunningProgram program = StartProgram(
+        scratch, With({"temperature", "--target", "0", "--seconds", "600", "--log", "log.csv"}));
+    EXPECT_TRUE(WaitForText(program, "regulating") || WaitForText(program, "on"));
+    for (int32_t i = 0; i < 500 && !Contains(SpyNotes(scratch), "fsync"); ++i) usleep(10000);
+    EXPECT_EQ(SpyNotes(scratch), "SetTemp 0\nfsync\n");
+    kill(program.process, SIGINT);
     EXPECT_EQ(FinishProgram(program).exitCode, 130);
+}
+
+TEST_F(QvnWithCamera, LogWhoseNameWasTakenMeanwhileIsKept)
+{
+    const RunningProgram program =
+        StartProgram(scratch, With({"temperature", "--target", "0", "--seconds", "600",
+                                    "--interval", "0.1", "--log", "log.csv"}));
+    EXPECT_TRUE(WaitForText(program, "regulating"));
+    WriteText(scratch, "log.csv", "mine");
+    kill(program.process, SIGINT);
+    const ProgramResult result = FinishProgram(program);
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_TRUE(Contains(result.err, "log.csv exists already; what was written is in log.csv.part"))
+        << result.err;
+    EXPECT_EQ(ReadText(scratch, "log.csv"), "mine");
+    EXPECT_EQ(ReadText(scratch, "log.csv.part").find("seconds,"), 0U);
+}
+
+TEST_F(QvnWithCamera, LogAndPlotOfOneNameAreRefused)
+{
+    const ProgramResult result =
+        RunCamera({"temperature", "--target", "0", "--seconds", "0", "--log", "sky/../a.png",
+                   "--plot", "a.png", "--overwrite"});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_TRUE(Contains(result.err, "--plot: a.png is the file of --log too")) << result.err;
+    EXPECT_TRUE(FilesIn(scratch).empty());
 }
 
 TEST_F(QvnWithCamera, CtrlCEndsTheWaitForTheCold)

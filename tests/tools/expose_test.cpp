@@ -3,6 +3,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <csignal>
+#include <cstdio>
 #include <ctime>
 
 #include "tests/tools/fixture.h"
@@ -59,6 +61,7 @@ TEST_F(QvnWithCamera, DarkFrameWithoutExposureIsTheBias)
     EXPECT_EQ(picture.width, 768);
     EXPECT_EQ(picture.height, 512);
     EXPECT_TRUE(AllAre(picture.pixels, 100));
+    EXPECT_EQ(picture.keywords.at("IMAGETYP"), "Bias Frame");
 }
 
 TEST_F(QvnWithCamera, FitsCarriesTheKeywords)
@@ -179,7 +182,9 @@ TEST_F(QvnWithCamera, BinnedWindowCountsBinnedPixels)
     const Picture picture = ReadFits(scratch, "a.fits");
     EXPECT_EQ(picture.width, 200);
     EXPECT_EQ(picture.height, 100);
-    EXPECT_EQ(KeywordNumber(picture, "XORGSUBF"), 56);
+    // The simulated camera took 56 and 156 as unbinned: 56 / 3 and 156 / 2.
+    EXPECT_EQ(KeywordNumber(picture, "XORGSUBF"), 18);
+    EXPECT_EQ(KeywordNumber(picture, "YORGSUBF"), 78);
     EXPECT_EQ(KeywordNumber(picture, "XPIXSZ"), 27.0);
 }
 
@@ -223,6 +228,135 @@ TEST_F(QvnWithCamera, OutputWithTwoCountersIsRefused)
     const ProgramResult result = RunCamera({"expose", "--output", "%d_%s.fits"});
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_TRUE(Contains(result.err, "--output")) << result.err;
+}
+
+TEST_F(QvnWithCamera, PercentSignInAFoldersNameIsNoCounter)
+{
+    ASSERT_EQ(mkdir((scratch.path + "/100%").c_str(), 0700), 0);
+    ASSERT_EQ(mkdir((scratch.path + "/%d").c_str(), 0700), 0);
+    for (const char* output : {"100%/a.raw", "%d/%02d.raw"}) {
+        const ProgramResult result =
+            RunCamera({"expose", "--dark", "--seconds", "0", "--output", output});
+        EXPECT_EQ(result.exitCode, 0) << result.err;
+    }
+    EXPECT_TRUE(FileExists(scratch, "100%/a.raw"));
+    EXPECT_TRUE(FileExists(scratch, "%d/01.raw"));
+}
+
+TEST_F(QvnWithCamera, FitsTakesNamesThatItsLibraryReadsAsOrders)
+{
+    for (const char* output : {"!a.fits", " a.fits", "a[1].fits", "mem:a.fits"}) {
+        const ProgramResult result =
+            RunCamera({"expose", "--dark", "--seconds", "0", "--output", output});
+        EXPECT_EQ(result.exitCode, 0) << result.err;
+        EXPECT_TRUE(FileExists(scratch, output)) << output;
+    }
+    EXPECT_EQ(FilesIn(scratch).size(), 4U);
+}
+
+TEST_F(QvnWithCamera, PreviewInTheOutputsPlaceIsRefused)
+{
+    const std::vector<std::vector<std::string>> pairs = {
+        {"a.png", "a.png", "1"},        {"a.png", "./a.png", "1"},
+        {"a.png", "sky/../a.png", "1"}, {"a%d.png", "a1.png", "1"},
+        {"a.png", "a_%04d.png", "3"},   {scratch.path + "/a.png", "a.png", "1"},
+    };
+    for (const std::vector<std::string>& pair : pairs) {
+        const ProgramResult result =
+            RunCamera({"expose", "--seconds", "30", "--output", pair[0], "--preview", pair[1],
+                       "--frames", pair[2], "--overwrite"});
+        EXPECT_EQ(result.exitCode, 1) << pair[1];
+        EXPECT_TRUE(Contains(result.err, "is a file of --output too")) << result.err;
+        EXPECT_TRUE(FilesIn(scratch).empty());
+    }
+    ASSERT_EQ(mkdir((scratch.path + "/other").c_str(), 0700), 0);
+    EXPECT_EQ(
+        RunCamera({"expose", "--seconds", "0", "--output", "a.png", "--preview", "other/a.png"})
+            .exitCode,
+        0);
+}
+
+TEST_F(QvnWithCamera, PartOfAnotherProgramIsInTheWayUnlessOverwritten)
+{
+    WriteText(scratch, "a.fits.part", "half");
+    const std::vector<std::string> arguments = {"expose", "--dark",   "--seconds",
+                                                "0",      "--output", "a.fits"};
+    const ProgramResult refused = RunCamera(arguments);
+    EXPECT_EQ(refused.exitCode, 1);
+    EXPECT_TRUE(Contains(refused.err, "a.fits.part exists already")) << refused.err;
+    EXPECT_EQ(ReadText(scratch, "a.fits.part"), "half");
+
+    std::vector<std::string> again = arguments;
+    again.push_back("--overwrite");
+    EXPECT_EQ(RunCamera(again).exitCode, 0);
+    EXPECT_EQ(FilesIn(scratch), std::vector<std::string>{"a.fits"});
+}
+
+TEST_F(QvnWithCamera, FrameWhoseNameWasTakenMeanwhileIsKept)
+{
+    const RunningProgram program =
+        StartProgram(scratch, With({"expose", "--seconds", "1", "--output", "a.raw"}));
+    EXPECT_TRUE(WaitForText(program, "Exposing"));
+    WriteText(scratch, "a.raw", "mine");
+    const ProgramResult result = FinishProgram(program);
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_TRUE(Contains(result.err, "a.raw exists already; what was written is in a.raw.part"))
+        << result.err;
+    EXPECT_EQ(ReadText(scratch, "a.raw"), "mine");
+    EXPECT_EQ(ReadText(scratch, "a.raw.part").size(), 768U * 512U * 2U);
+}
+
+TEST_F(QvnWithCamera, NamesThatAreTooLongAreRefusedAheadOfTheExposure)
+{
+    // 255 characters are the most, and the file grows under a name of 5 more.
+    const std::string longest = std::string(246, 'a') + ".raw";
+    EXPECT_EQ(RunCamera({"expose", "--seconds", "0", "--output", longest}).exitCode, 0);
+    std::string deep;
+    while (deep.size() < 1000) deep += "./";
+    for (const std::string& output :
+         {std::string(247, 'a') + ".raw", std::string(300, 'a') + ".raw", deep + "a.fits"}) {
+        const ProgramResult result =
+            RunCamera({"expose", "--seconds", "30", "--output", output, "--overwrite"});
+        EXPECT_EQ(result.exitCode, 1);
+        EXPECT_TRUE(Contains(result.err, "checking --output")) << result.err;
+        EXPECT_LT(result.seconds, 10.0);
+    }
+    EXPECT_EQ(RunCamera({"expose", "--seconds", "0", "--output", deep + "a.raw"}).exitCode, 0);
+}
+
+TEST_F(QvnWithCamera, BufferHasRoomForThreePixelsMore)
+{
+    scratch.spy = "none";
+    ASSERT_EQ(RunCamera({"expose", "--seconds", "0", "--window", "0,0,12,1", "--output", "a.raw"})
+                  .exitCode,
+              0);
+    int32_t room = 0;
+    ASSERT_EQ(sscanf(SpyNotes(scratch).c_str(), "room for %d pixels", &room), 1);
+    EXPECT_GE(room, 12 + 3);
+    EXPECT_EQ(ReadText(scratch, "a.raw").size(), 24U);
+}
+
+TEST_F(QvnWithCamera, HeaderLeavesOutWhatIsNoNumber)
+{
+    const std::string text = ReadText(scratch, "sky/qvn.cfg");
+    const size_t sensor = text.find("kaf400e");
+    const size_t key = text.find("XpixDim = 9.0", sensor);
+    ASSERT_NE(key, std::string::npos);
+    WriteText(scratch, "sky/qvn.cfg", std::string(text).replace(key, 13, "XpixDim = 1e400"));
+    const ProgramResult result = RunCamera({"expose", "--dark", "--seconds", "0"});
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    const Picture picture = ReadFits(scratch, "frame.fits");
+    EXPECT_EQ(picture.keywords.count("XPIXSZ"), 0U);
+    EXPECT_EQ(KeywordNumber(picture, "YPIXSZ"), 9.0);
+}
+
+TEST_F(QvnWithCamera, FilesThatWereWrittenAreToldAtOnce)
+{
+    const RunningProgram program = StartProgram(
+        scratch, With({"expose", "--seconds", "0.6", "--frames", "1000", "--output", "a.raw"}));
+    EXPECT_TRUE(WaitForText(program, "Wrote a_0001.raw"));
+    kill(program.process, SIGINT);
+    EXPECT_EQ(FinishProgram(program).exitCode, 130);
 }
 
 TEST_F(QvnWithCamera, ExistingOutputIsKeptUnlessOverwritten)

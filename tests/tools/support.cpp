@@ -34,11 +34,28 @@ std::string ReadFile(const std::string& path)
     return text.str();
 }
 
+int OpenOut(const Scratch& scratch, const std::string& file)
+{
+    if (scratch.out == OutTo::Nowhere) return open("/dev/null", O_WRONLY);
+    if (scratch.out == OutTo::FullDisk) return open("/dev/full", O_WRONLY);
+    if (scratch.out == OutTo::File) return open(file.c_str(), O_CREAT | O_TRUNC | O_WRONLY, 0600);
+    int ends[2] = {-1, -1};
+    if (pipe(ends) == 0) close(ends[0]);
+    return ends[1];
+}
+
 // In the child: never returns.
 [[noreturn]] void BecomeProgram(const Scratch& scratch, const std::vector<std::string>& arguments)
 {
     // A runner in the background may have had its children ignore Ctrl-C.
     std::signal(SIGINT, SIG_DFL);
+    std::signal(SIGPIPE, SIG_DFL);
+    if (!scratch.spy.empty()) {
+        setenv("QVN_SPY", scratch.spy.c_str(), 1);
+        setenv("QVN_SPY_LOG", (scratch.path + ".spy").c_str(), 1);
+        setenv("ASAN_OPTIONS", "verify_asan_link_order=0", 1);
+        setenv("LD_PRELOAD", QVN_CAMERA_SPY, 1);
+    }
     if (scratch.largestFile > 0) {
         // Without the signal the write fails as on a full disk.
         std::signal(SIGXFSZ, SIG_IGN);
@@ -61,16 +78,18 @@ Scratch MakeScratch()
 {
     char name[] = "/tmp/qvn_tools_XXXXXX";
     const char* made = mkdtemp(name);
-    return {made != nullptr ? made : "", 0};
+    Scratch scratch;
+    if (made != nullptr) scratch.path = made;
+    return scratch;
 }
 
 void RemoveScratch(const Scratch& scratch)
 {
     std::error_code ignored;
     if (!scratch.path.empty()) std::filesystem::remove_all(scratch.path, ignored);
-    std::error_code alsoIgnored;
-    std::filesystem::remove(scratch.path + ".out", alsoIgnored);
-    std::filesystem::remove(scratch.path + ".err", alsoIgnored);
+    for (const char* ending : {".out", ".err", ".spy"}) {
+        std::filesystem::remove(scratch.path + ending, ignored);
+    }
 }
 
 RunningProgram StartProgram(const Scratch& scratch, const std::vector<std::string>& arguments)
@@ -79,13 +98,12 @@ RunningProgram StartProgram(const Scratch& scratch, const std::vector<std::strin
     program.outFile = scratch.path + ".out";
     program.errFile = scratch.path + ".err";
     program.start = Now();
-    constexpr int flags = O_CREAT | O_TRUNC | O_WRONLY;
-    const int out = open(program.outFile.c_str(), flags, 0600);
-    const int err = open(program.errFile.c_str(), flags, 0600);
+    const int out = OpenOut(scratch, program.outFile);
+    const int err = open(program.errFile.c_str(), O_CREAT | O_TRUNC | O_WRONLY, 0600);
     program.process = fork();
     if (program.process == 0) {
         dup2(out, STDOUT_FILENO);
-        dup2(err, STDERR_FILENO);
+        dup2(scratch.errToo ? out : err, STDERR_FILENO);
         BecomeProgram(scratch, arguments);
     }
     close(out);
@@ -147,6 +165,11 @@ bool CopySampleFiles(const Scratch& scratch, const std::string& folder)
     }
     if (!error) fs::create_symlink(from / "starfield.raw", to / "starfield.raw", error);
     return !error;
+}
+
+std::string SpyNotes(const Scratch& scratch)
+{
+    return ReadFile(scratch.path + ".spy");
 }
 
 bool Contains(const std::string& text, const std::string& part)

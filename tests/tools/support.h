@@ -13,10 +13,23 @@ struct ProgramResult {
     double seconds = 0.0;
 };
 
+// Where the program's stdout goes.
+enum class OutTo {
+    File,
+    Nowhere,    // /dev/null
+    FullDisk,   // /dev/full
+    ClosedPipe, // as of `qvn ... | head -1` when head has its line
+};
+
 // A folder of this test's own, removed with all that is in it at the end.
 struct Scratch {
     std::string path;
     int64_t largestFile = 0; // bytes that the program may write to one file; 0: no limit
+    OutTo out = OutTo::File;
+    bool errToo = false; // stderr goes where stdout goes
+    // Words for tests/tools/spy; empty: the program runs without it. SpyNotes reads what
+    // it noted.
+    std::string spy;
 };
 
 Scratch MakeScratch();
@@ -43,6 +56,8 @@ std::string RunOnTerminal(const Scratch& scratch, const std::vector<std::string>
 
 // A folder with what `qvn init` wrote. The raw image is a link, the others are copies.
 bool CopySampleFiles(const Scratch& scratch, const std::string& folder);
+
+std::string SpyNotes(const Scratch& scratch);
 
 bool Contains(const std::string& text, const std::string& part);
 bool FileExists(const Scratch& scratch, const std::string& name);
