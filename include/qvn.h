@@ -59,7 +59,8 @@
  * need one thread at a time for all cameras together: opening and closing; everything that changes
  * the geometry (QV_SetBinning, and the first frame of a new window), since all cameras share one
  * pattern file; loading and saving definitions and configurations; functions that return a text
- * that the library owns. Both callbacks run in the thread of the call that reports.
+ * that the library owns, also in their forms with a buffer. Both callbacks run in the thread of
+ * the call that reports.
  *
  * Waits without limit
  * -------------------
@@ -280,7 +281,8 @@ typedef struct PlatformDefinition {
     uint16_t Spare;               /* not used */
     uint16_t ADbit;               /* converter bits; the second converter's in the high byte */
     int16_t FpgaId;               /* hardware version that the camera must report */
-    uint16_t VerticalPhasePeriod; /* one phase of a vertical clock, microseconds */
+    uint16_t VerticalPhasePeriod; /* one phase of a vertical clock: microseconds; for the clock
+                                     patterns of some cameras a count of pattern words */
     int16_t NumberOfGains;        /* number of gain settings */
     int16_t AntiBloomingTimer;    /* reported only */
     double TimeBase;              /* master clock of the pattern generator, MHz */
@@ -365,7 +367,8 @@ QVN_API uint32_t QV_BckBusy(int32_t camera);
 /*
  * Copies one block between the camera and the host: `out` nonzero from the camera to `buffer`,
  * zero from `buffer` to the camera. `what` is QV_DATA_...; any other does nothing. A written
- * sensor or platform acts from the next pattern on; the next open loads both anew.
+ * sensor or platform acts from the next pattern on; the next open loads both anew. A sensor's Xpix
+ * and Ypix act on the very next frame: the host's buffer may then be too small for it.
  */
 QVN_API void QV_RWData(int32_t what, int32_t out, void *buffer, int32_t camera);
 
@@ -448,9 +451,9 @@ QVN_API int32_t QV_OpenByFile(const char *fileName, int32_t attach,
 QVN_API int32_t _QV_OpenByFile(const char *fileName, int32_t attach);
 
 /*
- * Loads the definitions of platform and sensor into the camera without opening it: 0, or 1 with
- * error 5 or 6. Codes that the catalogue does not know load as zeros. On a camera that is open
- * the link stays what it is: closing still releases what was opened.
+ * Loads the definitions of platform and sensor into the camera without opening it: 0 with status 0,
+ * or 1 with error 5 or 6. Codes that the catalogue does not know load as zeros. On a camera that is
+ * open the link stays what it is: closing still releases what was opened.
  */
 QVN_API int32_t QV_OpenPar(int32_t platform, int32_t ccd, int32_t camera);
 
@@ -572,7 +575,8 @@ QVN_API char *QV_PtfNameVB(int32_t unused, char *buffer, int32_t camera);
 /*
  * Columns (even) and rows of the current image area: the binned sensor after open and
  * QV_SetBinning, the last window after a window call. A full frame after a window leaves them at
- * the window's size, so ask before the first window or use QV_GetCCDX and QV_GetBinning.
+ * the window's size, so ask before the first window or use QV_GetCCDX and QV_GetBinning. In array
+ * mode columns and rows of the sensor, divided by the binning that the array has for this camera.
  */
 QVN_API int32_t QV_GetDimX(int32_t camera);
 QVN_API int32_t QV_GetDimY(int32_t camera);
@@ -591,12 +595,13 @@ QVN_API void QV_GetHPdata(PlatformDefinition *record, int32_t camera);
 
 /*
  * Load the definition of a sensor, or of a platform with a sensor, from qvn.cfg into the camera,
- * or save the camera's into the file. Result QV_FILE_...; on failure nothing is changed. The
- * status of the camera stays as it is.
+ * or save the camera's into the file. Result QV_FILE_...; on failure neither record nor file is
+ * changed, yet a known code still stores the sensor's family (QV_DATA_FAMILY) and the platform's
+ * short code. The status of the camera stays as it is.
  * Loading: a missing key, or one of another type, reads as 0; an unknown code reads as all zeros.
  * Saving: the file must hold all keys of the definition. It is replaced in one step, so that it is
  * never lost, with its mode; comments in it are lost, and numbers keep 15 digits. A disk that
- * refuses the new version leaves the old one, with the result 0.
+ * refuses the new version, and a file that is write-protected, leave the old one, with the result 0.
  * A file above 4 MiB, or with @include, gives QV_FILE_NOT_PARSED.
  */
 QVN_API int64_t QV_LoadCCD(int32_t ccd, int32_t camera);
@@ -611,9 +616,9 @@ QVN_API int64_t QV_SavePlatform(int32_t platform, int32_t ccd, int32_t camera);
 /*
  * Read a configuration from a file, or save it into a file that exists and holds all keys. A name
  * with a slash or backslash is used as it stands; any other is looked for in the library's folder.
- * Result QV_FILE_...; on failure neither record nor file is changed. Missing keys read as 0.
- * Saving always empties DefectiveList, in the file and in the record, and replaces the file as
- * QV_SaveCCD does.
+ * Result QV_FILE_...; on failure neither record nor file is changed. Missing keys, and those of
+ * another type, read as 0 or an empty text; DefectiveList is cut at 79 characters. Saving always
+ * empties DefectiveList, in the file and in the record, and replaces the file as QV_SaveCCD does.
  */
 QVN_API int32_t QV_LoadCameraConfig(const char *name, CameraConfig *config);
 QVN_API int32_t QV_SaveCameraConfig(const char *name, CameraConfig *config);
