@@ -233,6 +233,8 @@ bool BeginReplace(const char* path, FileReplacement* file)
     struct stat status;
     if (realpath(path, file->target) == nullptr || stat(file->target, &status) != 0) return false;
     if (!S_ISREG(status.st_mode)) return false;
+    // The folder's rights alone would let a write-protected file be replaced.
+    if (access(file->target, W_OK) != 0) return false;
     snprintf(file->temporary, sizeof file->temporary, "%s.XXXXXX", file->target);
     const int descriptor = mkstemp(file->temporary);
     if (descriptor < 0) return false;

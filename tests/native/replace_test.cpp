@@ -79,11 +79,29 @@ TEST_F(NativeFiles, NewVersionAppearsAtCommit)
 
 TEST_F(NativeFiles, ModeIsKept)
 {
-    for (const mode_t mode : {0640u, 0400u, 0666u}) {
+    for (const mode_t mode : {0640u, 0600u, 0666u}) {
         ASSERT_EQ(chmod(Path("a.cfg").c_str(), mode), 0);
         EXPECT_TRUE(Replace("a.cfg"));
         EXPECT_EQ(ModeOf(Path("a.cfg")), mode);
     }
+}
+
+// In a process that may write the folder but not the file, as every one but root's.
+TEST_F(NativeFiles, WriteProtectedFileIsLeftAlone)
+{
+    ASSERT_EQ(chmod(folder.c_str(), 0777), 0);
+    ASSERT_EQ(chmod(Path("a.cfg").c_str(), 0444), 0);
+    const pid_t child = fork();
+    if (child == 0) {
+        if (geteuid() == 0 && setuid(65534) != 0) _exit(2);
+        _exit(System.file.BeginReplace(Path("a.cfg").c_str(), &file) ? 1 : 0);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(WEXITSTATUS(status), 0);
+    EXPECT_EQ(Text("a.cfg"), "old");
+    EXPECT_EQ(FileCount(), 1);
 }
 
 TEST_F(NativeFiles, LinkStaysALinkAndItsFileIsReplaced)
