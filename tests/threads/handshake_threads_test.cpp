@@ -123,15 +123,19 @@ TEST_F(RealThreads, PairsOfTwoThreadsLoseNoStop)
     StoreFlag(&CameraTable[0].Options, 0x0001u);
     StoreFlag(&TimerPaused[0], 1); // in place of a timer
     std::atomic<uint32_t> lost{0};
-    const auto pairs = [&lost] {
-        for (uint32_t i = 0; i < 100000; ++i) {
-            QV_StopNow(0);
-            lost += LoadFlag(StopCount[0]) < 1;
-            QV_StartNow(0);
+    const Clock::time_point end = Clock::now() + milliseconds(200);
+    const auto pairs = [&lost, end](uint32_t width) {
+        while (Clock::now() < end) {
+            for (uint32_t i = 0; i < 1000; ++i) {
+                QV_StopNow(0);
+                for (uint32_t look = 0; look < width; ++look) lost += LoadFlag(StopCount[0]) < 1;
+                QV_StartNow(0);
+                for (uint32_t wait = i % 16; wait > 0; --wait) LoadFlag(StopCount[0]);
+            }
         }
     };
-    std::thread other(pairs);
-    pairs();
+    std::thread other(pairs, 8);
+    pairs(1);
     other.join();
     EXPECT_EQ(lost, 0u);
     EXPECT_EQ(StopCount[0], 0);
