@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "catalogue/config_scan.h"
 #include "platform/number_format.h"
 #include "platform/system.h"
 
@@ -137,7 +138,7 @@ FileStatus ParseConfigTree(char* text, size_t bytes, ConfigTree* tree)
     if (strncmp(text, ByteOrderMark, sizeof ByteOrderMark - 1) == 0) {
         text += sizeof ByteOrderMark - 1;
     }
-    if (HasInclude(text)) return FileNotParsed;
+    if (HasInclude(text) || !ConfigTextIsSound(text)) return FileNotParsed;
 
     NumberFormat format;
     UsePlainNumbers(&format);

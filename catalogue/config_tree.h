@@ -2,8 +2,9 @@
 // and writes them. The library's own form of its calls: what is missing or of
 // another type reads as 0, 0.0 or null, and no value is converted on its way out.
 //
-// Refused as not parsed: more than ConfigMaxBytes, `@include`, a NUL byte. A
-// UTF-8 byte order mark is skipped. The host's locale neither matters nor changes.
+// Refused as not parsed: more than ConfigMaxBytes or ConfigMaxSettings, `@include`, a NUL
+// byte, an integer beyond 32 bits without an L. A UTF-8 byte order mark is skipped. The host's
+// locale neither matters nor changes.
 #pragma once
 #include <cstddef>
 #include <cstdint>
@@ -11,7 +12,7 @@
 
 #include "catalogue/file_status.h"
 
-inline constexpr size_t ConfigMaxBytes = 4u << 20;
+inline constexpr size_t ConfigMaxBytes = 1u << 20;
 inline constexpr size_t ConfigTextRoom = 2;
 
 struct ConfigTree {

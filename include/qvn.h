@@ -602,7 +602,8 @@ QVN_API void QV_GetHPdata(PlatformDefinition *record, int32_t camera);
  * Saving: the file must hold all keys of the definition. It is replaced in one step, so that it is
  * never lost, with its mode; comments in it are lost, and numbers keep 15 digits. A disk that
  * refuses the new version, and a file that is write-protected, leave the old one, with the result 0.
- * A file above 4 MiB, or with @include, gives QV_FILE_NOT_PARSED.
+ * A file above 1 MiB or of more than 10000 settings, one with @include, and one with an integer
+ * beyond 32 bits that has no L behind it give QV_FILE_NOT_PARSED.
  */
 QVN_API int64_t QV_LoadCCD(int32_t ccd, int32_t camera);
 QVN_API int64_t QV_SaveCCD(int32_t ccd, int32_t camera);

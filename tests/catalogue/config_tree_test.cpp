@@ -163,13 +163,72 @@ TEST(ConfigTree, ALastLineNeedsNoEnd)
     EXPECT_EQ(Parse("a = \"text"), FileNotParsed);
 }
 
-TEST(ConfigTree, MoreThanFourMebibytesAreRefused)
+TEST(ConfigTree, MoreThanOneMebibyteIsRefused)
 {
     std::string text = "a = 1; #";
-    text.resize(4194304, '-');
+    text.resize(1048576, '-');
     EXPECT_EQ(Parse(text), FileDone);
     text += '-';
     EXPECT_EQ(Parse(text), FileNotParsed);
+}
+
+// 200000 of them would keep the parser for minutes.
+TEST(ConfigTree, MoreThan10000SettingsAreRefused)
+{
+    std::string text = "# =:=:=: none of these counts :=:=:=\nt = \"=:=:\"; /* =:= */\n";
+    text.insert(0, std::string(30000, '=').insert(0, "#") + "\n");
+    for (int32_t i = 0; i < 9999; ++i) text += "a" + std::to_string(i) + (i % 2 ? "=1;" : ":1;");
+    EXPECT_EQ(Parse(text), FileDone);
+    EXPECT_EQ(Parse(text + "b=1;"), FileNotParsed);
+}
+
+// The parser would cut them to 32 bits: 99999999999 reads as 1215752191.
+TEST(ConfigTree, IntegersThatDoNotFitAreRefused)
+{
+    for (const char* value :
+         {"99999999999", "2147483648", "-2147483649", "+2147483648", "0x100000000", "0X1FFFFFFFF",
+          "99999999999999999999999", "[1, 99999999999]", "(1, \"x\", -99999999999)",
+          "{ b = 99999999999; }", "/* */99999999999", "1 # \n b = 99999999999"}) {
+        EXPECT_EQ(Parse(std::string("a = ") + value + ";"), FileNotParsed) << value;
+    }
+}
+
+TEST(ConfigTree, IntegersThatFitAndOtherDigitsAreTaken)
+{
+    for (const char* value : {"2147483647",
+                              "-2147483648",
+                              "99999999999L",
+                              "99999999999LL",
+                              "0xFFFFFFFF",
+                              "0x1FFFFFFFFL",
+                              "0000000000000000001",
+                              "99999999999.5",
+                              "99999999999.",
+                              "0.99999999999",
+                              ".99999999999",
+                              "-.99999999999",
+                              "1.5e+99",
+                              "1.99999999999e-3",
+                              "\"99999999999\"",
+                              "\"a\\\"99999999999\"",
+                              "1 # 99999999999\n",
+                              "1 // 99999999999\n",
+                              "1 /* 99999999999 */",
+                              "{ a99999999999 = 1; b-99999999999 = 2; *99999999999 = 3; }"}) {
+        EXPECT_EQ(Parse(std::string("a = ") + value + ";"), FileDone) << value;
+    }
+}
+
+TEST(ConfigTree, TheTextMayEndInTheMidstOfAnything)
+{
+    for (const char* text : {"a = \"", "a = \"\\", "a = \"x\\\"", "a = 1; /", "a = -", "a = 0x",
+                             "a = 9999999999", "a", "*"}) {
+        EXPECT_EQ(Parse(text), FileNotParsed) << text;
+    }
+    // A comment reaches to the end, and a point alone is 0.
+    for (const char* text : {"a = 1; /*", "a = 1; /* *", "a = 1; #", "a = .", "a = 1", "a = 2."}) {
+        EXPECT_EQ(Parse(text), FileDone) << text;
+    }
 }
 
 TEST(ConfigTree, DeepNestingParsesOrIsRefused)

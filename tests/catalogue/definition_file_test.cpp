@@ -632,6 +632,21 @@ TEST_F(DefinitionFile, ListsServeAsArrays)
     EXPECT_NE(Read("qvn.cfg").find("SamplingClock = ( 4, 0.5 );"), std::string::npos);
 }
 
+// What a careless program writes for numbers that are none.
+TEST_F(DefinitionFile, AFileThatHoldsNoNumberForANumberDoesNotParse)
+{
+    Spoil();
+    for (const char* none : {"nan", "nan.0", "-nan", "-nan.0", "inf", "inf.0", "-inf", "-inf.0"}) {
+        const std::string text = Replaced(Sample, "FWC = 100000.0", std::string("FWC = ") + none);
+        Write("qvn.cfg", text);
+        SCOPED_TRACE(none);
+        EXPECT_EQ(LoadCCD(Kaf1600, Camera), 2);
+        EXPECT_EQ(LoadPlatform(R3, Kaf1600, Camera), 2);
+        EXPECT_TRUE(IsSpoiled());
+        ExpectRefused(SaveCCD(Kaf1600, Camera), text);
+    }
+}
+
 TEST_F(DefinitionFile, SaveKeepsHexadecimalAndWideIntegersAsTheyAre)
 {
     std::string text = Replaced(Sample, "FpgaId = -2", "FpgaId = 0x1F");
@@ -643,6 +658,7 @@ TEST_F(DefinitionFile, SaveKeepsHexadecimalAndWideIntegersAsTheyAre)
     record.Platform.NumberOfGains = 5;
     ASSERT_EQ(SavePlatform(R3, Kaf1600, Camera), 0);
     EXPECT_NE(Read("qvn.cfg").find("NumberOfGains = 5L;"), std::string::npos);
+    EXPECT_NE(Read("qvn.cfg").find("FpgaId = 0xFFFFFFFF;"), std::string::npos);
     ASSERT_EQ(LoadPlatform(R3, Kaf1600, Camera), 0);
     EXPECT_EQ(record.Platform.FpgaId, -1);
     EXPECT_EQ(record.Platform.NumberOfGains, 5);
