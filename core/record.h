@@ -79,6 +79,7 @@ struct CameraRecord {
     uint64_t WdHandle;
     uint16_t* DmaBuffer;
     uint16_t Registers[RegisterCount];
+    int32_t CameraVariant;      // OSPREY: from status 10 at open
     uint16_t SequenceTable[12]; // start and end of the pattern's sections
     int32_t LoadedGain;
     uint8_t AlternatePolarity;

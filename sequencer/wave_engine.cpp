@@ -407,10 +407,15 @@ uint32_t TicksOf(double microseconds, int32_t camera)
     return ticks > 2.0 * LargestPattern ? 2 * LargestPattern : ToUint32(ticks);
 }
 
+uint32_t FlooredTicks(double microseconds, int32_t camera)
+{
+    const uint32_t ticks = TicksOf(microseconds, camera);
+    return ticks == 0 ? 1 : ticks;
+}
+
 uint32_t PhaseTicks(int32_t camera)
 {
-    const uint32_t ticks = TicksOf(CameraTable[camera].Platform.VerticalPhasePeriod, camera);
-    return ticks == 0 ? 1 : ticks;
+    return FlooredTicks(CameraTable[camera].Platform.VerticalPhasePeriod, camera);
 }
 
 uint32_t PhaseWords(int32_t camera)

@@ -86,6 +86,7 @@ void SetSteps(WaveSteps& table, std::initializer_list<WaveStep> steps);
 
 // Times in ticks, truncated.
 uint32_t TicksOf(double microseconds, int32_t camera);
+uint32_t FlooredTicks(double microseconds, int32_t camera); // at least 1
 uint32_t PhaseTicks(int32_t camera); // VerticalPhasePeriod in ticks, at least 1
 uint32_t PhaseWords(int32_t camera); // VerticalPhasePeriod as a count of words
 uint32_t IdleTicks(int32_t camera);  // 10 microseconds
