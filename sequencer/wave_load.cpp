@@ -1,0 +1,105 @@
+#include "sequencer/wave_load.h"
+
+#include <cstdio>
+#include <cstring>
+
+#include "core/record.h"
+#include "platform/system.h"
+#include "sequencer/wave_engine.h"
+#include "sequencer/wave_file.h"
+
+namespace {
+
+constexpr uint32_t PageWords = 256;
+constexpr uint32_t WordsPerReport = 1024;
+constexpr int PlayedSections = 4; // the extra sections' entries may be anything
+
+struct WaveImage {
+    WaveHeader header;
+    uint8_t* words; // allocated
+};
+
+bool IsInside(const WaveHeader& header, int section)
+{
+    const uint32_t start = header.entries[2 * section];
+    const uint32_t end = header.entries[2 * section + 1];
+    return start % PageWords == 0 && start + end < header.wordCount;
+}
+
+// Nothing that the file says is trusted.
+bool IsPlausible(const WaveHeader& header, uint8_t byteWords)
+{
+    const uint32_t words = header.wordCount;
+    if (words == 0 || words > LargestPattern || words % PageWords != 0 || byteWords > 1) {
+        return false;
+    }
+    for (int section = 0; section < PlayedSections; ++section) {
+        if (!IsInside(header, section)) return false;
+    }
+    return true;
+}
+
+// Reads exactly the words that the header tells; a byte more or less and the
+// file is not a pattern.
+bool ReadWords(FILE* file, size_t bytes, uint8_t** words)
+{
+    auto* memory = static_cast<uint8_t*>(System.memory.Allocate(bytes));
+    if (memory == nullptr) return false;
+    if (fread(memory, 1, bytes, file) == bytes && fgetc(file) == EOF) {
+        *words = memory;
+        return true;
+    }
+    System.memory.Release(memory);
+    return false;
+}
+
+bool ReadImage(FILE* file, bool bytesOnly, WaveImage* image)
+{
+    uint8_t head[WaveHeaderBytes];
+    if (fread(head, 1, sizeof head, file) != sizeof head) return false;
+    image->header = UnpackWaveHeader(head);
+    if (!IsPlausible(image->header, head[4])) return false;
+    if (bytesOnly && !image->header.byteWords) return false;
+    const size_t bytes = size_t{image->header.wordCount} * (image->header.byteWords ? 1 : 2);
+    return ReadWords(file, bytes, &image->words);
+}
+
+uint32_t WordAt(const WaveImage& image, uint32_t address)
+{
+    if (image.header.byteWords) return image.words[address];
+    const uint8_t* bytes = image.words + size_t{2} * address;
+    return bytes[0] | static_cast<uint32_t>(bytes[1]) << 8;
+}
+
+void PutImage(const WaveImage& image, const WaveSink& sink, int32_t camera)
+{
+    const CameraOps& ops = CameraTable[camera].Ops;
+    const uint32_t total = image.header.wordCount;
+    sink.begin(total, camera);
+    ops.ProgressCallback("Loading Sequencer", 0, camera);
+    for (uint32_t address = 0; address < total; ++address) {
+        sink.put(address, WordAt(image, address), camera);
+        const uint32_t put = address + 1;
+        if (put % WordsPerReport == 0) {
+            ops.ProgressCallback(nullptr, static_cast<int32_t>(put * 100 / total), camera);
+        }
+    }
+    ops.ProgressCallback(nullptr, 100, camera);
+    sink.end(camera);
+}
+
+} // namespace
+
+int32_t LoadWave(const char* path, const WaveSink& sink, int32_t camera)
+{
+    FILE* file = fopen(path, "rb");
+    if (file == nullptr) return 0;
+    WaveImage image = {};
+    const bool read = ReadImage(file, sink.bytesOnly, &image);
+    fclose(file);
+    if (!read) return 0;
+    memcpy(CameraTable[camera].SequenceTable, image.header.entries, sizeof image.header.entries);
+    PutImage(image, sink, camera);
+    System.memory.Release(image.words);
+    return 1;
+}

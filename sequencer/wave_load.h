@@ -1,0 +1,19 @@
+// Puts wave.bin into a camera. One reader serves all cameras; what differs is how
+// a camera takes the words.
+#pragma once
+#include <cstdint>
+
+struct WaveSink {
+    bool bytesOnly; // a file of 16-bit words is refused
+    // Stops the sequencer and opens its memory to the host.
+    void (*begin)(uint32_t words, int32_t camera);
+    // Takes one word, the first of the file at address 0.
+    void (*put)(uint32_t address, uint32_t word, int32_t camera);
+    // Closes the memory and lets the sequencer run again.
+    void (*end)(int32_t camera);
+};
+
+// Reads the file at `path` into SequenceTable and the sink, and reports the
+// progress. 1 when done. 0, and neither the record nor the camera is touched, if
+// the file cannot be read, is not a whole pattern, or is too wide for the camera.
+int32_t LoadWave(const char* path, const WaveSink& sink, int32_t camera);
