@@ -27,16 +27,23 @@ void SetUnlessKept(int32_t* field, int32_t value)
     if (value != Keep) *field = value;
 }
 
-void BindBuilder(const BuilderRow* rows, int32_t platform, CameraRecord* record)
+const BuilderRow* FindRow(const BuilderRow* rows, int32_t platform, int32_t sensor, int32_t link)
 {
     for (const BuilderRow* row = rows; row->platform != 0; ++row) {
         if (row->platform != platform) continue;
-        if (row->sensors != nullptr && !Holds(row->sensors, record->CcdCode)) continue;
-        if (row->link != AnyLink && row->link != record->InterfaceType) continue;
-        record->Ops.BuildWave = row->build;
-        SetUnlessKept(&record->WaveExtraCount, row->waveExtraCount);
-        return;
+        if (row->sensors != nullptr && !Holds(row->sensors, sensor)) continue;
+        if (row->link != AnyLink && row->link != link) continue;
+        return row;
     }
+    return nullptr;
+}
+
+void BindBuilder(const BuilderRow* rows, int32_t platform, CameraRecord* record)
+{
+    const BuilderRow* row = FindRow(rows, platform, record->CcdCode, record->InterfaceType);
+    if (row == nullptr) return;
+    record->Ops.BuildWave = row->build;
+    SetUnlessKept(&record->WaveExtraCount, row->waveExtraCount);
 }
 
 } // namespace
@@ -75,6 +82,11 @@ void BindRow(const PlatformBinding& row, const BuilderRow* builders, uint32_t op
         if (Applies(*rule, *record, options)) OverlayOps(&record->Ops, *rule->ops);
     }
     BindBuilder(builders, row.platform, record);
+}
+
+const BuilderRow* FindBuilder(int32_t platform, int32_t sensor, int32_t link)
+{
+    return FindRow(BuilderRows, platform, sensor, link);
 }
 
 void BindOperations(int32_t platform, uint32_t options, int32_t camera)

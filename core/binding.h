@@ -59,3 +59,7 @@ const PlatformBinding* FindPlatformBinding(int32_t platform);
 
 // Whether some rule of the platform table puts `open` into slot 0.
 bool IsBoundOpen(decltype(CameraOps::OpenCamera) open);
+
+// The builder row of a sensor on a platform reached over `link` (InterfaceType),
+// or null: then the binding leaves BuildWave and WaveExtraCount as they are.
+const BuilderRow* FindBuilder(int32_t platform, int32_t sensor, int32_t link);
