@@ -13,7 +13,9 @@ void BuildWaveOspreyPlusCcd55(const char* path, uint32_t x, uint32_t /*y*/, uint
                               uint32_t extraCount, int32_t camera)
 {
     const int32_t sensor = CameraTable[camera].CcdCode;
-    const uint32_t Q = FlooredTicks(PhaseWords(camera) / 3.0, camera);
+    // By the tick first: the other way round some periods lose a tick.
+    const uint32_t third = TicksOf(PhaseWords(camera), camera) / 3;
+    const uint32_t Q = third == 0 ? 1 : third;
     const uint32_t A = sensor == 135 ? 16 : 8;
     const uint32_t B = sensor == 135 ? 8 : 16;
     const uint32_t S = A + B;
