@@ -21,6 +21,7 @@ namespace {
 constexpr uint32_t PageWords = 256;
 constexpr uint32_t ProgressPositions = 50;
 constexpr double IdleMicroseconds = 10.0;
+constexpr uint32_t FarPixel = 1u << 20; // no register is as long, no pattern holds as much
 
 enum Section { Idle, Row, Line, ExtraA, ExtraB, Pixel, SectionCount };
 
@@ -55,6 +56,7 @@ struct Build {
     LinePlan line;
     BinPlan bins;
     Placement sections[SectionCount];
+    int fitting;    // sections that fit: SectionCount, or the place of the one that does not
     uint32_t total; // words, padding included
     uint32_t wordBytes;
     uint8_t* words; // as the file holds them
@@ -77,17 +79,29 @@ uint64_t StepTicks(const WaveSteps& steps)
 
 // --- plan ---
 
+int64_t Within(int64_t value, int64_t least, int64_t most)
+{
+    return value < least ? least : value > most ? most : value;
+}
+
+// A count of pixels from unchecked arguments. What lies beyond any register lies
+// there however far it is.
+int64_t Pixels(uint32_t binned, uint32_t hbin)
+{
+    const uint64_t pixels = uint64_t{binned} * hbin;
+    return static_cast<int64_t>(pixels < FarPixel ? pixels : FarPixel);
+}
+
 LinePlan PlanLine(const WaveProgram& program, const WaveRequest& request)
 {
     const CcdDefinition& ccd = CameraTable[request.camera].Ccd;
-    const uint64_t registerSize = ccd.HorRegSize > 0 ? static_cast<uint64_t>(ccd.HorRegSize) : 0;
-    const uint64_t dummy = ccd.HorDummyPix > 0 ? static_cast<uint64_t>(ccd.HorDummyPix) : 0;
-    const uint64_t positions = registerSize + (program.extraShifts ? request.extraCount : 0);
     const bool unbinned = program.bins == BinRule::Position; // required
-    const uint64_t begin = dummy + uint64_t{request.x} * (unbinned ? 1 : request.hbin);
-    const uint64_t end = begin + uint64_t{request.width} * request.hbin;
-    const uint64_t first = begin < positions ? begin : positions;
-    const uint64_t behind = end < positions ? end : positions;
+    const int64_t extra = program.extraShifts ? Pixels(request.extraCount, 1) : 0;
+    const int64_t positions = Within(ccd.HorRegSize + extra, 0, FarPixel);
+    const int64_t begin = ccd.HorDummyPix + Pixels(request.x, unbinned ? 1 : request.hbin);
+    const int64_t end = begin + Pixels(request.width, request.hbin);
+    const int64_t first = Within(begin, 0, positions);
+    const int64_t behind = Within(end, 0, positions);
     LinePlan plan = {};
     plan.before = static_cast<uint32_t>(first);
     plan.inside = static_cast<uint32_t>(behind - first);
@@ -153,22 +167,21 @@ bool IsBuilt(const WaveProgram& program, int section)
     return !extra || program.extraA[0].word != NoWord;
 }
 
-// False when the pattern does not fit.
-bool PlanSections(Build* build)
+void PlanSections(Build* build)
 {
     const WaveProgram& program = *build->program;
     const uint64_t limit = program.format->limit;
     uint64_t total = 0;
-    for (int section = Idle; section < SectionCount; ++section) {
+    for (build->fitting = Idle; build->fitting < SectionCount; ++build->fitting) {
+        const int section = build->fitting;
         const uint64_t length =
             section == Line ? LineTicks(*build) : StepTicks(TableOf(program, section));
-        if (length > limit) return false;
+        if (length > limit) return;
         build->sections[section] = {static_cast<uint32_t>(total), static_cast<uint32_t>(length)};
         total += (length + PageWords - 1) / PageWords * PageWords;
-        if (total > limit) return false;
+        if (total > limit) return;
     }
     build->total = static_cast<uint32_t>(total);
-    return true;
 }
 
 // --- build ---
@@ -302,8 +315,15 @@ void Progress(const char* text, uint32_t percent, int32_t camera)
     CameraTable[camera].Ops.ProgressCallback(text, static_cast<int32_t>(percent), camera);
 }
 
+bool Fits(const Build& build)
+{
+    return build.fitting == SectionCount;
+}
+
+// A build that does not fit goes as far as its writer's checks let it.
 void ReportLine(const Build& build)
 {
+    if (build.program->format->stopOnOverflow && build.fitting < Line) return;
     const int16_t registerSize = CameraTable[build.request->camera].Ccd.HorRegSize;
     if (registerSize <= 0) return;
     const uint32_t positions = build.line.before + build.line.inside + build.line.behind;
@@ -312,14 +332,13 @@ void ReportLine(const Build& build)
     }
 }
 
-void StoreTable(const Build& build, CameraRecord* record)
+void FillTable(const Build& build, uint16_t* table)
 {
     for (int section = Idle; section < SectionCount; ++section) {
         const Placement& placed = build.sections[section];
         if (!IsBuilt(*build.program, section)) continue;
-        record->SequenceTable[SectionEntries[section].start] = static_cast<uint16_t>(placed.start);
-        record->SequenceTable[SectionEntries[section].end] =
-            static_cast<uint16_t>(placed.length - 1);
+        table[SectionEntries[section].start] = static_cast<uint16_t>(placed.start);
+        table[SectionEntries[section].end] = static_cast<uint16_t>(placed.length - 1);
     }
 }
 
@@ -342,29 +361,29 @@ FILE* CreateFileAt(const char* path)
 }
 
 // Builds into `memory`, whose header room ends at WordsOffset, and writes.
-int32_t BuildAndWrite(Build* build, bool fits, uint8_t* memory)
+int32_t BuildAndWrite(Build* build, uint8_t* memory)
 {
     const WaveRequest& request = *build->request;
-    CameraRecord& record = CameraTable[request.camera];
+    const WaveFormat& format = *build->program->format;
+    uint16_t* table = CameraTable[request.camera].SequenceTable;
     FILE* file = CreateFileAt(request.path);
     if (file == nullptr) return ErrorPatternFile;
-    Progress(build->program->format->caption, 0, request.camera);
-    uint8_t* header = memory + WordsOffset - WaveHeaderBytes;
-    size_t bytes = WaveHeaderBytes;
-    if (fits) {
+    Progress(format.caption, 0, request.camera);
+    WaveHeader header = {build->total, !format.wide, {}};
+    memcpy(header.entries, table, sizeof header.entries);
+    if (Fits(*build)) {
         build->words = memory + WordsOffset;
         PutSections(build);
-        StoreTable(*build, &record);
-        bytes += size_t{build->total} * build->wordBytes;
+        FillTable(*build, header.entries);
     }
-    WaveHeader values = {fits ? build->total : 0, !build->program->format->wide, {}};
-    memcpy(values.entries, record.SequenceTable, sizeof values.entries);
-    PackWaveHeader(values, header);
-    if (!WriteImage(header, bytes, request.path, file)) return ErrorPatternFile;
+    uint8_t* image = memory + WordsOffset - WaveHeaderBytes;
+    PackWaveHeader(header, image);
+    const size_t bytes = WaveHeaderBytes + size_t{build->total} * build->wordBytes;
+    if (!WriteImage(image, bytes, request.path, file)) return ErrorPatternFile;
+    if (Fits(*build)) memcpy(table, header.entries, sizeof header.entries);
     ReportLine(*build);
-    if (!fits) return ErrorPatternOverflow;
-    Progress(nullptr, 100, request.camera);
-    return ErrorNone;
+    if (Fits(*build) || !format.stopOnOverflow) Progress(nullptr, 100, request.camera);
+    return Fits(*build) ? ErrorNone : ErrorPatternOverflow;
 }
 
 } // namespace
@@ -380,14 +399,14 @@ void WriteWave(const WaveProgram& program, const WaveRequest& request)
     build.wordBytes = program.format->wide ? 2 : 1;
     build.line = PlanLine(program, request);
     build.bins = PlanBins(program, request, build.line);
-    const bool fits = PlanSections(&build);
-    const size_t room = WordsOffset + size_t{fits ? build.total : 0} * build.wordBytes;
+    PlanSections(&build);
+    const size_t room = WordsOffset + size_t{build.total} * build.wordBytes;
     auto* memory = static_cast<uint8_t*>(System.memory.Allocate(room));
     if (memory == nullptr) {
         StoreFlag(&record.LastError, ErrorPatternMemory);
         return;
     }
-    StoreFlag(&record.LastError, BuildAndWrite(&build, fits, memory));
+    StoreFlag(&record.LastError, BuildAndWrite(&build, memory));
     System.memory.Release(memory);
 }
 
