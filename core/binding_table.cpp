@@ -13,7 +13,7 @@ const PlatformBinding PlatformBindings[] = {
 
 namespace {
 
-// The Kaf sensors of platforms 22 to 25 and 30.
+// The Kaf sensors of platforms 22, 23, 24 and 30.
 const int32_t KafSensors[] = {250, 255, 260, 270, 275, 0};
 const int32_t SiteSensors[] = {300, 305, 310, 0};
 const int32_t Tarn4CcdSensors[] = {120, 121, 125, 128, 0};
