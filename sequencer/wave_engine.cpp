@@ -212,17 +212,24 @@ void PutSteps(Build* build, const WaveSteps& steps)
     }
 }
 
+// The copies below are made from what was put down last, while it is in the
+// processor's nearest cache.
+constexpr size_t HotBytes = 16384;
+
 // Puts down `count` - 1 more copies of what was put down since `from`.
 void RepeatSince(Build* build, uint32_t from, uint32_t count)
 {
     const size_t block = from - build->place;
+    if (block == 0) return;
+    const size_t hot = HotBytes / build->wordBytes / block * block;
     const size_t wanted = block * count;
     for (size_t have = block; have < wanted;) {
-        const size_t more = have < wanted - have ? have : wanted - have;
-        const size_t bytes = more * build->wordBytes;
+        // A whole number of blocks back lies the same word.
+        const size_t back = have < hot || hot == 0 ? have / block * block : hot;
+        const size_t more = back < wanted - have ? back : wanted - have;
         build->place -= static_cast<uint32_t>(more);
         uint8_t* target = build->words + size_t{build->place} * build->wordBytes;
-        memcpy(target, target + have * build->wordBytes, bytes);
+        memcpy(target, target + back * build->wordBytes, more * build->wordBytes);
         have += more;
     }
 }
@@ -360,6 +367,18 @@ FILE* CreateFileAt(const char* path)
     return file;
 }
 
+Build PlanBuild(const WaveProgram& program, const WaveRequest& request)
+{
+    Build build = {};
+    build.program = &program;
+    build.request = &request;
+    build.wordBytes = program.format->wide ? 2 : 1;
+    build.line = PlanLine(program, request);
+    build.bins = PlanBins(program, request, build.line);
+    PlanSections(&build);
+    return build;
+}
+
 // Builds into `memory`, whose header room ends at WordsOffset, and writes.
 int32_t BuildAndWrite(Build* build, uint8_t* memory)
 {
@@ -393,13 +412,7 @@ void WriteWave(const WaveProgram& program, const WaveRequest& request)
     CameraRecord& record = CameraTable[request.camera];
     StoreFlag(&record.LastError, ErrorNone);
     remove(request.path);
-    Build build = {};
-    build.program = &program;
-    build.request = &request;
-    build.wordBytes = program.format->wide ? 2 : 1;
-    build.line = PlanLine(program, request);
-    build.bins = PlanBins(program, request, build.line);
-    PlanSections(&build);
+    Build build = PlanBuild(program, request);
     const size_t room = WordsOffset + size_t{build.total} * build.wordBytes;
     auto* memory = static_cast<uint8_t*>(System.memory.Allocate(room));
     if (memory == nullptr) {
@@ -408,6 +421,16 @@ void WriteWave(const WaveProgram& program, const WaveRequest& request)
     }
     StoreFlag(&record.LastError, BuildAndWrite(&build, memory));
     System.memory.Release(memory);
+}
+
+uint32_t PlayWave(const WaveProgram& program, const WaveRequest& request, uint8_t* words,
+                  size_t room)
+{
+    Build build = PlanBuild(program, request);
+    if (!Fits(build) || size_t{build.total} * build.wordBytes > room) return 0;
+    build.words = words;
+    PutSections(&build);
+    return build.total;
 }
 
 void SetSteps(WaveSteps& table, std::initializer_list<WaveStep> steps)

@@ -2,6 +2,7 @@
 // tables that mirrors the builder's timing table, and hand it to WriteWave,
 // which plays it into wave.bin.
 #pragma once
+#include <cstddef>
 #include <cstdint>
 #include <initializer_list>
 
@@ -80,6 +81,12 @@ struct WaveRequest {
 // 0, 8 (does not fit), 22 (no memory), 23 (no file). The record's SequenceTable
 // changes only when it is 0; after 8 the file has a header that no loader takes.
 void WriteWave(const WaveProgram& program, const WaveRequest& request);
+
+// Plays the pattern into memory instead, as the file holds its words. `words` is
+// aligned for 16 bits and has `room` bytes. Returns the number of words, padding
+// included; 0, and nothing is written, if it does not fit its limit or the room.
+uint32_t PlayWave(const WaveProgram& program, const WaveRequest& request, uint8_t* words,
+                  size_t room);
 
 // Fills one table of a program: the form for parts that depend on the sensor.
 void SetSteps(WaveSteps& table, std::initializer_list<WaveStep> steps);

@@ -1,5 +1,6 @@
 #include "sequencer/wave_load.h"
 
+#include <bit>
 #include <cstdio>
 #include <cstring>
 
@@ -11,7 +12,6 @@
 namespace {
 
 constexpr uint32_t PageWords = 256;
-constexpr uint32_t WordsPerReport = 1024;
 constexpr int PlayedSections = 4; // the extra sections' entries may be anything
 
 struct WaveImage {
@@ -43,9 +43,9 @@ bool IsPlausible(const WaveHeader& header, uint8_t byteWords)
 // file is not a pattern.
 bool ReadWords(FILE* file, size_t bytes, uint8_t** words)
 {
-    auto* memory = static_cast<uint8_t*>(System.memory.Allocate(bytes));
+    auto* memory = static_cast<uint8_t*>(System.memory.Allocate(bytes + 1));
     if (memory == nullptr) return false;
-    if (fread(memory, 1, bytes, file) == bytes && fgetc(file) == EOF) {
+    if (fread(memory, 1, bytes + 1, file) == bytes && ferror(file) == 0) {
         *words = memory;
         return true;
     }
@@ -64,24 +64,42 @@ bool ReadImage(FILE* file, bool bytesOnly, WaveImage* image)
     return ReadWords(file, bytes, &image->words);
 }
 
-uint32_t WordAt(const WaveImage& image, uint32_t address)
+// The words from `address` on; `room` is used where they do not lie in the image
+// as the processor has them.
+const uint16_t* WordsAt(const WaveImage& image, uint32_t address, uint32_t count, uint16_t* room)
 {
-    if (image.header.byteWords) return image.words[address];
-    const uint8_t* bytes = image.words + size_t{2} * address;
-    return bytes[0] | static_cast<uint32_t>(bytes[1]) << 8;
+    const uint8_t* bytes = image.words + size_t{address} * (image.header.byteWords ? 1 : 2);
+    if (image.header.byteWords) {
+        // Patterns come in whole pages.
+        for (uint32_t page = 0; page < count; page += PageWords) {
+            for (uint32_t i = 0; i < PageWords; ++i) room[page + i] = bytes[page + i];
+        }
+        return room;
+    }
+    if constexpr (std::endian::native == std::endian::little) {
+        return reinterpret_cast<const uint16_t*>(bytes);
+    }
+    for (uint32_t i = 0; i < count; ++i) {
+        room[i] = static_cast<uint16_t>(bytes[2 * i] | bytes[2 * i + 1] << 8);
+    }
+    return room;
 }
 
 void PutImage(const WaveImage& image, const WaveSink& sink, int32_t camera)
 {
     const CameraOps& ops = CameraTable[camera].Ops;
     const uint32_t total = image.header.wordCount;
+    uint16_t room[WaveBlockWords];
     sink.begin(total, camera);
     ops.ProgressCallback("Loading Sequencer", 0, camera);
-    for (uint32_t address = 0; address < total; ++address) {
-        sink.put(address, WordAt(image, address), camera);
-        const uint32_t put = address + 1;
-        if (put % WordsPerReport == 0) {
-            ops.ProgressCallback(nullptr, static_cast<int32_t>(put * 100 / total), camera);
+    for (uint32_t address = 0; address < total;) {
+        const uint32_t left = total - address;
+        const uint32_t count = left < WaveBlockWords ? left : WaveBlockWords;
+        sink.put(address, WordsAt(image, address, count, room), count, camera);
+        address += count;
+        // A last block that is not whole is not reported by itself.
+        if (count == WaveBlockWords) {
+            ops.ProgressCallback(nullptr, static_cast<int32_t>(address * 100 / total), camera);
         }
     }
     ops.ProgressCallback(nullptr, 100, camera);
@@ -94,6 +112,7 @@ int32_t LoadWave(const char* path, const WaveSink& sink, int32_t camera)
 {
     FILE* file = fopen(path, "rb");
     if (file == nullptr) return 0;
+    setvbuf(file, nullptr, _IONBF, 0);
     WaveImage image = {};
     const bool read = ReadImage(file, sink.bytesOnly, &image);
     fclose(file);

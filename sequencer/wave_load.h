@@ -3,12 +3,15 @@
 #pragma once
 #include <cstdint>
 
+inline constexpr uint32_t WaveBlockWords = 1024;
+
 struct WaveSink {
     bool bytesOnly; // a file of 16-bit words is refused
     // Stops the sequencer and opens its memory to the host.
     void (*begin)(uint32_t words, int32_t camera);
-    // Takes one word, the first of the file at address 0.
-    void (*put)(uint32_t address, uint32_t word, int32_t camera);
+    // Takes the next words, the first of the file at address 0; at most
+    // WaveBlockWords at a time, all but the last block that long.
+    void (*put)(uint32_t address, const uint16_t* words, uint32_t count, int32_t camera);
     // Closes the memory and lets the sequencer run again.
     void (*end)(int32_t camera);
 };

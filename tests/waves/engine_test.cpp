@@ -77,7 +77,7 @@ void CountBegin(uint32_t, int32_t)
 {
     ++SinkCalls;
 }
-void CountPut(uint32_t, uint32_t, int32_t)
+void CountPut(uint32_t, const uint16_t*, uint32_t, int32_t)
 {
     ++SinkCalls;
 }
