@@ -102,7 +102,7 @@ Writer WriterOf(const std::string& name)
 class WaveBuilders : public WaveTest {};
 
 void IgnoreBegin(uint32_t, int32_t) {}
-void IgnorePut(uint32_t, uint32_t, int32_t) {}
+void IgnorePut(uint32_t, const uint16_t*, uint32_t, int32_t) {}
 void IgnoreEnd(int32_t) {}
 const WaveSink IgnoringSink = {false, IgnoreBegin, IgnorePut, IgnoreEnd};
 
