@@ -60,7 +60,7 @@ struct WaveLoad : WaveTest {
     {
         FILE* file = fopen(path.c_str(), "wb");
         ASSERT_NE(file, nullptr);
-        ASSERT_EQ(fwrite(bytes.data(), 1, bytes.size(), file), bytes.size());
+        for (const uint8_t byte : bytes) ASSERT_EQ(fputc(byte, file), byte);
         fclose(file);
     }
     // Nothing of a refused file reaches the camera or the record.
