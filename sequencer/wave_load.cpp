@@ -12,14 +12,14 @@
 namespace {
 
 constexpr uint32_t PageWords = 256;
-constexpr int PlayedSections = 4; // the extra sections' entries may be anything
+constexpr size_t PlayedSections = 4; // the extra sections' entries may be anything
 
 struct WaveImage {
     WaveHeader header;
     uint8_t* words; // allocated
 };
 
-bool IsInside(const WaveHeader& header, int section)
+bool IsInside(const WaveHeader& header, size_t section)
 {
     const uint32_t start = header.entries[2 * section];
     const uint32_t end = header.entries[2 * section + 1];
@@ -33,7 +33,7 @@ bool IsPlausible(const WaveHeader& header, uint8_t byteWords)
     if (words == 0 || words > LargestPattern || words % PageWords != 0 || byteWords > 1) {
         return false;
     }
-    for (int section = 0; section < PlayedSections; ++section) {
+    for (size_t section = 0; section < PlayedSections; ++section) {
         if (!IsInside(header, section)) return false;
     }
     return true;
@@ -79,7 +79,7 @@ const uint16_t* WordsAt(const WaveImage& image, uint32_t address, uint32_t count
     if constexpr (std::endian::native == std::endian::little) {
         return reinterpret_cast<const uint16_t*>(bytes);
     }
-    for (uint32_t i = 0; i < count; ++i) {
+    for (size_t i = 0; i < count; ++i) {
         room[i] = static_cast<uint16_t>(bytes[2 * i] | bytes[2 * i + 1] << 8);
     }
     return room;
