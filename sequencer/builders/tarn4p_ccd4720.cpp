@@ -11,7 +11,8 @@ void BuildWaveTarn4pCcd4720(const char* path, uint32_t x, uint32_t /*y*/, uint32
                             uint32_t extraCount, int32_t camera)
 {
     const uint32_t P = PhaseTicks(camera);
-    const uint32_t Q = FlooredTicks(PhaseWords(camera) / 3, camera);
+    const uint32_t third = PhaseWords(camera) / 3; // the remainder is dropped: required
+    const uint32_t Q = FlooredTicks(third, camera);
     const WaveProgram program = {
         .format = &OwnWords65535,
         .idle = {{0}},
