@@ -77,11 +77,35 @@ struct CameraRecord {
     int32_t CardMapped;
     uint16_t MaxValue;
     uint64_t WdHandle;
+    uint32_t CardAddress; // processor address of the card's register window
+    uint64_t CardWindow;  // the window as the kernel driver maps it; 0: dropped writes, all ones
+    void* DmaRecord;      // lock record of the kernel driver, with its pages; null: not locked
+    uint32_t DmaRecordBytes;
+    uint32_t DmaBytes;   // locked
+    uint32_t DmaAddress; // physical address of the first page
+    void* DmaMemory;     // the library's own block, where the driver's could not be had
     uint16_t* DmaBuffer;
+    uint8_t SerialLink;             // a serial decoder sits between card and camera
+    uint8_t SerialLinkAcknowledged; // and told that it is of the second kind
+    uint16_t PortBase;
+    uint16_t DataPort, StatusPort, ControlPort; // of the printer port
+    uint16_t ControlShadow;                     // of the printer port's control register
+    uint16_t WordPeriodNs;                      // time of a pixel
     uint16_t Registers[RegisterCount];
+    uint8_t ByteRegisters[256]; // of the uNOD family, whose registers are a flat map of bytes
+    uint16_t HeadRegisters[HeadCount][RegisterCount];
+    uint16_t HeadSequenceTable[HeadCount][12];
+    int32_t HeadFilterPosition[HeadCount];
+    int32_t HeadFilterStep[HeadCount];
     int32_t CameraVariant;      // OSPREY: from status 10 at open
     uint16_t SequenceTable[12]; // start and end of the pattern's sections
     int32_t LoadedGain;
+    uint8_t UserGain;
+    int8_t UserGainHigh;
+    uint16_t UserOffset;
+    uint16_t FanLevel;
+    uint8_t LineSkew;
+    int32_t FilterStep; // phase of the wheel's stepper, 0 to 3
     uint8_t AlternatePolarity;
     int32_t FilterStepDelay;
     int32_t FilterPosition;
