@@ -6,20 +6,12 @@
 #include "core/flags.h"
 #include "core/options.h"
 #include "core/record.h"
+#include "platform/card_records.h"
 #include "platform/system.h"
 
 namespace {
 
 constexpr int32_t LibraryVersion = 743;
-
-// The kernel driver behind the interface card, and its version query.
-constexpr char KernelDriver[] = "\\\\.\\WINDRVR6";
-constexpr uint32_t KernelDriverVersion = 0x95382443;
-struct DriverVersion {
-    uint32_t version;
-    char text[128];
-};
-static_assert(sizeof(DriverVersion) == 132);
 
 constexpr uint32_t NormalClass = 32;
 constexpr uint32_t RealTimeClass = 256;
@@ -71,11 +63,11 @@ int32_t Ver(char* buffer)
 uint32_t WDVer(char* buffer, int32_t camera)
 {
     CameraRecord& record = CameraTable[camera];
-    DriverVersion answer = {};
+    WD_VERSION answer = {};
     const bool closed = LoadFlag(record.CameraOn) == 0;
-    if (closed) record.WdHandle = System.device.Open(KernelDriver);
+    if (closed) record.WdHandle = System.device.Open(WD_DriverName);
     if (record.WdHandle != 0 &&
-        System.device.Control(record.WdHandle, KernelDriverVersion, &answer, sizeof answer) != 0) {
+        System.device.Control(record.WdHandle, WD_Version, &answer, sizeof answer) != 0) {
         answer = {};
     }
     if (closed && record.WdHandle != 0) {
@@ -83,9 +75,9 @@ uint32_t WDVer(char* buffer, int32_t camera)
         record.WdHandle = 0;
     }
     if (buffer != nullptr) {
-        sprintf(buffer, "%.*s", static_cast<int>(sizeof answer.text - 1), answer.text);
+        sprintf(buffer, "%.*s", static_cast<int>(sizeof answer.cVer - 1), answer.cVer);
     }
-    return answer.version;
+    return answer.dwVer;
 }
 
 uint16_t MaxNumbers(int32_t camera)

@@ -42,6 +42,11 @@ void NoRegisterWrite(uint64_t, uint32_t)
 {
     EmuSpend(1);
 }
+bool NoAcquire(uint16_t, uint16_t)
+{
+    EmuSpend(1);
+    return false;
+}
 void NoOut8(uint16_t, uint8_t)
 {
     EmuSpend(1);
@@ -139,7 +144,7 @@ SystemTable EmptyWorld()
         .library = {NoLibrary, NoSymbol, NoFree},
         .device = {NoDevice, NoControl, NoDeviceClose},
         .registers = {NoRegisterRead, NoRegisterWrite},
-        .port = {NoOut8, NoOut16, NoIn8, NoIn16},
+        .port = {NoAcquire, NoOut8, NoOut16, NoIn8, NoIn16},
         .usb = {ListNothing, NoOpen, NoCall, NoRead, NoWrite, NoCall, NoFlowControl, NoWord,
                 NoTwoWords, NoQueueStatus, NoLatency, NoBitMode, NoTwoWords, NoInfo, NoCall},
         .memory = EmuMemory(),

@@ -18,6 +18,10 @@ uint32_t NoRegisterRead(uint64_t)
     return 0xFFFFFFFF;
 }
 void NoRegisterWrite(uint64_t, uint32_t) {}
+bool NoAcquire(uint16_t, uint16_t)
+{
+    return false;
+}
 void NoOut8(uint16_t, uint8_t) {}
 void NoOut16(uint16_t, uint16_t) {}
 uint8_t NoIn8(uint16_t)
@@ -98,7 +102,7 @@ RegisterApi AbsentRegisters()
 
 PortApi AbsentPorts()
 {
-    return {NoOut8, NoOut16, NoIn8, NoIn16};
+    return {NoAcquire, NoOut8, NoOut16, NoIn8, NoIn16};
 }
 
 UsbApi AbsentUsb()

@@ -5,5 +5,5 @@
 
 DeviceApi AbsentDevice();
 RegisterApi AbsentRegisters(); // every register reads as all ones
-PortApi AbsentPorts();         // every port reads as all ones
+PortApi AbsentPorts();         // none is granted; every port reads as all ones
 UsbApi AbsentUsb();            // no device, and status 18, "other error"

@@ -86,6 +86,10 @@ struct RegisterApi { // the card's register window, mapped by the kernel driver
 };
 
 struct PortApi { // direct port instructions
+    // Asks for `count` ports from `port` on, for every thread of the process and
+    // for good; false: refused. A port that was not granted drops what is written
+    // and reads as all ones.
+    bool (*Acquire)(uint16_t port, uint16_t count);
     void (*Out8)(uint16_t port, uint8_t value);
     void (*Out16)(uint16_t port, uint16_t value);
     uint8_t (*In8)(uint16_t port);

@@ -222,11 +222,12 @@ TEST_F(EmptySockets, NoLibraryNoCardNoPort)
     System.device.Close(0);
     EXPECT_EQ(System.registers.Read(0), 0xFFFFFFFFu);
     System.registers.Write(0, 1);
+    EXPECT_FALSE(System.port.Acquire(0x378, 3));
     EXPECT_EQ(System.port.In8(0x378), 0xFF);
     EXPECT_EQ(System.port.In16(0x378), 0xFFFF);
     System.port.Out8(0x378, 1);
     System.port.Out16(0x378, 1);
-    EXPECT_EQ(EmuMicroseconds(), 12u) << "a microsecond for each call";
+    EXPECT_EQ(EmuMicroseconds(), 13u) << "a microsecond for each call";
 }
 
 TEST_F(EmptySockets, UsbListsNothingAndFindsNothing)
