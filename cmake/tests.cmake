@@ -9,6 +9,13 @@ set_source_files_properties(${PROJECT_SOURCE_DIR}/tests/support/plain_demo_frame
 add_library(qvn_test_support STATIC ${QVN_SUPPORT})
 target_link_libraries(qvn_test_support
   PUBLIC qvn_options qvn_objects qvn_emulator GTest::gtest)
+# Tests are compiled once and run once: the compiler's time counts, not theirs.
+set(QVN_TEST_OPTIONS $<$<CONFIG:RelWithDebInfo>:-O1> $<$<CONFIG:RelWithDebInfo>:-g1>)
+target_compile_options(qvn_test_support PRIVATE ${QVN_TEST_OPTIONS})
+# The headers that cost more to compile than most tests are compiled once.
+target_precompile_headers(qvn_test_support PRIVATE <gtest/gtest.h> <string> <vector>)
+set_source_files_properties(${PROJECT_SOURCE_DIR}/tests/support/plain_demo_frame.cpp
+  PROPERTIES SKIP_PRECOMPILE_HEADERS ON)
 
 file(GLOB QVN_TEST_FOLDERS LIST_DIRECTORIES true ${PROJECT_SOURCE_DIR}/tests/*)
 foreach(folder ${QVN_TEST_FOLDERS})
@@ -28,6 +35,8 @@ foreach(folder ${QVN_TEST_FOLDERS})
   if(name STREQUAL samples)
     target_link_libraries(test_${name} PRIVATE qvn_samples)
   endif()
+  target_compile_options(test_${name} PRIVATE ${QVN_TEST_OPTIONS})
+  target_precompile_headers(test_${name} REUSE_FROM qvn_test_support)
   target_compile_definitions(test_${name} PRIVATE
     QVN_SOURCE_DIR="${PROJECT_SOURCE_DIR}" QVN_BINARY_DIR="${PROJECT_BINARY_DIR}")
   gtest_discover_tests(test_${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300)
