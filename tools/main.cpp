@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <exception>
 
+#include "tools/arguments.h"
 #include "tools/breaker.h"
 #include "tools/commands.h"
 #include "tools/report.h"
@@ -21,110 +22,6 @@ struct Requests {
     ExposeRequest expose;
     TemperatureRequest temperature;
 };
-
-void Refuse(const char* argument, const std::string& text, const char* wanted)
-{
-    throw CLI::ValidationError(argument, Text("\"%s\" is not %s", text.c_str(), wanted));
-}
-
-std::vector<int32_t> IntegersOf(const char* argument, const std::string& text, size_t count,
-                                const char* wanted)
-{
-    std::vector<int32_t> values(count);
-    if (!ParseIntegers(text, count, &values)) Refuse(argument, text, wanted);
-    return values;
-}
-
-// An empty text is mostly a variable of a script that was not set.
-CLI::Validator NotEmpty()
-{
-    return CLI::Validator([](std::string& text) { return text.empty() ? "an empty text" : ""; },
-                          "");
-}
-
-// CLI::Range takes "nan" for a number of every range.
-CLI::Validator Between(double low, double high)
-{
-    const std::string range = Text("%g to %g", low, high);
-    return CLI::Validator(
-        [low, high, range](std::string& text) {
-            double value = 0.0;
-            const bool inside =
-                CLI::detail::lexical_cast(text, value) && value >= low && value <= high;
-            return inside ? std::string() : Text("\"%s\" is not %s", text.c_str(), range.c_str());
-        },
-        range);
-}
-
-void ReadInterface(CameraRequest* request, const std::string& text)
-{
-    const size_t slash = text.find('/');
-    const std::string list =
-        slash == std::string::npos ? text + ",-1" : std::string(text).replace(slash, 1, ",");
-    std::vector<int32_t> values(2);
-    if (!ParseIntegers(list, 2, &values) || values[0] < 0) {
-        Refuse("--interface", text, "TYPE or TYPE/ADDRESS, such as 0/0x378 or 6");
-    }
-    request->interfaceType = values[0];
-    request->interfaceAddress = values[1];
-}
-
-void AddCameraOptions(CLI::App* command, CameraRequest* request)
-{
-    const char* group = "Camera";
-    command
-        ->add_option("--library-path", request->libraryPath,
-                     "Folder of qvn.cfg, as `qvn init` makes it. Without it: the folder qvn in the "
-                     "current folder if there is one, else the current folder")
-        ->type_name("FOLDER")
-        ->check(NotEmpty())
-        ->group(group);
-    auto* platform = command
-                         ->add_option("--platform", request->platform,
-                                      "Platform, code or name; default 1, DEMO, the simulated "
-                                      "camera")
-                         ->type_name("CODE|NAME")
-                         ->check(NotEmpty())
-                         ->group(group);
-    auto* sensor = command
-                       ->add_option("--sensor", request->sensor,
-                                    "Sensor, code or name; default 275, kaf1600, or the "
-                                    "platform's first")
-                       ->type_name("CODE|NAME")
-                       ->check(NotEmpty())
-                       ->group(group);
-    auto* config = command
-                       ->add_option("--config", request->configFile,
-                                    "Opens what this camera.cfg says; a name without a slash is "
-                                    "sought beside qvn.cfg")
-                       ->type_name("FILE")
-                       ->check(NotEmpty())
-                       ->group(group);
-    auto* camera = command->add_option("--camera", request->camera, "Number of the camera, 0 to 7")
-                       ->type_name("N")
-                       ->check(Between(0, 7))
-                       ->group(group);
-    command
-        ->add_option_function<std::string>(
-            "--options",
-            [request](const std::string& text) {
-                if (!ParseBits(text, &request->options)) {
-                    Refuse("--options", text, "a number of 32 bits such as 0x8");
-                }
-            },
-            "Option bits of the library, such as 0x8; see QV_OPTION_... in qvn.h")
-        ->type_name("BITS")
-        ->group(group);
-    auto* link =
-        command
-            ->add_option_function<std::string>(
-                "--interface", [request](const std::string& text) { ReadInterface(request, text); },
-                "Kind of link: 0 printer port, 1 port card, 2 and 4 PCI card, 6 USB; and "
-                "its address. Default: usual for the platform")
-            ->type_name("TYPE[/ADDRESS]")
-            ->group(group);
-    for (auto* other : {platform, sensor, camera, link}) config->excludes(other);
-}
 
 void AddInit(CLI::App* app, InitRequest* request)
 {
@@ -170,30 +67,11 @@ void AddExposure(CLI::App* command, ExposeRequest* request)
         ->type_name("N")
         ->check(Between(1, 99999))
         ->group(group);
-    command
-        ->add_option_function<std::string>(
-            "--window",
-            [request](const std::string& text) {
-                const auto v = IntegersOf("--window", text, 4, "X,Y,WIDTH,HEIGHT");
-                request->window = {true, v[0], v[1], v[2], v[3]};
-            },
-            "Part of the picture, all four in binned pixels. Odd widths lose a pixel. The "
-            "simulated camera takes X and Y as unbinned")
-        ->type_name("X,Y,WIDTH,HEIGHT")
-        ->group(group);
-    command
-        ->add_option_function<std::string>(
-            "--binning",
-            [request](const std::string& text) {
-                const char* wanted = "HORIZONTAL,VERTICAL, both at least 1";
-                const auto v = IntegersOf("--binning", text, 2, wanted);
-                if (v[0] < 1 || v[1] < 1) Refuse("--binning", text, wanted);
-                request->horBinning = v[0];
-                request->verBinning = v[1];
-            },
-            "Pixels to join, across and down")
-        ->type_name("H,V")
-        ->group(group);
+    AddPictureOptions(
+        command,
+        "Part of the picture, all four in binned pixels. Odd widths lose a pixel. The "
+        "simulated camera takes X and Y as unbinned",
+        {group, &request->window, &request->horBinning, &request->verBinning});
     command->add_option("--gain", request->gain, "Gain setting, an index from 0 to 4")
         ->type_name("N")
         ->check(Between(0, 4))

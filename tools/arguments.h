@@ -1,0 +1,31 @@
+// The arguments that several commands share, and the checks of their values.
+#pragma once
+#include <CLI/CLI.hpp>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "tools/commands.h"
+#include "tools/session.h"
+
+// Ends the parsing: "TEXT" is not WANTED.
+void Refuse(const char* argument, const std::string& text, const char* wanted);
+
+// Exactly `count` integers with commas between; refuses anything else.
+std::vector<int32_t> IntegersOf(const char* argument, const std::string& text, size_t count,
+                                const char* wanted);
+
+CLI::Validator NotEmpty();
+CLI::Validator Between(double low, double high);
+
+void AddCameraOptions(CLI::App* command, CameraRequest* request);
+
+// Where --window and --binning go.
+struct PictureOptions {
+    const char* group;
+    WindowRequest* window;
+    int32_t *horBinning, *verBinning;
+};
+
+void AddPictureOptions(CLI::App* command, const char* windowHelp, const PictureOptions& options);
