@@ -30,15 +30,18 @@ file(GLOB QVN_PIXEL_SOURCES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/drivers/demo
 set_source_files_properties(${QVN_PIXEL_SOURCES} PROPERTIES
   COMPILE_OPTIONS "-ffp-contract=off;$<$<NOT:$<CONFIG:Debug>>:-O3>")
 
+# What a host loads: only the names of the version script can be seen.
+function(qvn_shared_library target script)
+  set_target_properties(${target} PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION 7
+    LINKER_LANGUAGE CXX LINK_DEPENDS ${script})
+  # The timer's thread runs code of the library, so a host cannot unload it.
+  target_link_options(${target} PRIVATE -Wl,--version-script=${script} -Wl,-z,nodelete)
+  if(NOT QVN_SANITIZE)
+    target_link_options(${target} PRIVATE -Wl,--no-undefined)
+  endif()
+endfunction()
+
 add_library(qvn SHARED)
 target_link_libraries(qvn PRIVATE qvn_objects qvn_options)
 target_include_directories(qvn INTERFACE ${PROJECT_SOURCE_DIR}/include)
-set_target_properties(qvn PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION 7
-  LINKER_LANGUAGE CXX
-  LINK_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/qvn.map)
-# The timer's thread runs code of the library, so a host cannot unload it.
-target_link_options(qvn PRIVATE -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/qvn.map
-  -Wl,-z,nodelete)
-if(NOT QVN_SANITIZE)
-  target_link_options(qvn PRIVATE -Wl,--no-undefined)
-endif()
+qvn_shared_library(qvn ${PROJECT_SOURCE_DIR}/cmake/qvn.map)

@@ -1,4 +1,4 @@
-# The program qvn. It speaks to the library through include/qvn.h alone.
+# The program qvn. It speaks to the library through include/qvn.h and qvn_bench.h alone.
 pkg_check_modules(CFITSIO REQUIRED IMPORTED_TARGET cfitsio)
 pkg_check_modules(LIBPNG REQUIRED IMPORTED_TARGET libpng)
 pkg_check_modules(LIBTIFF REQUIRED IMPORTED_TARGET libtiff-4)
@@ -9,6 +9,6 @@ list(REMOVE_ITEM QVN_TOOL_SOURCES ${QVN_SAMPLE_SOURCES})
 if(QVN_TOOL_SOURCES)
   add_executable(qvn_program ${QVN_TOOL_SOURCES})
   set_target_properties(qvn_program PROPERTIES OUTPUT_NAME qvn)
-  target_link_libraries(qvn_program PRIVATE qvn_options qvn qvn_samples CLI11::CLI11
+  target_link_libraries(qvn_program PRIVATE qvn_options qvn_bench qvn_samples CLI11::CLI11
     PkgConfig::CFITSIO PkgConfig::LIBPNG PkgConfig::LIBTIFF Threads::Threads)
 endif()

@@ -1,6 +1,6 @@
-/* The header as a C99 host sees it: this file is compiled with -std=c99 and
+/* The headers as a C99 host sees them: this file is compiled with -std=c99 and
  * all warnings, and includes nothing else. */
-#include "qvn.h"
+#include "qvn_bench.h"
 
 #include "header_c99.h"
 
@@ -39,5 +39,5 @@ int CanBeUsedFromC(void)
     const uint32_t options = QV_OPTION_SERVICE | QV_OPTION_REGULATION;
     exposure("", 0);
     progress("", 100, 0);
-    return options == 3u && QV_ERROR_NONE == 0;
+    return options == 3u && QV_ERROR_NONE == 0 && QVB_LINES == 16;
 }

@@ -1,5 +1,5 @@
-// The header as a C++11 host sees it.
-#include "qvn.h"
+// The headers as a C++11 host sees them.
+#include "qvn_bench.h"
 
 static_assert(sizeof(CameraConfig) == 156, "external layout");
 static_assert(sizeof(CcdDefinition) == 72, "external layout");

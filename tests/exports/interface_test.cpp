@@ -15,6 +15,7 @@ namespace {
 
 constexpr size_t ExportedFunctions = 123;
 constexpr char Library[] = QVN_BINARY_DIR "/libqvn.so";
+constexpr char Workbench[] = QVN_BINARY_DIR "/libqvn_bench.so";
 
 std::set<std::string> ListedTexts()
 {
@@ -39,17 +40,38 @@ std::string WithoutComments(std::string text)
     return text;
 }
 
-// Every declaration of the header, on one line and without its semicolon.
-std::set<std::string> DeclaredTexts()
+// Every declaration of a header, on one line and without its semicolon.
+std::set<std::string> DeclaredTexts(const std::string& header)
 {
     const std::string mark = "\nQVN_API ";
-    const std::string code = WithoutComments(SourceText("include/qvn.h"));
+    const std::string code = WithoutComments(SourceText(header));
     std::set<std::string> texts;
     for (size_t i = code.find(mark); i != std::string::npos; i = code.find(mark, i + 1)) {
         const size_t begin = i + mark.size();
         texts.insert(Squeezed(code.substr(begin, code.find(';', begin) - begin)));
     }
     return texts;
+}
+
+std::set<std::string> DeclaredNames(const std::string& header)
+{
+    std::set<std::string> names;
+    for (const std::string& text : DeclaredTexts(header)) {
+        const size_t open = text.find('(');
+        const size_t name = text.find_last_of(" *", open) + 1;
+        names.insert(text.substr(name, open - name));
+    }
+    return names;
+}
+
+std::set<std::string> SymbolsOf(const std::string& library)
+{
+    std::set<std::string> symbols;
+    std::istringstream lines(OutputOf(QVN_NM " -D --defined-only " + library));
+    for (std::string line; std::getline(lines, line);) {
+        symbols.insert(line.substr(line.find_last_of(' ') + 1));
+    }
+    return symbols;
 }
 
 TEST(Exports, ListHoldsEachFunctionOnce)
@@ -60,34 +82,42 @@ TEST(Exports, ListHoldsEachFunctionOnce)
 
 TEST(Exports, HeaderDeclaresWhatIsListedAndNothingElse)
 {
-    EXPECT_EQ(DeclaredTexts(), ListedTexts());
+    EXPECT_EQ(DeclaredTexts("include/qvn.h"), ListedTexts());
 }
 
 TEST(Exports, LibraryExportsWhatIsListedAndNothingElse)
 {
-    std::set<std::string> symbols;
-    std::istringstream lines(OutputOf(QVN_NM " -D --defined-only " + std::string(Library)));
-    for (std::string line; std::getline(lines, line);) {
-        symbols.insert(line.substr(line.find_last_of(' ') + 1));
-    }
-    EXPECT_EQ(symbols, ListedNames());
+    EXPECT_EQ(SymbolsOf(Library), ListedNames());
+}
+
+TEST(Exports, WorkbenchExportsTheLibraryAndItsOwnHeader)
+{
+    std::set<std::string> names = DeclaredNames("include/qvn_bench.h");
+    ASSERT_FALSE(names.empty());
+    for (const std::string& name : names) EXPECT_EQ(name.rfind("QVB_", 0), 0u) << name;
+    names.merge(ListedNames());
+    EXPECT_EQ(SymbolsOf(Workbench), names);
 }
 
 TEST(Exports, LibraryIsKnownByItsMajorVersion)
 {
     const std::string dynamic = OutputOf(QVN_READELF " -d " + std::string(Library));
     EXPECT_NE(dynamic.find("soname: [libqvn.so.7]"), std::string::npos) << dynamic;
+    const std::string bench = OutputOf(QVN_READELF " -d " + std::string(Workbench));
+    EXPECT_NE(bench.find("soname: [libqvn_bench.so.7]"), std::string::npos) << bench;
 }
 
 TEST(Exports, LibraryStaysLoadedWhileItsTimerMayRun)
 {
-    const std::string dynamic = OutputOf(QVN_READELF " -d " + std::string(Library));
-    EXPECT_NE(dynamic.find("NODELETE"), std::string::npos) << dynamic;
+    for (const std::string library : {Library, Workbench}) {
+        const std::string dynamic = OutputOf(QVN_READELF " -d " + library);
+        EXPECT_NE(dynamic.find("NODELETE"), std::string::npos) << dynamic;
+    }
 }
 
-TEST(Exports, NoDeclarationStandsWithoutAComment)
+void ExpectComments(const std::string& header)
 {
-    std::istringstream lines(SourceText("include/qvn.h"));
+    std::istringstream lines(SourceText(header));
     std::string before;
     bool inside = false; // a declaration that goes over several lines
     for (std::string line; std::getline(lines, line);) {
@@ -101,6 +131,12 @@ TEST(Exports, NoDeclarationStandsWithoutAComment)
         if (inside && line.find(';') != std::string::npos) inside = false;
         before = line;
     }
+}
+
+TEST(Exports, NoDeclarationStandsWithoutAComment)
+{
+    ExpectComments("include/qvn.h");
+    ExpectComments("include/qvn_bench.h");
 }
 
 TEST(Exports, RecordsLieTheSameInCAndCpp)

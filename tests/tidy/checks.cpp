@@ -32,6 +32,7 @@ const std::map<std::string, Names> MayInclude = {
     {"drivers", {"core", "platform", "catalogue", "links", "sequencer", "devices"}},
     {"acquisition", {"core", "platform", "catalogue", "sequencer", "devices"}},
     {"emulator", {"platform"}},
+    {"bench", {"include", "platform", "core", "catalogue", "sequencer", "emulator"}},
     {"supervisor", {"include"}},
     {"tools", {"include", "platform", "emulator", "supervisor"}},
     {"bindings", {"include"}},
