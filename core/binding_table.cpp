@@ -3,6 +3,7 @@
 #include "core/record.h"
 #include "drivers/demo/demo.h"
 #include "sequencer/builders/builders.h"
+#include "sequencer/firmware_geometry.h"
 
 // clang-format off
 const PlatformBinding PlatformBindings[] = {
@@ -68,8 +69,11 @@ const BuilderRow BuilderRows[] = {
     {  42, nullptr,            BuildWaveBriar },
     {  44, nullptr,            BuildWaveR3 },
     {  47, nullptr,            BuildWaveR3Plus },
+    {  48, nullptr,            StoreBinning },
     {  60, nullptr,            BuildWaveHeron },
     {  61, nullptr,            BuildWaveHeronPlus },
+    {  70, nullptr,            BuildWaveUnod },
+    {  71, nullptr,            BuildWaveUnod },
     {  80, SepCcd442Sensors,   BuildWaveSepCcd442 },
     {  80, Ccd485,             BuildWaveSepCcd485 },
     { 200, Ccd3011,            BuildWaveOspreyCcd3011 },
@@ -80,6 +84,7 @@ const BuilderRow BuilderRows[] = {
     { 205, Ccd3011b,           BuildWaveOspreyPlusCcd3011b },
     { 205, OspreyCcd55Sensors, BuildWaveOspreyPlusCcd55 },
     { 205, nullptr,            BuildWaveOspreyPlusKaf },
+    { 400, nullptr,            StoreBinning },
     {},
 };
 // clang-format on

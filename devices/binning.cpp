@@ -18,13 +18,16 @@ void SetBinning(int32_t horizontal, int32_t vertical, int32_t camera)
     }
     if (horizontal != 0 && vertical != 0) {
         const int32_t width = record.Ccd.Xpix / horizontal & 0xFFFE;
+        const int8_t windowBuilt = record.WindowBuilt;
+        record.WindowBuilt = 0; // some builders go by it
         if (horizontal >= 1 && vertical >= 1) {
             RebuildSequencer(0, 0, width, horizontal, vertical, camera);
         }
         if (LoadFlag(record.LastError) == ErrorNone) {
             record.WindowDimX = static_cast<uint16_t>(width);
             record.WindowDimY = static_cast<uint16_t>(record.Ccd.Ypix / vertical);
-            record.WindowBuilt = 0;
+        } else {
+            record.WindowBuilt = windowBuilt;
         }
     }
     StartNow(camera);

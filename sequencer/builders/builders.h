@@ -1,12 +1,13 @@
-// Every waveform builder. Each writes the pattern of a full sensor or a window to
-// `path` and stores the sections' places in SequenceTable; LastError tells the
-// result. x and width are in binned pixels; y and waveOption are not used.
+// Every waveform builder but those of sequencer/firmware_geometry.h. x and width
+// are in binned pixels; y and waveOption are not used.
 #pragma once
 #include <cstdint>
 
 using WaveBuilder = void(const char* path, uint32_t x, uint32_t y, uint32_t width, uint32_t hbin,
                          int32_t vbin, uint32_t waveOption, uint32_t extraCount, int32_t camera);
 
+// Each writes the pattern of a full sensor or a window to `path` and stores the
+// sections' places in SequenceTable; LastError tells the result.
 WaveBuilder BuildWaveBriar;
 WaveBuilder BuildWaveHeron;
 WaveBuilder BuildWaveHeronPlus;
@@ -39,3 +40,7 @@ WaveBuilder BuildWaveTarn4pKaf16800;
 WaveBuilder BuildWaveTarn5;
 WaveBuilder BuildWaveTarn5Ccd;
 WaveBuilder BuildWaveTarn5Ccd442;
+
+// Writes no file: tells the camera the counters of the window in force, or of the
+// full sensor. LastError becomes 0.
+WaveBuilder BuildWaveUnod;

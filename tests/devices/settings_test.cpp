@@ -100,6 +100,17 @@ TEST_F(Binning, ThatCannotBeBuiltLeavesBinningAndImageSize)
     EXPECT_EQ(StopCount[0], 0);
 }
 
+TEST_F(Binning, IsBuiltAsAFullFrameWhateverWasBuiltBefore)
+{
+    static int8_t seen;
+    seen = 1;
+    record.Ops.BuildWave = [](const char*, uint32_t, uint32_t, uint32_t, uint32_t, int32_t,
+                              uint32_t, uint32_t,
+                              int32_t camera) { seen = CameraTable[camera].WindowBuilt; };
+    SetBinning(2, 2, 0);
+    EXPECT_EQ(seen, 0);
+}
+
 TEST_F(Binning, LargerThanTheSensorGivesAnEmptyImage)
 {
     SetBinning(INT_MAX, INT_MAX, 0);

@@ -13,6 +13,7 @@
 #include "core/binding.h"
 #include "core/record.h"
 #include "sequencer/builders/builders.h"
+#include "sequencer/firmware_geometry.h"
 
 namespace {
 
@@ -57,6 +58,8 @@ const Named Names[] = {
     {BuildWaveTarn5, "Tarn5"},
     {BuildWaveTarn5Ccd, "Tarn5Ccd"},
     {BuildWaveTarn5Ccd442, "Tarn5Ccd442"},
+    {BuildWaveUnod, "Unod"},
+    {StoreBinning, "StoreBinning"},
 };
 
 std::string Chosen(int32_t platform, int32_t sensor, int32_t link)
@@ -123,8 +126,11 @@ const Wanted Table[] = {
     {42, "250 255 275 9999", Any, "Briar"},
     {44, "250 255 275 279 9999", Any, "R3"},
     {47, "250 255 275 279 9999", Any, "R3Plus"},
+    {48, "250 255 275 279 9999", Any, "StoreBinning"},
     {60, "250 255 275 279 9999", Any, "Heron"},
     {61, "250 255 275 279 9999", Any, "HeronPlus"},
+    {70, "250 255 275 279 9999", Any, "Unod"},
+    {71, "250 255 275 279 9999", Any, "Unod"},
     {80, "2000 2001", Any, "SepCcd442"},
     {80, "2005", Any, "SepCcd485"},
     {80, "2006 2007 255 9999 0", Any, "no row"},
@@ -136,6 +142,7 @@ const Wanted Table[] = {
     {205, "133", Any, "OspreyPlusCcd3011b"},
     {205, "134 135", Any, "OspreyPlusCcd55"},
     {205, "250 255 260 275 279 281 286 287 290 9999", Any, "OspreyPlusKaf"},
+    {400, "250 255 275 279 9999", Any, "StoreBinning"},
 };
 
 std::vector<int32_t> Codes(const std::string& text)
@@ -154,14 +161,10 @@ const std::map<int32_t, std::string> Gaps = {
     {43, "has a name and no driver"},
     {45, "has neither a name nor a driver"},
     {46, "has neither a name nor a driver"},
-    {48, "makes its patterns itself; not built yet"},
     {50, "has a name and no driver"},
-    {70, "sends counters in place of a pattern; not built yet"},
-    {71, "sends counters in place of a pattern; not built yet"},
     {90, "has a name and no driver"},
     {100, "has a name and no driver"},
     {300, "sends its geometry in a command; not built yet"},
-    {400, "makes its patterns itself; not built yet"},
     {450, "sends its geometry in a command; not built yet"},
 };
 
@@ -215,7 +218,7 @@ TEST(BuilderTable, PlatformsOutsideTheTableHaveNoRow)
     }
 }
 
-TEST(BuilderTable, EveryBuilderWithAFileIsChosenSomewhere)
+TEST(BuilderTable, EveryBuilderIsChosenSomewhere)
 {
     std::set<std::string> chosen;
     for (const Wanted& wanted : Table) chosen.insert(wanted.builder);

@@ -135,6 +135,7 @@ TEST_F(WaveBuilders, AreAllListedHereAndComparedWithTheirTableInATestOfTheirOwn)
     std::set<std::string> declared =
         NamesIn(root / "sequencer/builders/builders.h", "WaveBuilder ");
     declared.erase("WaveBuilder");
+    declared.erase("BuildWaveUnod"); // writes no file
     std::set<std::string> listed;
     for (const NamedBuilder& builder : Builders) listed.insert(builder.name);
     EXPECT_EQ(listed, declared);
