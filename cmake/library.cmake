@@ -7,7 +7,8 @@ file(GLOB_RECURSE QVN_SOURCES CONFIGURE_DEPENDS ${QVN_GLOBS})
 if(WIN32)
   list(APPEND QVN_SOURCES ${PROJECT_SOURCE_DIR}/platform/windows.cpp)
 else()
-  list(APPEND QVN_SOURCES ${PROJECT_SOURCE_DIR}/platform/posix.cpp)
+  file(GLOB QVN_LINUX_SOURCES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/platform/linux/*.cpp)
+  list(APPEND QVN_SOURCES ${PROJECT_SOURCE_DIR}/platform/posix.cpp ${QVN_LINUX_SOURCES})
 endif()
 list(APPEND QVN_SOURCES ${PROJECT_SOURCE_DIR}/platform/system.cpp
                         ${PROJECT_SOURCE_DIR}/platform/absent.cpp

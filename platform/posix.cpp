@@ -13,6 +13,8 @@
 #include <unistd.h>
 
 #include "platform/absent.h"
+#include "platform/linux/card.h"
+#include "platform/linux/ports.h"
 #include "platform/system.h"
 
 namespace {
@@ -286,9 +288,14 @@ void CancelReplace(FileReplacement* file)
 
 // --- libraries ---
 
+// A bare name is one for every system: "io" is libio.so here.
 void* LoadLibrary(const char* name)
 {
-    return dlopen(name, RTLD_NOW | RTLD_LOCAL);
+    char file[NAME_MAX + 1];
+    const bool bare = strpbrk(name, "./") == nullptr;
+    const int length = snprintf(file, sizeof file, "lib%s.so", name);
+    if (bare && (length < 0 || static_cast<size_t>(length) >= sizeof file)) return nullptr;
+    return dlopen(bare ? file : name, RTLD_NOW | RTLD_LOCAL);
 }
 
 void* FindSymbol(void* library, const char* name)
@@ -311,9 +318,9 @@ void UseNativeSystem()
         .process = {SetPriority, CurrentDirectory, CanEnterDirectory, '/'},
         .file = {BeginReplace, CommitReplace, CancelReplace},
         .library = {LoadLibrary, FindSymbol, FreeLibrary},
-        .device = AbsentDevice(),
-        .registers = AbsentRegisters(),
-        .port = AbsentPorts(),
+        .device = LinuxCard(),
+        .registers = LinuxCardRegisters(),
+        .port = LinuxPorts(),
         .usb = AbsentUsb(),
         .memory = {malloc, free},
     };

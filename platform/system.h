@@ -68,6 +68,7 @@ struct FileApi {
 };
 
 struct LibraryApi { // io.dll, kzbusb.dll: loaded at run time
+    // A name without a dot or a separator is completed as the system does it.
     void* (*Load)(const char* name);
     void* (*Symbol)(void* library, const char* name);
     void (*Free)(void* library);

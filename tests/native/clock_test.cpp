@@ -10,11 +10,9 @@
 #include <string>
 
 #include <sched.h>
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include "platform/system.h"
+#include "tests/native/nobody.h"
 
 namespace {
 
@@ -41,21 +39,6 @@ template <typename Api> bool IsFilled(const Api& api)
     uintptr_t members[sizeof(Api) / sizeof(uintptr_t)];
     memcpy(members, &api, sizeof members);
     return std::find(std::begin(members), std::end(members), 0u) == std::end(members);
-}
-
-// Runs `body` as somebody without privileges; what it returns, or -1.
-int AsNobody(int (*body)())
-{
-    const pid_t child = fork();
-    if (child == 0) {
-        const rlimit none = {0, 0};
-        setrlimit(RLIMIT_RTPRIO, &none);
-        if (geteuid() == 0 && setuid(65534) != 0) _exit(101);
-        _exit(body());
-    }
-    int status = 0;
-    if (child < 0 || waitpid(child, &status, 0) != child || !WIFEXITED(status)) return -1;
-    return WEXITSTATUS(status);
 }
 
 } // namespace
@@ -167,24 +150,22 @@ TEST_F(Native, LibrariesAreLoadedByName)
     System.library.Free(library);
 }
 
+TEST_F(Native, BareLibraryNameIsCompleted)
+{
+    void* library = System.library.Load("config");
+    ASSERT_NE(library, nullptr) << "libconfig.so";
+    EXPECT_NE(System.library.Symbol(library, "config_init"), nullptr);
+    System.library.Free(library);
+}
+
 TEST_F(Native, MissingLibraryIsNull)
 {
+    EXPECT_EQ(System.library.Load("no_such_library"), nullptr);
+    EXPECT_EQ(System.library.Load(std::string(300, 'a').c_str()), nullptr);
+    EXPECT_EQ(System.library.Load(""), nullptr);
     EXPECT_EQ(System.library.Load("no_such_library.so"), nullptr);
     EXPECT_EQ(System.library.Symbol(nullptr, "sqrt"), nullptr);
     System.library.Free(nullptr);
-}
-
-TEST_F(Native, CardAndPortsReadAsAllOnes)
-{
-    EXPECT_EQ(System.device.Open("\\\\.\\WINDRVR6"), 0u);
-    EXPECT_EQ(System.device.Control(0, 1, nullptr, 0), -1);
-    System.device.Close(0);
-    System.registers.Write(0, 0);
-    EXPECT_EQ(System.registers.Read(0), 0xFFFFFFFFu);
-    System.port.Out8(0x378, 0);
-    System.port.Out16(0x378, 0);
-    EXPECT_EQ(System.port.In8(0x378), 0xFF);
-    EXPECT_EQ(System.port.In16(0x378), 0xFFFF);
 }
 
 TEST_F(Native, UsbCallsFailAndClearTheirResults)
