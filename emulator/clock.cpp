@@ -185,6 +185,11 @@ uint64_t EmuMicroseconds()
     return Now.now;
 }
 
+uint64_t EmuNow()
+{
+    return RealTime ? System.clock.TickCount() * UsPerMs : Now.now;
+}
+
 void EmuSetTimeLimit(uint64_t microseconds)
 {
     Now.limit = microseconds;

@@ -171,6 +171,7 @@ void EmuReset()
     EmuResetProcess();
     EmuResetMemory();
     EmuResetFaults();
+    EmuResetBusCameras();
 }
 
 void EmuInstall()

@@ -9,6 +9,10 @@
 // Lets `microseconds` pass: whatever falls due runs now, on the caller's thread.
 void EmuSpend(uint64_t microseconds);
 
+// Microseconds by which the instruments go: the virtual clock, or the true one where
+// the world runs on it.
+uint64_t EmuNow();
+
 // Counts a call that a plan may make fail; true if this one does.
 bool EmuFails(EmuCall call);
 
@@ -28,3 +32,4 @@ void EmuResetClock();
 void EmuResetProcess();
 void EmuResetMemory();
 void EmuResetFaults();
+void EmuResetBusCameras();
