@@ -17,6 +17,7 @@
 #include "devices/gain.h"
 #include "devices/shutter.h"
 #include "devices/temperature.h"
+#include "links/card.h"
 
 #define EXPORT(result, name, routine, parameters, arguments)                                       \
     result name parameters                                                                         \
@@ -146,6 +147,10 @@ CAMERA_EXPORT(void, QV_GetBinning, GetBinning, (int32_t* horizontal, int32_t* ve
 CAMERA_EXPORT(int32_t, QV_SetGain, SetGain, (int32_t index, int32_t camera), (index, camera))
 CAMERA_EXPORT(int32_t, QV_GetGain, GetGain, (int32_t camera), (camera))
 
+// interface card
+CAMERA_EXPORT(uint32_t, QV_GetKZBPCIAddress, GetKZBPCIAddress, (int32_t camera), (camera))
+CAMERA_EXPORT(uint32_t, QV_GetKZBPCIRevision, GetKZBPCIRevision, (int32_t selected, int32_t camera), (selected, camera))
+
 // camera memory
 CAMERA_EXPORT(uint16_t, QV_ReadEP, ReadEP, (int32_t address, int32_t camera), (address, camera))
 
@@ -169,8 +174,6 @@ NOT_BUILT(void, QV_ObjectiveControl, (int32_t, uint16_t, int32_t))
 NOT_BUILT(int32_t, QV_Plug, (int32_t, uint32_t*, int32_t))
 NOT_BUILT(void, QV_SetUsrGain, (int32_t, int32_t, int32_t, int32_t))
 NOT_BUILT(void, QV_SetFanSpeed, (double, int32_t))
-NOT_BUILT(uint32_t, QV_GetKZBPCIAddress, (int32_t))
-NOT_BUILT(uint32_t, QV_GetKZBPCIRevision, (int32_t, int32_t))
 NOT_BUILT(void, QV_WriteEP, (int32_t, int32_t, int32_t))
 NOT_BUILT(int32_t, QV_GetSerNum, (int32_t))
 NOT_BUILT(void, QV_SetSerNum, (int32_t, int32_t, int32_t))

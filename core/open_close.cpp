@@ -16,6 +16,7 @@
 #include "core/timer_service.h"
 #include "devices/temperature.h"
 #include "drivers/demo/demo.h"
+#include "links/card.h"
 #include "platform/system.h"
 
 namespace {
@@ -95,12 +96,18 @@ int32_t OpenDriver(int32_t platform, int32_t address, int32_t attach, int32_t ca
 void CloseLink(int32_t camera)
 {
     const CameraRecord& record = CameraTable[camera];
-    if (record.InterfaceType == InterfaceUsb) {
+    switch (record.InterfaceType) {
+    case InterfaceUsb: {
         const PlatformBinding* binding = FindPlatformBinding(record.LinkPlatform);
         if (binding != nullptr && binding->closeUsb != nullptr) binding->closeUsb(camera);
         return;
     }
-    if (record.LinkPlatform == 1) DemoClose(camera);
+    case InterfaceCard2:
+    case InterfaceCard4:
+    case InterfaceCard70: CloseCard(camera); return;
+    default:
+        if (record.LinkPlatform == 1) DemoClose(camera);
+    }
 }
 
 // The full sensor, unbinned. The results are not examined: a pattern that could

@@ -62,18 +62,14 @@ int32_t Ver(char* buffer)
 
 uint32_t WDVer(char* buffer, int32_t camera)
 {
-    CameraRecord& record = CameraTable[camera];
+    const CameraRecord& record = CameraTable[camera];
     WD_VERSION answer = {};
     const bool closed = LoadFlag(record.CameraOn) == 0;
-    if (closed) record.WdHandle = System.device.Open(WD_DriverName);
-    if (record.WdHandle != 0 &&
-        System.device.Control(record.WdHandle, WD_Version, &answer, sizeof answer) != 0) {
+    const uint64_t device = closed ? System.device.Open(WD_DriverName) : record.WdHandle;
+    if (device != 0 && System.device.Control(device, WD_Version, &answer, sizeof answer) != 0) {
         answer = {};
     }
-    if (closed && record.WdHandle != 0) {
-        System.device.Close(record.WdHandle);
-        record.WdHandle = 0;
-    }
+    if (closed && device != 0) System.device.Close(device);
     if (buffer != nullptr) {
         sprintf(buffer, "%.*s", static_cast<int>(sizeof answer.cVer - 1), answer.cVer);
     }

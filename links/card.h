@@ -23,23 +23,24 @@ uint32_t ReadCard(CardRegister reg, int32_t camera);
 void WriteCard(CardRegister reg, uint32_t value, int32_t camera);
 
 // Opens the kernel driver and maps the window of the card CardDeviceId. 0, or
-// the error: 13 no driver, 15 no such card, 4 in use elsewhere.
+// the error: 13 no driver, 15 no such card, 4 in use elsewhere. After an error the
+// driver stays open until the next OpenCard, which begins with ReleaseCard. A card
+// without a window opens all the same, and counts as never mapped.
 int32_t OpenCard(int32_t camera);
 
 // Locks a buffer for `pixels` 16-bit pixels and some slack, zeroed, in place of
 // the one there is; DmaBuffer, DmaBytes and DmaAddress tell where. 0, or 1 if
-// none can be had: then nothing is locked.
+// none can be had that is one block to the card: then nothing is locked.
 int32_t AllocateDma(uint32_t pixels, int32_t camera);
 
-// Tells a serializer to stop, or quiets the card; unlocks the buffer, closes the
-// driver. Whatever is not open is passed over.
+// Unlocks the buffer and closes the driver, without a word to card or camera.
+// Whatever is not open is passed over.
+void ReleaseCard(int32_t camera);
+
+// Tells a serializer to stop, or quiets the card; then ReleaseCard.
 void CloseCard(int32_t camera);
 
 // --- exports ---
-
-// Which of eight cards the next open looks for: `index` 0 to 7 selects device
-// 2001 to 2007, then 2000. Others change nothing.
-void SetKZBPCI(int32_t index, int32_t camera);
 
 // Processor address of the register window; 0 before the card opens.
 uint32_t GetKZBPCIAddress(int32_t camera);
@@ -47,7 +48,3 @@ uint32_t GetKZBPCIAddress(int32_t camera);
 // Revision of the camera's card, or 65535 where none is mapped. Selects the head
 // `selected` first.
 uint32_t GetKZBPCIRevision(int32_t selected, int32_t camera);
-
-// Version number of the kernel driver, asked through a handle of its own while
-// the camera is closed. `text`, unless null, has room for 128 characters.
-uint32_t WDVer(char* text, int32_t camera);

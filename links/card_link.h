@@ -11,14 +11,19 @@ extern const CameraOps CardLinkOps; // slots 4 to 7, 17 to 19, 25 to 29
 // a parallel one.
 extern const CameraOps PatientReadOps;
 
-// Tarn_IV_PLUS: ReadRegister reads a status word.
+// Tarn_IV_PLUS: ReadRegister reads a status word, with a wait that has no bound on
+// a serial link.
 extern const CameraOps StatusReadOps;
 
-// After a bus cycle: false if the camera never said that it was done.
+// After a bus cycle: false if the camera never said that it was done. A serial
+// link does not say; there it is true at once.
 bool WaitCycle(int32_t camera);
 
 // Waits for the serial decoder's reply, about a millisecond at most.
 void WaitSerialReply(int32_t camera);
+
+// The same without a bound.
+void AwaitSerialReply(int32_t camera);
 
 // `c` is what WriteAddress returned: the data cycle of the word that belongs to
 // that address, with the word on the data register twice.
