@@ -12,7 +12,12 @@ struct BenchError {
 
 const BenchError BenchErrors[] = {
     {QVB_ERROR_ARGUMENT, "Wrong argument"},
+    {QVB_ERROR_CAMERA_OPEN, "The camera number is open"},
     {QVB_ERROR_NO_BUILDER, "The platform has no clock patterns for this sensor"},
+    {QVB_ERROR_WAVE_FILE, "The file is no clock pattern of this camera"},
+    {QVB_ERROR_NO_MEMORY, "Memory allocation error while playing the clock pattern"},
+    {QVB_ERROR_FRAME_ROOM, "The frame does not fit its buffer"},
+    {QVB_ERROR_DEFINITION, "The definitions give the sensor no size or the clock pattern no tick"},
 };
 
 } // namespace
