@@ -31,9 +31,10 @@ EmuBusState* Listening(int32_t camera)
     return state != nullptr && state->selected ? state : nullptr;
 }
 
-const EmuBusDialect* DialectOf(int32_t)
+const EmuBusDialect* DialectOf(int32_t platform)
 {
-    return &EmuPatternBus;
+    if (platform == 28) return &EmuTarn5Bus;
+    return platform == 70 || platform == 71 ? &EmuUnodBus : &EmuPatternBus;
 }
 
 uint32_t Black(uint32_t, uint32_t)
@@ -238,6 +239,12 @@ int32_t EmuBusCoolerPower(int32_t camera)
 {
     const EmuBusState* const state = Plugged(camera);
     return state != nullptr ? static_cast<int32_t>(state->driveCode) : 0;
+}
+
+uint16_t EmuBusFan(int32_t camera)
+{
+    const EmuBusState* const state = Plugged(camera);
+    return state != nullptr ? state->fan : 0;
 }
 
 bool EmuBusCoolerOn(int32_t camera)

@@ -61,7 +61,8 @@ void EmuBusPower(int32_t camera, bool on);            // a camera without power 
 void EmuBusMute(int32_t camera, uint32_t afterPixel); // the stream stalls there; 0xFFFFFFFF: never
 double EmuBusTemperature(int32_t camera);             // of the sensor now
 void EmuBusSetTemperature(int32_t camera, double celsius); // from here it drifts on
-int32_t EmuBusCoolerPower(int32_t camera);                 // drive of 0 to 4095
+int32_t EmuBusCoolerPower(int32_t camera);                 // drive of 0 to 4095; on 28 of 0 to 255
+uint16_t EmuBusFan(int32_t camera);                        // on 28
 bool EmuBusCoolerOn(int32_t camera);
 uint32_t EmuBusExposures(int32_t camera); // how often light fell on the sensor
 

@@ -83,6 +83,7 @@ struct EmuBusState {
     uint16_t letter[16];
     uint32_t letters;
     uint16_t answer;
+    uint16_t fan;
 };
 
 extern const EmuBusDialect EmuPatternBus; // 22 to 25, 30, 40 to 60, 80

@@ -138,7 +138,8 @@ uint16_t EmuConvertTemperature(const EmuBusState& camera)
 
 void EmuDriveCooler(EmuBusState* camera, uint32_t code, bool on)
 {
+    const double most = camera->setup.platform == 28 ? 255 : 4095;
     camera->driveCode = code;
     camera->coolerOn = on;
-    EmuSetCooling(&camera->thermal, on ? code / 4095.0 : 0.0);
+    EmuSetCooling(&camera->thermal, on ? code / most : 0.0);
 }
