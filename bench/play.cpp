@@ -29,13 +29,13 @@ struct Light {
     uint32_t columns, rows;
 };
 
-thread_local Light light;
+thread_local Light PlayedLight;
 
 uint32_t SceneAt(uint32_t column, uint32_t row)
 {
-    const QvbScene& scene = *light.scene;
-    const uint64_t x = uint64_t{column} * scene.Width / light.columns;
-    const uint64_t y = uint64_t{row} * scene.Height / light.rows;
+    const QvbScene& scene = *PlayedLight.scene;
+    const uint64_t x = uint64_t{column} * scene.Width / PlayedLight.columns;
+    const uint64_t y = uint64_t{row} * scene.Height / PlayedLight.rows;
     return scene.Pixels[y * scene.Width + x];
 }
 
@@ -119,7 +119,7 @@ int32_t PlayFile(const char* path, const Readout& readout, const QvbScene& scene
     if (frame->Pixels == nullptr) return QV_ERROR_NONE;
     const uint64_t wanted = uint64_t{frame->Width} * frame->Height;
     if (wanted > frame->Room) return QVB_ERROR_FRAME_ROOM;
-    light = {&scene, readout.columns, readout.rows};
+    PlayedLight = {&scene, readout.columns, readout.rows};
     std::vector<uint16_t> pixels = Play(*memory, pattern, readout, &sensor);
     pixels.resize(wanted);
     std::copy(pixels.begin(), pixels.end(), frame->Pixels);
