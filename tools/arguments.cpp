@@ -5,6 +5,8 @@
 
 namespace {
 
+constexpr char CameraGroup[] = "Camera";
+
 void ReadInterface(CameraRequest* request, const std::string& text)
 {
     const size_t slash = text.find('/');
@@ -54,41 +56,53 @@ CLI::Validator Between(double low, double high)
         range);
 }
 
-void AddCameraOptions(CLI::App* command, CameraRequest* request)
+DefinitionOptions AddDefinitionOptions(CLI::App* command, const char* platformHelp,
+                                       CameraRequest* request)
 {
-    const char* group = "Camera";
     command
         ->add_option("--library-path", request->libraryPath,
                      "Folder of qvn.cfg, as `qvn init` makes it. Without it: the folder qvn in the "
                      "current folder if there is one, else the current folder")
         ->type_name("FOLDER")
         ->check(NotEmpty())
-        ->group(group);
-    auto* platform = command
-                         ->add_option("--platform", request->platform,
-                                      "Platform, code or name; default 1, DEMO, the simulated "
-                                      "camera")
+        ->group(CameraGroup);
+    auto* platform = command->add_option("--platform", request->platform, platformHelp)
                          ->type_name("CODE|NAME")
                          ->check(NotEmpty())
-                         ->group(group);
+                         ->group(CameraGroup);
     auto* sensor = command
                        ->add_option("--sensor", request->sensor,
                                     "Sensor, code or name; default 275, kaf1600, or the "
                                     "platform's first")
                        ->type_name("CODE|NAME")
                        ->check(NotEmpty())
-                       ->group(group);
+                       ->group(CameraGroup);
+    auto* link =
+        command
+            ->add_option_function<std::string>(
+                "--interface", [request](const std::string& text) { ReadInterface(request, text); },
+                "Kind of link: 0 printer port, 1 port card, 2 and 4 PCI card, 6 USB; and "
+                "its address. Default: usual for the platform")
+            ->type_name("TYPE[/ADDRESS]")
+            ->group(CameraGroup);
+    return {platform, sensor, link};
+}
+
+void AddCameraOptions(CLI::App* command, CameraRequest* request)
+{
+    const DefinitionOptions definitions = AddDefinitionOptions(
+        command, "Platform, code or name; default 1, DEMO, the simulated camera", request);
     auto* config = command
                        ->add_option("--config", request->configFile,
                                     "Opens what this camera.cfg says; a name without a slash is "
                                     "sought beside qvn.cfg")
                        ->type_name("FILE")
                        ->check(NotEmpty())
-                       ->group(group);
+                       ->group(CameraGroup);
     auto* camera = command->add_option("--camera", request->camera, "Number of the camera, 0 to 7")
                        ->type_name("N")
                        ->check(Between(0, 7))
-                       ->group(group);
+                       ->group(CameraGroup);
     command
         ->add_option_function<std::string>(
             "--options",
@@ -99,16 +113,10 @@ void AddCameraOptions(CLI::App* command, CameraRequest* request)
             },
             "Option bits of the library, such as 0x8; see QV_OPTION_... in qvn.h")
         ->type_name("BITS")
-        ->group(group);
-    auto* link =
-        command
-            ->add_option_function<std::string>(
-                "--interface", [request](const std::string& text) { ReadInterface(request, text); },
-                "Kind of link: 0 printer port, 1 port card, 2 and 4 PCI card, 6 USB; and "
-                "its address. Default: usual for the platform")
-            ->type_name("TYPE[/ADDRESS]")
-            ->group(group);
-    for (auto* other : {platform, sensor, camera, link}) config->excludes(other);
+        ->group(CameraGroup);
+    for (auto* other : {definitions.platform, definitions.sensor, camera, definitions.link}) {
+        config->excludes(other);
+    }
 }
 
 void AddPictureOptions(CLI::App* command, const char* windowHelp, const PictureOptions& options)

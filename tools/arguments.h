@@ -19,6 +19,15 @@ std::vector<int32_t> IntegersOf(const char* argument, const std::string& text, s
 CLI::Validator NotEmpty();
 CLI::Validator Between(double low, double high);
 
+// The options that choose platform, sensor and link, for commands that open no camera.
+struct DefinitionOptions {
+    CLI::Option *platform, *sensor, *link;
+};
+
+DefinitionOptions AddDefinitionOptions(CLI::App* command, const char* platformHelp,
+                                       CameraRequest* request);
+
+// The same, and all others that choose a camera to open.
 void AddCameraOptions(CLI::App* command, CameraRequest* request);
 
 // Where --window and --binning go.

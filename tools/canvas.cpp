@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <filesystem>
 
 #include "tools/font.h"
 #include "tools/image_files.h"
@@ -47,24 +48,41 @@ double DistanceToSegment(Point point, Point from, Point to)
     return std::hypot(point.x - from.x - along * dx, point.y - from.y - along * dy);
 }
 
-// How much of each pixel the curve covers. The largest cover counts where segments
-// meet, so that joints are not darker.
-void CoverSegment(const Canvas& canvas, std::vector<float>* cover, Point from, Point to,
-                  double thickness)
+// Pixels, the last ones not included.
+struct Area {
+    int32_t left, top, right, bottom;
+};
+
+size_t IndexIn(const Area& area, int32_t x, int32_t y)
+{
+    return static_cast<size_t>(y - area.top) * static_cast<size_t>(area.right - area.left) +
+           static_cast<size_t>(x - area.left);
+}
+
+// What a line between the two may touch.
+Area AreaOf(const Canvas& canvas, Point low, Point high, double thickness)
 {
     const double reach = thickness / 2.0 + 1.0;
-    const auto left = static_cast<int32_t>(std::max(std::min(from.x, to.x) - reach, 0.0));
-    const auto top = static_cast<int32_t>(std::max(std::min(from.y, to.y) - reach, 0.0));
-    const auto right =
-        static_cast<int32_t>(std::min(std::max(from.x, to.x) + reach, canvas.width - 1.0));
-    const auto bottom =
-        static_cast<int32_t>(std::min(std::max(from.y, to.y) + reach, canvas.height - 1.0));
-    for (int32_t y = top; y <= bottom; ++y) {
-        for (int32_t x = left; x <= right; ++x) {
+    const auto inside = [](double value, int32_t size) {
+        return static_cast<int32_t>(std::clamp(value, 0.0, static_cast<double>(size)));
+    };
+    return {inside(low.x - reach, canvas.width), inside(low.y - reach, canvas.height),
+            inside(high.x + reach + 1.0, canvas.width),
+            inside(high.y + reach + 1.0, canvas.height)};
+}
+
+// How much of each pixel the curve covers. The largest cover counts where segments
+// meet, so that joints are not darker.
+void CoverSegment(const Canvas& canvas, const Area& area, std::vector<float>* cover, Point from,
+                  Point to, double thickness)
+{
+    const Area touched = AreaOf(canvas, {std::min(from.x, to.x), std::min(from.y, to.y)},
+                                {std::max(from.x, to.x), std::max(from.y, to.y)}, thickness);
+    for (int32_t y = touched.top; y < touched.bottom; ++y) {
+        for (int32_t x = touched.left; x < touched.right; ++x) {
             const double distance = DistanceToSegment({x + 0.5, y + 0.5}, from, to);
             const double part = std::clamp(thickness / 2.0 + 0.5 - distance, 0.0, 1.0);
-            float& kept = (*cover)[static_cast<size_t>(y) * static_cast<size_t>(canvas.width) +
-                                   static_cast<size_t>(x)];
+            float& kept = (*cover)[IndexIn(area, x, y)];
             kept = std::max(kept, static_cast<float>(part));
         }
     }
@@ -73,14 +91,20 @@ void CoverSegment(const Canvas& canvas, std::vector<float>* cover, Point from, P
 void DrawPixelCurve(Canvas* canvas, const std::vector<Point>& points, Colour colour,
                     double thickness)
 {
-    std::vector<float> cover(canvas->pixels.size() / 3, 0.0F);
-    for (size_t i = 1; i < points.size(); ++i) {
-        CoverSegment(*canvas, &cover, points[i - 1], points[i], thickness);
+    Point low = points[0];
+    Point high = points[0];
+    for (const Point& point : points) {
+        low = {std::min(low.x, point.x), std::min(low.y, point.y)};
+        high = {std::max(high.x, point.x), std::max(high.y, point.y)};
     }
-    for (int32_t y = 0; y < canvas->height; ++y) {
-        for (int32_t x = 0; x < canvas->width; ++x) {
-            const float part = cover[static_cast<size_t>(y) * static_cast<size_t>(canvas->width) +
-                                     static_cast<size_t>(x)];
+    const Area area = AreaOf(*canvas, low, high, thickness);
+    std::vector<float> cover(IndexIn(area, area.left, area.bottom), 0.0F);
+    for (size_t i = 1; i < points.size(); ++i) {
+        CoverSegment(*canvas, area, &cover, points[i - 1], points[i], thickness);
+    }
+    for (int32_t y = area.top; y < area.bottom; ++y) {
+        for (int32_t x = area.left; x < area.right; ++x) {
+            const float part = cover[IndexIn(area, x, y)];
             if (part > 0.0F) Blend(canvas, x, y, colour, part);
         }
     }
@@ -138,7 +162,22 @@ std::string XmlText(const std::string& text)
     return safe;
 }
 
+bool EndsIn(const std::string& path, const char* ending)
+{
+    return SameWord(std::filesystem::path(path).extension().string(), ending);
+}
+
 } // namespace
+
+bool PlotFormatIsKnown(const std::string& path)
+{
+    return EndsIn(path, ".png") || EndsIn(path, ".svg");
+}
+
+CanvasKind KindOfPlot(const std::string& path)
+{
+    return EndsIn(path, ".svg") ? CanvasKind::Svg : CanvasKind::Png;
+}
 
 Canvas MakeCanvas(CanvasKind kind, int32_t width, int32_t height)
 {

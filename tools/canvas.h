@@ -24,6 +24,10 @@ struct Canvas {
     std::string drawing;         // of an SVG
 };
 
+// By the ending of the name, .png or .svg; false if it is neither.
+bool PlotFormatIsKnown(const std::string& path);
+CanvasKind KindOfPlot(const std::string& path);
+
 // A white one.
 Canvas MakeCanvas(CanvasKind kind, int32_t width, int32_t height);
 

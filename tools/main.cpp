@@ -10,6 +10,7 @@
 #include "tools/commands.h"
 #include "tools/report.h"
 #include "tools/text.h"
+#include "tools/wave.h"
 
 namespace {
 
@@ -21,6 +22,7 @@ struct Requests {
     InfoRequest info;
     ExposeRequest expose;
     TemperatureRequest temperature;
+    WaveViewRequests waveViews;
 };
 
 void AddInit(CLI::App* app, InitRequest* request)
@@ -178,13 +180,21 @@ void AddTemperature(CLI::App* app, TemperatureRequest* request)
     AddCameraOptions(command, &request->camera);
 }
 
+void AddWave(CLI::App* app, Requests* requests)
+{
+    auto* wave = app->add_subcommand("wave", "Looks at the clock patterns of cameras");
+    wave->require_subcommand(1);
+    AddWaveViews(wave, &requests->waveViews);
+}
+
 int Run(const CLI::App& app, const Requests& requests)
 {
     if (app.got_subcommand("init")) return RunInit(requests.init);
     if (app.got_subcommand("list")) return RunList(requests.list);
     if (app.got_subcommand("info")) return RunInfo(requests.info);
     if (app.got_subcommand("expose")) return RunExpose(requests.expose);
-    return RunTemperature(requests.temperature);
+    if (app.got_subcommand("temperature")) return RunTemperature(requests.temperature);
+    return RunWaveView(*app.get_subcommand("wave"), requests.waveViews);
 }
 
 int ParseAndRun(int count, char** arguments)
@@ -198,6 +208,7 @@ int ParseAndRun(int count, char** arguments)
     AddInfo(&app, &requests.info);
     AddExpose(&app, &requests.expose);
     AddTemperature(&app, &requests.temperature);
+    AddWave(&app, &requests);
     try {
         app.parse(count, arguments);
         return Run(app, requests);

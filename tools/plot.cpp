@@ -3,10 +3,9 @@
 
 #include <algorithm>
 #include <cmath>
-#include <filesystem>
 
+#include "tools/axis.h"
 #include "tools/canvas.h"
-#include "tools/text.h"
 
 namespace {
 
@@ -30,15 +29,6 @@ struct TimeUnit {
     const char* label;
 };
 
-// About `count` steps of 1, 2 or 5 times a power of ten.
-double NiceStep(double range, int32_t count)
-{
-    const double rough = range / count;
-    const double power = std::pow(10.0, std::floor(std::log10(rough)));
-    const double part = rough / power;
-    return power * (part <= 1.0 ? 1.0 : part <= 2.0 ? 2.0 : part <= 5.0 ? 5.0 : 10.0);
-}
-
 // From one full step to another.
 Axis MakeAxis(double low, double high, int32_t count)
 {
@@ -51,13 +41,6 @@ TimeUnit ChooseTimeUnit(double seconds)
     if (seconds <= 600.0) return {1.0, "Time [s]"};
     if (seconds <= 36000.0) return {60.0, "Time [min]"};
     return {3600.0, "Time [h]"};
-}
-
-std::string TickText(double value, double step)
-{
-    const int decimals = std::max(0, static_cast<int>(-std::floor(std::log10(step) + 1e-9)));
-    // A rounded zero has no sign.
-    return Text("%.*f", decimals, std::fabs(value) < step / 1000.0 ? 0.0 : value);
 }
 
 double AcrossOf(const Panel& panel, double time)
@@ -79,7 +62,7 @@ void DrawFrame(Canvas* canvas, const Panel& panel, const std::string& label)
          value += panel.value.step) {
         const double y = DownOf(panel, value);
         DrawLine(canvas, {PlotLeft, y}, {PlotRight, y}, Grid, 1.0);
-        DrawText(canvas, {PlotLeft - 10.0, y + 6.0}, TickText(value, panel.value.step),
+        DrawText(canvas, {PlotLeft - 10.0, y + 6.0}, StepLabel(value, panel.value.step),
                  TextAnchor::Right, Ink);
     }
     for (double time = panel.time.low; time < panel.time.high + panel.time.step / 2.0;
@@ -103,7 +86,7 @@ void DrawTimeLabels(Canvas* canvas, const Panel& panel, const char* label)
     for (double time = panel.time.low; time < panel.time.high + panel.time.step / 2.0;
          time += panel.time.step) {
         DrawText(canvas, {AcrossOf(panel, time), panel.bottom + 24.0},
-                 TickText(time, panel.time.step), TextAnchor::Middle, Ink);
+                 StepLabel(time, panel.time.step), TextAnchor::Middle, Ink);
     }
     DrawText(canvas, {(PlotLeft + PlotRight) / 2.0, panel.bottom + 54.0}, label, TextAnchor::Middle,
              Ink);
@@ -140,17 +123,10 @@ Axis TemperatureAxis(const std::vector<TemperatureReading>& readings, double tar
 
 } // namespace
 
-bool PlotFormatIsKnown(const std::string& path)
-{
-    const std::string ending = std::filesystem::path(path).extension().string();
-    return SameWord(ending, ".png") || SameWord(ending, ".svg");
-}
-
 bool SavePlot(const std::vector<TemperatureReading>& readings, double target,
               const std::string& title, const std::string& path, bool overwrite, std::string* error)
 {
-    const bool svg = SameWord(std::filesystem::path(path).extension().string(), ".svg");
-    Canvas canvas = MakeCanvas(svg ? CanvasKind::Svg : CanvasKind::Png, PlotWidth, PlotHeight);
+    Canvas canvas = MakeCanvas(KindOfPlot(path), PlotWidth, PlotHeight);
     const double last = readings.empty() ? 0.0 : readings.back().seconds;
     const TimeUnit unit = ChooseTimeUnit(last);
     const Axis time = MakeAxis(0.0, std::max(last / unit.seconds, 1.0), 8);

@@ -6,9 +6,6 @@
 
 #include "tools/cooling.h"
 
-// By the ending of the name, .png or .svg; false if it is neither.
-bool PlotFormatIsKnown(const std::string& path);
-
 bool SavePlot(const std::vector<TemperatureReading>& readings, double target,
               const std::string& title, const std::string& path, bool overwrite,
               std::string* error);

@@ -97,6 +97,13 @@ bool ChooseSensor(const Choice& choice, Session* session)
     return true;
 }
 
+bool ChooseByName(const CameraRequest& request, Session* session)
+{
+    const Choice platform = {request.platform, "--platform " + request.platform};
+    const Choice sensor = {request.sensor, "--sensor " + request.sensor};
+    return ChoosePlatform(platform, session) && ChooseSensor(sensor, session);
+}
+
 bool LoadConfig(const CameraRequest& request, Session* session, CameraConfig* config)
 {
     QV_InitCfg(config);
@@ -182,24 +189,25 @@ void CallOpen(const CameraRequest& request, uint32_t options, CameraConfig* conf
         QV_OpenByConfig(config, 0, OnExposure, OnProgress);
         return;
     }
-    const int32_t type =
-        request.interfaceType >= 0 ? request.interfaceType : UsualInterface(session.platform);
-    QV_Open(session.platform, session.sensor, request.interfaceAddress, type, 0, session.camera,
-            options | request.options, OnExposure, OnProgress);
+    QV_Open(session.platform, session.sensor, request.interfaceAddress,
+            InterfaceOf(request, session.platform), 0, session.camera, options | request.options,
+            OnExposure, OnProgress);
 }
 
 } // namespace
+
+int32_t InterfaceOf(const CameraRequest& request, int32_t platform)
+{
+    return request.interfaceType >= 0 ? request.interfaceType : UsualInterface(platform);
+}
 
 bool OpenSession(const CameraRequest& request, uint32_t options, Session* session)
 {
     CameraConfig config{};
     session->camera = request.camera;
     if (!ChooseFolder(request, session)) return false;
-    const Choice platform = {request.platform, "--platform " + request.platform};
-    const Choice sensor = {request.sensor, "--sensor " + request.sensor};
-    const bool chosen = request.configFile.empty()
-                            ? ChoosePlatform(platform, session) && ChooseSensor(sensor, session)
-                            : LoadConfig(request, session, &config);
+    const bool chosen = request.configFile.empty() ? ChooseByName(request, session)
+                                                   : LoadConfig(request, session, &config);
     if (!chosen) return false;
 
     BreakerStart();
@@ -220,6 +228,21 @@ bool OpenSession(const CameraRequest& request, uint32_t options, Session* sessio
         BreakerStop();
     }
     return usable;
+}
+
+bool LoadDefinitions(const CameraRequest& request, Session* session)
+{
+    session->camera = request.camera;
+    if (!ChooseFolder(request, session) || !ChooseByName(request, session)) return false;
+    if (QV_OpenPar(session->platform, session->sensor, session->camera) != 0) {
+        const int32_t code = QV_Status(session->camera);
+        Complain(Text("reading the definitions of %s", CameraText(*session).c_str()),
+                 LibraryText(code) + OpenFailureDetail(*session, code), LibraryAdvice(code));
+        return false;
+    }
+    QV_GetCCDdata(&session->ccd, session->camera);
+    QV_GetHPdata(&session->electronics, session->camera);
+    return DefinitionIsUsable(*session);
 }
 
 void CloseSession(const Session& session, bool keepCooling)

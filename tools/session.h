@@ -32,6 +32,13 @@ struct Session {
 // returns false; nothing is open then. A signal is taken note of from here on.
 bool OpenSession(const CameraRequest& request, uint32_t options, Session* session);
 
+// The kind of link: the request's, else the usual one of the platform.
+int32_t InterfaceOf(const CameraRequest& request, int32_t platform);
+
+// Reads what qvn.cfg says of the platform and the sensor of the request, without a camera.
+// On failure says why and returns false.
+bool LoadDefinitions(const CameraRequest& request, Session* session);
+
 // Closes. A cooler that this program switched on goes off, unless it shall keep its
 // last drive.
 void CloseSession(const Session& session, bool keepCooling);

@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "tools/breaker.h"
+#include "tools/canvas.h"
 #include "tools/commands.h"
 #include "tools/plot.h"
 #include "tools/report.h"
