@@ -135,8 +135,8 @@ bool Lock(uint16_t* own, uint32_t bytes, int32_t camera)
     lock->dwPages = PagesOf(bytes);
     CallDriver(WD_DMALock, lock, record.DmaRecordBytes, camera);
     if (lock->hDMA == 0) return false;
-    uint16_t* buffer =
-        own != nullptr ? own : reinterpret_cast<uint16_t*>(static_cast<uintptr_t>(lock->pUserAddr));
+    uint16_t* buffer = own;
+    if (own == nullptr) memcpy(&buffer, &lock->pUserAddr, sizeof buffer);
     if (buffer == nullptr || !IsOneBlock(*lock, PagesOf(bytes))) {
         CallDriver(WD_DMAUnlock, lock, record.DmaRecordBytes, camera);
         lock->hDMA = 0;
