@@ -1,11 +1,15 @@
 // The port-mapped interface card, eight ports from PortBase (InterfaceType 1).
+// SerialLink tells whether its cable is a serial one, as on the Tarn_III family it
+// may be.
 #pragma once
 #include <cstdint>
 
 #include "core/ops.h"
 
-extern const CameraOps PortCardOps;       // slots 4 to 7, 17 to 19, 25 to 29
-extern const CameraOps SerialPortCardOps; // Tarn_III: the same with serial replies
+extern const CameraOps PortCardOps; // slots 4 to 7, 17 to 19, 25 to 29
+
+// The same operations, for platforms whose cable may be serial.
+inline constexpr const CameraOps& SerialPortCardOps = PortCardOps;
 
 // Tests for the card and sets its modes. 0, 15 (no card), 19 (no io.dll), or 1 if
 // the system refuses the ports. `serial` sets SerialLink.

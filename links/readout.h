@@ -2,8 +2,7 @@
 #pragma once
 #include <cstdint>
 
+#include "core/status.h" // SetReadoutPriority
+
 // Returns the link to idle after a read, by InterfaceType.
 void ReadoutEnd(int32_t camera);
-
-// Raises or lowers process and thread under options 0x1000 and 0x0800.
-void SetReadoutPriority(int32_t on, int32_t camera);
