@@ -1,14 +1,21 @@
 // The platforms that have a driver, and the builder of each sensor they carry.
 #include "core/binding.h"
 #include "core/record.h"
+#include "drivers/briar.h"
+#include "drivers/briar_r3.h"
 #include "drivers/demo/demo.h"
 #include "sequencer/builders/builders.h"
 #include "sequencer/firmware_geometry.h"
 
 // clang-format off
 const PlatformBinding PlatformBindings[] = {
-    // code extra  decimals wiring link  polarity rules      close on USB
-    {   1,  Keep,  1,       Keep,  0,    Keep,    DemoRules, nullptr },
+    // code extra  decimals wiring link  polarity rules           close on USB
+    {   1,  Keep,  1,       Keep,  0,    Keep,    DemoRules,      nullptr },
+    {  40,  6,     1,       0,     Keep, Keep,    BriarPortRules, nullptr },
+    {  41,  6,     1,       0,     Keep, Keep,    BriarIsaRules,  nullptr },
+    {  42,  6,     1,       0,     Keep, Keep,    BriarPciRules,  nullptr },
+    {  44,  6,     1,       0,     Keep, Keep,    R3Rules,        nullptr },
+    {  47,  6,     1,       0,     Keep, Keep,    R3Rules,        nullptr },
     {},
 };
 

@@ -148,6 +148,8 @@ int32_t SetFrontEndGain(uint16_t highRange, uint16_t lowRange, int32_t camera);
 // One of the ten frequencies of BRIAR-R3's clock synthesiser, the nearest end for
 // an index outside 0 to 9. The time of a pixel in nanoseconds.
 uint16_t ProgramClockSynthesiser(int32_t index, int32_t camera);
+// Its 22 bits, least significant first, with a zero stuffed behind three ones.
+void SendSynthesiserWord(uint32_t word, int32_t camera);
 
 // --- exposure counter ---
 

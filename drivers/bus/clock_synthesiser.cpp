@@ -44,7 +44,9 @@ void SendControl(uint32_t control, int32_t camera)
     for (bool high : Frame) SendBit(high, camera);
 }
 
-void SendWord(uint32_t word, int32_t camera)
+} // namespace
+
+void SendSynthesiserWord(uint32_t word, int32_t camera)
 {
     uint32_t run = 0;
     for (uint32_t bit = 0; bit < WordBits; ++bit) {
@@ -58,13 +60,11 @@ void SendWord(uint32_t word, int32_t camera)
     }
 }
 
-} // namespace
-
 uint16_t ProgramClockSynthesiser(int32_t index, int32_t camera)
 {
     const Frequency& frequency = Frequencies[std::clamp(index, 0, LastFrequency)];
     SendControl(OpenControl, camera);
-    SendWord(frequency.word, camera);
+    SendSynthesiserWord(frequency.word, camera);
     SendControl(LoadControl, camera);
     System.clock.Sleep(SettleMs);
     SendControl(RunControl, camera);

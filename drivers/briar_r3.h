@@ -1,0 +1,5 @@
+// BRIAR-R3 and R3-PLUS (platforms 44, 47).
+#pragma once
+#include "core/binding.h"
+
+extern const BindingRule R3Rules[];
