@@ -54,10 +54,11 @@ TEST_F(LibraryFolder, LongerPathLeavesTheOldOne)
 
 TEST_F(LibraryFolder, LongestPathIsUsedWhole)
 {
-    QV_SetPathName(std::string(1023, 'a').c_str());
+    const std::string folder(1023, 'a');
+    QV_SetPathName(folder.c_str());
     char file[FileNameRoom];
     ComposeLibraryFile(file, "camera.cfg");
-    EXPECT_EQ(std::string(file), std::string(1023, 'a') + "/camera.cfg");
+    EXPECT_EQ(std::string(file), folder + "/camera.cfg");
     EXPECT_EQ(QV_OpenPar(DemoPlatform, SmallSensor, 0), 1);
     EXPECT_EQ(QV_Status(0), 5);
 }
