@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "emulator/traffic.h"
 #include "emulator/world.h"
 
 namespace {
@@ -103,6 +104,7 @@ uint32_t TickCount()
 
 void Sleep(uint32_t milliseconds)
 {
+    EmuNote("sleep %u", milliseconds);
     ++Now.sleeps;
     Now.lastSleep = milliseconds;
     EmuSpend(milliseconds == 0 ? 1 : milliseconds * UsPerMs);
@@ -110,6 +112,7 @@ void Sleep(uint32_t milliseconds)
 
 void SleepMicroseconds(uint32_t microseconds)
 {
+    EmuNote("delay %u", microseconds);
     EmuSpend(microseconds == 0 ? 1 : microseconds);
 }
 
@@ -156,6 +159,16 @@ void EmuSpend(uint64_t microseconds)
 {
     if (RealTime) return;
     AdvanceTo(Now.now + microseconds);
+    EmuRunDma();
+}
+
+void EmuWait(uint32_t microseconds)
+{
+    if (RealTime) {
+        EmuNative().clock.SleepMicroseconds(microseconds);
+    } else {
+        EmuSpend(microseconds);
+    }
 }
 
 ClockApi EmuClock()

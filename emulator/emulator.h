@@ -8,13 +8,13 @@
 // An empty world at time 0: no instruments, no faults, default costs.
 void EmuReset();
 
-// Points `System` at the virtual world. Real time: the same world with clock,
-// timer of the operating system.
+// Points `System` at the virtual world. Real time: the same world with clock and
+// timer of the operating system, and instruments that keep pace with it.
 void EmuInstall();
 void EmuInstallRealTime();
 
 // --- time ---
-uint64_t EmuMicroseconds();
+uint64_t EmuMicroseconds();                       // since reset; in real time that which has passed
 void EmuSetTickCost(uint32_t microseconds);       // of one TickCount; 10 after reset
 void EmuSetTimerPhase(uint32_t microseconds);     // the first tick comes this much early
 void EmuSetFirstTickCount(uint32_t milliseconds); // TickCount at time 0
@@ -41,7 +41,21 @@ void EmuSetCurrentDirectory(const char* path);   // null: it cannot be told
 void EmuSetEnterableDirectory(const char* path); // the one that can be entered; null: none
 
 // --- faults ---
-enum EmuCall : int32_t { EmuAllocate, EmuBeginReplace, EmuCommitReplace, EmuCallCount };
+enum EmuCall : int32_t {
+    EmuAllocate,
+    EmuBeginReplace,
+    EmuCommitReplace,
+    EmuDeviceOpen,    // the card's kernel driver cannot be opened
+    EmuDeviceControl, // the driver does not answer: -1, the record as it was
+    EmuDmaLock,       // the driver answers, but no buffer is locked
+    EmuRegisterRead,  // all ones
+    EmuRegisterWrite, // does not arrive
+    EmuPortRead,      // all ones
+    EmuPortWrite,     // does not arrive
+    EmuLibraryLoad,   // not found
+    EmuAnyCall,       // each call of the kinds from EmuDeviceOpen on, as its kind fails
+    EmuCallCount
+};
 
 // Makes the `at`-th call from now on fail (1: the next one), and with `lasts`
 // every later one; 0 takes the fault away.

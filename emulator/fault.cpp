@@ -22,6 +22,12 @@ bool EmuFails(EmuCall call)
     return fault.lasts ? occurrence >= fault.at : occurrence == fault.at;
 }
 
+bool EmuDeviceFails(EmuCall call)
+{
+    const bool any = EmuFails(EmuAnyCall);
+    return EmuFails(call) || any;
+}
+
 void EmuFail(EmuCall call, uint32_t at, bool lasts)
 {
     Plan[call].at = at;

@@ -1,70 +1,9 @@
-// The world as a whole: empty sockets where no instrument is plugged in.
+// The world as a whole, with empty sockets where there is no USB device.
 #include "emulator/world.h"
 
 namespace {
 
 constexpr uint32_t UsbNoDevice = 2; // "device not found"
-
-void* NoLibrary(const char*)
-{
-    EmuSpend(1);
-    return nullptr;
-}
-void* NoSymbol(void*, const char*)
-{
-    EmuSpend(1);
-    return nullptr;
-}
-void NoFree(void*)
-{
-    EmuSpend(1);
-}
-uint64_t NoDevice(const char*)
-{
-    EmuSpend(1);
-    return 0;
-}
-int32_t NoControl(uint64_t, uint32_t, void*, uint32_t)
-{
-    EmuSpend(1);
-    return -1;
-}
-void NoDeviceClose(uint64_t)
-{
-    EmuSpend(1);
-}
-uint32_t NoRegisterRead(uint64_t)
-{
-    EmuSpend(1);
-    return 0xFFFFFFFF;
-}
-void NoRegisterWrite(uint64_t, uint32_t)
-{
-    EmuSpend(1);
-}
-bool NoAcquire(uint16_t, uint16_t)
-{
-    EmuSpend(1);
-    return false;
-}
-void NoOut8(uint16_t, uint8_t)
-{
-    EmuSpend(1);
-}
-void NoOut16(uint16_t, uint16_t)
-{
-    EmuSpend(1);
-}
-uint8_t NoIn8(uint16_t)
-{
-    EmuSpend(1);
-    return 0xFF;
-}
-uint16_t NoIn16(uint16_t)
-{
-    EmuSpend(1);
-    return 0xFFFF;
-}
 
 uint32_t ListNothing(uint32_t* count)
 {
@@ -134,17 +73,17 @@ uint32_t NoInfo(uint64_t, char* serial, char* description)
     return UsbNoDevice;
 }
 
-SystemTable EmptyWorld()
+SystemTable VirtualWorld()
 {
     return {
         .clock = EmuClock(),
         .timer = EmuTimers(),
         .process = EmuProcess(),
         .file = EmuFiles(),
-        .library = {NoLibrary, NoSymbol, NoFree},
-        .device = {NoDevice, NoControl, NoDeviceClose},
-        .registers = {NoRegisterRead, NoRegisterWrite},
-        .port = {NoAcquire, NoOut8, NoOut16, NoIn8, NoIn16},
+        .library = EmuLibraries(),
+        .device = EmuDevices(),
+        .registers = EmuRegisters(),
+        .port = EmuPorts(),
         .usb = {ListNothing, NoOpen, NoCall, NoRead, NoWrite, NoCall, NoFlowControl, NoWord,
                 NoTwoWords, NoQueueStatus, NoLatency, NoBitMode, NoTwoWords, NoInfo, NoCall},
         .memory = EmuMemory(),
@@ -172,20 +111,23 @@ void EmuReset()
     EmuResetMemory();
     EmuResetFaults();
     EmuResetBusCameras();
+    EmuResetTraffic();
+    EmuResetCards();
+    EmuResetPorts();
 }
 
 void EmuInstall()
 {
     EmuNative();
     EmuUseRealTime(false);
-    System = EmptyWorld();
+    System = VirtualWorld();
 }
 
 void EmuInstallRealTime()
 {
     const SystemTable& native = EmuNative();
     EmuUseRealTime(true);
-    System = EmptyWorld();
+    System = VirtualWorld();
     System.clock = native.clock;
     System.timer = native.timer;
 }

@@ -13,8 +13,14 @@ void EmuSpend(uint64_t microseconds);
 // the world runs on it.
 uint64_t EmuNow();
 
+// The same for a delay that a caller asked for, which real time must not shorten.
+void EmuWait(uint32_t microseconds);
+
 // Counts a call that a plan may make fail; true if this one does.
 bool EmuFails(EmuCall call);
+
+// The same for a call to a device, which counts as EmuAnyCall too.
+bool EmuDeviceFails(EmuCall call);
 
 // The operating system's filling, whatever `System` points at.
 const SystemTable& EmuNative();
@@ -23,6 +29,10 @@ ClockApi EmuClock();
 TimerApi EmuTimers();
 ProcessApi EmuProcess();
 FileApi EmuFiles();
+LibraryApi EmuLibraries();
+DeviceApi EmuDevices();
+RegisterApi EmuRegisters();
+PortApi EmuPorts();
 MemoryApi EmuMemory();
 
 // Stops virtual time for good, or lets it run again.
@@ -33,3 +43,9 @@ void EmuResetProcess();
 void EmuResetMemory();
 void EmuResetFaults();
 void EmuResetBusCameras();
+void EmuResetTraffic();
+void EmuResetCards();
+void EmuResetPorts();
+
+// What instruments do on their own while time passes.
+void EmuRunDma();

@@ -124,7 +124,7 @@ TEST_F(VirtualClock, InRealTimeTheVirtualClockStandsStill)
     const int64_t wall = System.clock.WallSeconds();
     EXPECT_GE(wall, time(nullptr) - 5) << "the clock is the host's";
     System.clock.Sleep(2);
-    EXPECT_EQ(System.library.Load("io"), nullptr) << "the world is the virtual one";
+    EXPECT_NE(System.library.Load("io"), nullptr) << "the world is the virtual one";
     EXPECT_EQ(EmuMicroseconds(), 0u);
     EmuInstall();
     EXPECT_EQ(Cost([] { System.clock.Sleep(2); }), 2000u);

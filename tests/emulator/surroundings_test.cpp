@@ -7,6 +7,7 @@
 #include <iterator>
 #include <sstream>
 
+#include "emulator/bus_links.h"
 #include "tests/emulator/world.h"
 
 namespace {
@@ -212,8 +213,11 @@ TEST_F(VirtualDirectories, CallsTakeAMicrosecondEach)
     EXPECT_EQ(Cost([] { System.process.SetPriority(32, 0); }), 1u);
 }
 
-TEST_F(EmptySockets, NoLibraryNoCardNoPort)
+TEST_F(EmptySockets, NoLibraryNoDriverNoPort)
 {
+    EmuHavePortLibrary(false);
+    EmuHaveCardDriver(false);
+    EmuRefusePorts(true);
     EXPECT_EQ(System.library.Load("io"), nullptr);
     EXPECT_EQ(System.library.Symbol(nullptr, "PortOut"), nullptr);
     System.library.Free(nullptr);

@@ -1,0 +1,85 @@
+// The traffic record. The last line stays open until a different one comes, so
+// that a poll loop is one line however long it runs.
+#include "emulator/traffic.h"
+
+#include <atomic>
+#include <cstdarg>
+#include <cstdio>
+#include <mutex>
+
+#include "emulator/world.h"
+
+namespace {
+
+struct Record {
+    std::string text; // closed lines
+    std::string open; // the last line, without its count
+    uint64_t count;   // of the open line; 0: there is none
+    void (*sink)(const char* text);
+};
+Record Kept;
+std::mutex Lock;
+std::atomic<bool> Storing, Listening;
+
+std::string Folded(const Record& record)
+{
+    if (record.count < 2) return record.open;
+    return record.open + " x " + std::to_string(record.count);
+}
+
+void CloseLine()
+{
+    if (Kept.count == 0) return;
+    const std::string line = Folded(Kept);
+    if (Storing) Kept.text += line + '\n';
+    if (Kept.sink != nullptr) Kept.sink(line.c_str());
+    Kept.count = 0;
+}
+
+} // namespace
+
+void EmuRecord(bool on)
+{
+    const std::lock_guard<std::mutex> guard(Lock);
+    CloseLine();
+    Storing = on;
+}
+
+void EmuRecordTo(void (*line)(const char* text))
+{
+    const std::lock_guard<std::mutex> guard(Lock);
+    CloseLine();
+    Kept.sink = line;
+    Listening = line != nullptr;
+}
+
+void EmuNote(const char* format, ...)
+{
+    if (!Storing && !Listening) return;
+    char line[512];
+    va_list arguments;
+    va_start(arguments, format);
+    vsnprintf(line, sizeof line, format, arguments);
+    va_end(arguments);
+    const std::lock_guard<std::mutex> guard(Lock);
+    if (Kept.count == 0 || Kept.open != line) {
+        CloseLine();
+        Kept.open = line;
+    }
+    ++Kept.count;
+}
+
+std::string EmuTraffic()
+{
+    const std::lock_guard<std::mutex> guard(Lock);
+    if (Kept.count == 0 || !Storing) return Kept.text;
+    return Kept.text + Folded(Kept) + '\n';
+}
+
+void EmuResetTraffic()
+{
+    const std::lock_guard<std::mutex> guard(Lock);
+    Kept = {};
+    Storing = false;
+    Listening = false;
+}
