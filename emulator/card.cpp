@@ -290,7 +290,7 @@ uint32_t EmuReadCard(EmuCardState* card, uint32_t offset)
     switch (offset) {
     case DmaCount: return card->dmaCount;
     case DmaAddress: return card->dmaAddress;
-    case DmaAux: return 0;
+    case DmaAux:
     case DmaControl: return 0;
     case Data: return ReadData(card);
     case Control: return ReadControl(card);

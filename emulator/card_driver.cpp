@@ -19,6 +19,7 @@ constexpr uint32_t Vendor = 0x11E3;
 constexpr uint32_t PhysicalBase = 0xD0000000, UserBase = 0x50000000, WindowBytes = 0x1000;
 constexpr uint64_t FirstDmaAddress = 0x01000000;
 constexpr uint32_t PageBytes = 4096;
+constexpr uint64_t GapBytes = 8191; // behind each locked block, up to a whole page
 constexpr uint32_t LargestLock = 1u << 30;
 
 // Records, by byte offsets.
@@ -118,8 +119,10 @@ int32_t Scan(uint64_t, uint8_t* record, uint32_t)
         if (vendor != Vendor || device != World.cards[i].setup.deviceId) continue;
         Put(record, ScanIds + 8 * found, vendor);
         Put(record, ScanIds + 8 * found + 4, device);
-        const uint32_t slot[] = {1, static_cast<uint32_t>(i) + 1, 0}; // bus, slot, function
-        memcpy(record + ScanSlots + 12 * found, slot, sizeof slot);
+        const uint32_t slot = ScanSlots + 12 * found; // bus, slot, function
+        Put(record, slot, 1);
+        Put(record, slot + 4, static_cast<uint32_t>(i) + 1);
+        Put(record, slot + 8, 0);
         ++found;
     }
     Put(record, ScanCount, found);
@@ -161,10 +164,12 @@ int32_t Register(uint64_t device, uint8_t* record, uint32_t)
 
 int32_t Debug(uint64_t, uint8_t* record, uint32_t)
 {
-    const char* text = reinterpret_cast<const char*>(record);
-    uint32_t length = 0;
-    while (length < 256 && text[length] >= ' ') ++length;
-    EmuNote("card debug %.*s", static_cast<int>(length), text);
+    char text[256 + 1] = {};
+    memcpy(text, record, 256);
+    for (char& letter : text) {
+        if (letter < ' ') letter = '\0'; // the line ends there
+    }
+    EmuNote("card debug %s", text);
     return 0;
 }
 
@@ -175,7 +180,7 @@ uint64_t FreePhysical()
         const uint64_t end = lock.physical + lock.bytes;
         if (end > physical) physical = end;
     }
-    return (physical + 2 * PageBytes - 1) / PageBytes * PageBytes; // a gap behind each
+    return (physical + GapBytes) / PageBytes * PageBytes;
 }
 
 // One entry for a buffer of the driver's own, one a page for a buffer of the caller's.
@@ -210,22 +215,19 @@ int32_t LockBuffer(uint64_t device, uint8_t* record, uint32_t)
     const uint32_t bytes = Get(record, LockBytes), options = Get(record, LockOptions);
     EmuNote("card lock %u %u", bytes, options);
     Put(record, LockHandle, 0);
-    uint64_t address;
-    memcpy(&address, record + LockUser, sizeof address);
+    uint8_t* memory;
+    memcpy(&memory, record + LockUser, sizeof memory);
     const bool user = options == UserBuffer;
-    if ((!user && options != KernelBuffer) || user != (address != 0)) {
+    if ((!user && options != KernelBuffer) || user != (memory != nullptr)) {
         EmuNote("stray card lock");
         return 0;
     }
     if (EmuFails(EmuDmaLock) || !Lockable(bytes, device)) return 0;
-    Lock lock = {World.lastLock + 1, device, FreePhysical(), bytes, nullptr, {}};
-    if (user) {
-        lock.memory = reinterpret_cast<uint8_t*>(address);
-    } else {
+    Lock lock = {World.lastLock + 1, device, FreePhysical(), bytes, memory, {}};
+    if (!user) {
         lock.own.assign(bytes, 0xA5); // whatever was there before
         lock.memory = lock.own.data();
-        address = reinterpret_cast<uint64_t>(lock.memory);
-        memcpy(record + LockUser, &address, sizeof address);
+        memcpy(record + LockUser, &lock.memory, sizeof lock.memory);
     }
     if (!FillPages(record, lock, user)) return 0;
     Put(record, LockHandle, ++World.lastLock);

@@ -50,11 +50,10 @@ void EmuWritePortCard(EmuPortCard* card, uint16_t offset, uint8_t value)
 void EmuWritePortCardWord(EmuPortCard* card, uint16_t word)
 {
     const uint8_t mode = card->modes[LinkControl];
-    if (!IsSetUp(*card)) {
+    const bool reading = (mode & Reading) != 0;
+    if (!IsSetUp(*card) || (reading && (!card->serial || word != 0))) {
         EmuNote("stray port card word %04X", word);
-    } else if ((mode & Reading) != 0 && (!card->serial || word != 0)) {
-        EmuNote("stray port card word %04X", word);
-    } else if ((mode & Reading) != 0) {
+    } else if (reading) {
         if (card->turned || card->taking) return;
         card->replyWaits = EmuAnswers(card->camera);
         card->reply = EmuFetch(card->camera);
