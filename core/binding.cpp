@@ -81,6 +81,7 @@ void BindRow(const PlatformBinding& row, const BuilderRow* builders, uint32_t op
     for (const BindingRule* rule = row.rules; rule->ops != nullptr; ++rule) {
         if (Applies(*rule, *record, options)) OverlayOps(&record->Ops, *rule->ops);
     }
+    record->Extras = row.extras;
     BindBuilder(builders, row.platform, record);
 }
 

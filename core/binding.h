@@ -31,6 +31,7 @@ struct PlatformBinding {
     int32_t alternatePolarity;
     const BindingRule* rules;         // ended by a rule without ops
     void (*closeUsb)(int32_t camera); // what CloseLink calls on InterfaceType 6
+    const DriverExtras* extras = nullptr;
 };
 
 // One row of the builder table. The first row that fits wins.

@@ -14,6 +14,8 @@
 #include "core/timer_service.h"
 #include "devices/binning.h"
 #include "devices/camera_memory.h"
+#include "devices/direct_access.h"
+#include "devices/fan.h"
 #include "devices/gain.h"
 #include "devices/shutter.h"
 #include "devices/temperature.h"
@@ -146,13 +148,28 @@ CAMERA_EXPORT(void, QV_SetBinning, SetBinning, (int32_t horizontal, int32_t vert
 CAMERA_EXPORT(void, QV_GetBinning, GetBinning, (int32_t* horizontal, int32_t* vertical, int32_t camera), (horizontal, vertical, camera))
 CAMERA_EXPORT(int32_t, QV_SetGain, SetGain, (int32_t index, int32_t camera), (index, camera))
 CAMERA_EXPORT(int32_t, QV_GetGain, GetGain, (int32_t camera), (camera))
+CAMERA_EXPORT(void, QV_SetUsrGain, SetUsrGain, (int32_t gain, int32_t high, int32_t offset, int32_t camera), (gain, high, offset, camera))
+CAMERA_EXPORT(void, QV_SetFanSpeed, SetFanSpeed, (double percent, int32_t camera), (percent, camera))
 
 // interface card
 CAMERA_EXPORT(uint32_t, QV_GetKZBPCIAddress, GetKZBPCIAddress, (int32_t camera), (camera))
 CAMERA_EXPORT(uint32_t, QV_GetKZBPCIRevision, GetKZBPCIRevision, (int32_t selected, int32_t camera), (selected, camera))
 
-// camera memory
+// camera memory, registers
 CAMERA_EXPORT(uint16_t, QV_ReadEP, ReadEP, (int32_t address, int32_t camera), (address, camera))
+CAMERA_EXPORT(void, QV_WriteEP, WriteEP, (int32_t address, int32_t value, int32_t camera), (address, value, camera))
+CAMERA_EXPORT(int32_t, QV_GetSerNum, GetSerNum, (int32_t camera), (camera))
+CAMERA_EXPORT(void, QV_SetSerNum, SetSerNum, (int32_t serial, int32_t format, int32_t camera), (serial, format, camera))
+CAMERA_EXPORT(void, QV_WRReg, WRReg, (int32_t reg, int32_t value, int32_t camera), (reg, value, camera))
+CAMERA_EXPORT(uint16_t, QV_RDReg, RDReg, (int32_t reg, int32_t camera), (reg, camera))
+CAMERA_EXPORT(uint16_t, QV_RMReg, RMReg, (int32_t reg, int32_t camera), (reg, camera))
+CAMERA_EXPORT(void, QV_WMReg, WMReg, (int32_t reg, int32_t value, int32_t camera), (reg, value, camera))
+CAMERA_EXPORT(uint32_t, QV_GetStatus, GetStatus, (int32_t number, int32_t camera), (number, camera))
+CAMERA_EXPORT(void, QV_Poke, Poke, (int32_t address, int32_t value, int32_t camera), (address, value, camera))
+CAMERA_EXPORT(int32_t, QV_Peek, Peek, (int32_t address, int32_t camera), (address, camera))
+CAMERA_EXPORT(void, QV_PokeW, PokeW, (int32_t address, int32_t value, int32_t camera), (address, value, camera))
+CAMERA_EXPORT(int32_t, QV_PeekW, PeekW, (int32_t address, int32_t camera), (address, camera))
+CAMERA_EXPORT(int32_t, QV_GetAD, GetAD, (int32_t channel, int32_t camera), (channel, camera))
 
 NOT_BUILT(void, QV_Kinetics, (int32_t, double, int32_t, int32_t, int32_t, int32_t, int32_t, uint16_t**, int32_t))
 NOT_BUILT(void, QV_KineticsCCD, (int32_t, double, int32_t, int32_t, uint16_t*, int32_t))
@@ -172,22 +189,7 @@ NOT_BUILT(void, QV_SetFW, (int32_t, int32_t, int32_t, int32_t))
 NOT_BUILT(int32_t, QV_IsThereFW, (int32_t))
 NOT_BUILT(void, QV_ObjectiveControl, (int32_t, uint16_t, int32_t))
 NOT_BUILT(int32_t, QV_Plug, (int32_t, uint32_t*, int32_t))
-NOT_BUILT(void, QV_SetUsrGain, (int32_t, int32_t, int32_t, int32_t))
-NOT_BUILT(void, QV_SetFanSpeed, (double, int32_t))
-NOT_BUILT(void, QV_WriteEP, (int32_t, int32_t, int32_t))
-NOT_BUILT(int32_t, QV_GetSerNum, (int32_t))
-NOT_BUILT(void, QV_SetSerNum, (int32_t, int32_t, int32_t))
-NOT_BUILT(void, QV_WRReg, (int32_t, int32_t, int32_t))
-NOT_BUILT(uint16_t, QV_RDReg, (int32_t, int32_t))
-NOT_BUILT(uint16_t, QV_RMReg, (int32_t, int32_t))
-NOT_BUILT(void, QV_WMReg, (int32_t, int32_t, int32_t))
-NOT_BUILT(uint32_t, QV_GetStatus, (int32_t, int32_t))
-NOT_BUILT(void, QV_Poke, (int32_t, int32_t, int32_t))
-NOT_BUILT(int32_t, QV_Peek, (int32_t, int32_t))
-NOT_BUILT(void, QV_PokeW, (int32_t, int32_t, int32_t))
-NOT_BUILT(int32_t, QV_PeekW, (int32_t, int32_t))
 NOT_BUILT(int32_t, QV_QuerySts, (int32_t, int32_t))
-NOT_BUILT(int32_t, QV_GetAD, (int32_t, int32_t))
 // clang-format on
 
 namespace {

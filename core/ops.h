@@ -56,6 +56,14 @@ struct CameraOps {
     // clang-format on
 };
 
+// What some drivers have besides their slots; null: the camera has none.
+struct DriverExtras {
+    uint16_t (*ReadMemory)(int32_t address, int32_t camera) = nullptr; // a word of camera memory
+    void (*WriteMemory)(int32_t address, uint16_t value, int32_t camera) = nullptr;
+    int32_t (*SerialNumber)(int32_t camera) = nullptr; // where it is no word of that memory
+    void (*SetFan)(double percent, int32_t camera) = nullptr;
+};
+
 using OpsSlot = void (*)();
 inline constexpr size_t OpsSlots = 70;
 static_assert(sizeof(CameraOps) == OpsSlots * sizeof(OpsSlot));

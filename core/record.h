@@ -151,6 +151,7 @@ struct CameraRecord {
     PlatformDefinition Platform; // directly before the sensor's
     CcdDefinition Ccd;
     CameraOps Ops;
+    const DriverExtras* Extras; // of the platform that was bound last; null: none
     ArrayDescription ArrayConfig;
     int32_t CurrentArrayCamera;
 };

@@ -4,6 +4,12 @@
 #include "core/record.h"
 #include "core/timer_service.h"
 
+namespace {
+
+constexpr int32_t UserGainIndex = 4;
+
+} // namespace
+
 int32_t SetGain(int32_t index, int32_t camera)
 {
     CameraRecord& record = CameraTable[camera];
@@ -20,4 +26,17 @@ int32_t GetGain(int32_t camera)
 {
     const CameraRecord& record = CameraTable[camera];
     return record.ArrayMode != 0 ? record.ArrayGain[camera] : record.GainIndex;
+}
+
+void SetUsrGain(int32_t gain, int32_t high, int32_t offset, int32_t camera)
+{
+    CameraRecord& record = CameraTable[camera];
+    StopNow(camera);
+    Select(camera);
+    record.UserGain = static_cast<uint8_t>(gain & 0xFF);
+    record.UserGainHigh = static_cast<int8_t>(high & 0xFF);
+    record.UserOffset = static_cast<uint16_t>(offset & 0xFFFF);
+    record.GainIndex = UserGainIndex;
+    record.Ops.SetGain(camera);
+    StartNow(camera);
 }

@@ -995,7 +995,7 @@ QVN_API uint32_t QV_GetKZBPCIRevision(int32_t selected, int32_t camera);
  * Words of the camera's own memory: 0 temperature offset and 1 span in tenths, 7 and 8 serial
  * number, 9 kind of temperature sensor, 10 format of the serial number. Reading gives 65535 or 0
  * where there is no memory. Writing erases the word first; on the simulated camera and on
- * platforms 61, 200 and 400 it does nothing. Hold the service off around them.
+ * platforms 61, 200 and 400 it does nothing. Both hold the service off.
  */
 QVN_API uint16_t QV_ReadEP(int32_t address, int32_t camera);
 QVN_API void QV_WriteEP(int32_t address, int32_t value, int32_t camera);
@@ -1006,14 +1006,14 @@ QVN_API int32_t QV_GetSerNum(int32_t camera);
 /*
  * Stores a serial number. `format` 0: binary. Otherwise decimal: the upper word is serial /
  * 100000, the lower one serial - upper, cut to 16 bits, so that only numbers below 65535 read back
- * as stored. Holds the service off.
+ * as stored. Holds the service off and sleeps 150 ms.
  */
 QVN_API void QV_SetSerNum(int32_t serial, int32_t format, int32_t camera);
 
 /*
  * Camera registers. QV_WRReg and QV_RDReg write and read the camera, QV_WMReg and QV_RMReg the
- * library's image of its registers 0 to 31; others read 0 and write nothing. These, and all that
- * follow, do not hold the service off unless said.
+ * library's image of its registers: 32, or 256 of a byte on platforms 70 and 71; other numbers are
+ * taken modulo that. These, and all that follow, do not hold the service off unless said.
  */
 QVN_API void QV_WRReg(int32_t reg, int32_t value, int32_t camera);
 QVN_API uint16_t QV_RDReg(int32_t reg, int32_t camera);

@@ -184,19 +184,14 @@ void DemoSetCooler(int32_t on, int32_t camera)
     record.Ops.WriteRegister(0, control, camera);
 }
 
-bool IsRegister(int32_t reg)
-{
-    return reg >= 0 && reg < RegisterCount;
-}
-
 uint16_t DemoReadRegister(int32_t reg, int32_t camera)
 {
-    return IsRegister(reg) ? CameraTable[camera].Registers[reg] : uint16_t{0};
+    return CameraTable[camera].Registers[reg & (RegisterCount - 1)];
 }
 
 void DemoWriteRegister(int32_t reg, int32_t value, int32_t camera)
 {
-    if (IsRegister(reg)) CameraTable[camera].Registers[reg] = static_cast<uint16_t>(value);
+    CameraTable[camera].Registers[reg & (RegisterCount - 1)] = static_cast<uint16_t>(value);
 }
 
 // QV_SetGain keeps the index in range; one that is not amplifies nothing.

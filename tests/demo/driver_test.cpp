@@ -131,16 +131,17 @@ TEST_F(DemoSlots, RegistersAreTheRecords)
     EXPECT_EQ(ops.ReadRegister(31, 0), 0x2345);
 }
 
-TEST_F(DemoSlots, RegistersThatDoNotExistReadZeroAndAreNotWritten)
+// -1 is 31, 32 is 0, 1000 is 31 * 32 + 8.
+TEST_F(DemoSlots, RegisterNumbersAreTakenModuloThirtyTwo)
 {
-    const CameraRecord before = record;
-    for (int32_t reg : {-1, 32, INT32_MAX, INT32_MIN}) {
-        ops.WriteRegister(reg, 0xFFFF, 0);
-        EXPECT_EQ(ops.ReadRegister(reg, 0), 0);
-    }
-    EXPECT_EQ(record.LoadedGain, before.LoadedGain);
-    EXPECT_EQ(record.Registers[0], before.Registers[0]);
-    EXPECT_EQ(record.Registers[31], before.Registers[31]);
+    ops.WriteRegister(-1, 11, 0);
+    ops.WriteRegister(32, 12, 0);
+    ops.WriteRegister(1000, 13, 0);
+    EXPECT_EQ(record.Registers[31], 11);
+    EXPECT_EQ(record.Registers[0], 12);
+    EXPECT_EQ(record.Registers[8], 13);
+    EXPECT_EQ(ops.ReadRegister(INT32_MAX, 0), 11);
+    EXPECT_EQ(ops.ReadRegister(INT32_MIN, 0), 12);
 }
 
 TEST_F(DemoSlots, CoolerPowerIsStoredOnly)

@@ -4,6 +4,7 @@
 #include "core/record.h"
 #include "core/timer_service.h"
 #include "devices/binning.h"
+#include "devices/fan.h"
 #include "devices/gain.h"
 #include "tests/support/fake_camera.h"
 
@@ -26,6 +27,7 @@ protected:
 };
 
 using Gain = Binning;
+using Fan = Binning;
 
 } // namespace
 
@@ -207,4 +209,62 @@ TEST_F(Gain, InArrayModeIsKeptForTheCamerasNumber)
     EXPECT_EQ(CameraTable[5].GainIndex, 3);
     CameraTable[5].GainIndex = 1;
     EXPECT_EQ(GetGain(5), 3);
+}
+
+TEST_F(Gain, OfTheUserIsGainFourWithItsValuesCut)
+{
+    SetUsrGain(0x1FF, 0x101, 0x10203, 0);
+    EXPECT_EQ(record.UserGain, 0xFF);
+    EXPECT_EQ(record.UserGainHigh, 1);
+    EXPECT_EQ(record.UserOffset, 0x0203);
+    EXPECT_EQ(GetGain(0), 4);
+    SetUsrGain(0, 0x100, -1, 0);
+    EXPECT_EQ(record.UserGain, 0);
+    EXPECT_EQ(record.UserGainHigh, 0);
+    EXPECT_EQ(record.UserOffset, 0xFFFF);
+    EXPECT_EQ(FakeTexts(), (Texts{"SetGain 4", "SetGain 4"})); // each time
+}
+
+TEST_F(Gain, OfTheUserHoldsTheTimerOffAndSelectsTheHead)
+{
+    OpenFake(42, 0, 0, 5);
+    CameraTable[5].ArrayMode = 1;
+    CameraTable[5].TargetTemperature = -25.0;
+    SetUsrGain(1, 2, 3, 5);
+    EXPECT_EQ(CameraTable[5].SubTargetTemperature[0], -25.0);
+    EXPECT_EQ(Fake.calls[0].stopCount, 1);
+    EXPECT_EQ(StopCount[5], 0);
+}
+
+TEST_F(Fan, WithoutOneCostsAStopHandshakeOnly)
+{
+    for (const int32_t platform : {1, 22, 42, 44, 70, 400}) {
+        OpenFake(platform, 0, 0);
+        record.FanLevel = 77;
+        SetFanSpeed(50.0, 0);
+        EXPECT_TRUE(Fake.calls.empty()) << platform;
+        EXPECT_EQ(record.FanLevel, 77) << platform;
+        EXPECT_EQ(StopCount[0], 0) << platform;
+    }
+}
+
+TEST_F(Fan, OfADriverIsGivenThePercentsWithTheTimerHeldOff)
+{
+    static double given;
+    static int32_t stopCount;
+    given = 0.0;
+    const DriverExtras extras = {.SetFan = [](double percent, int32_t camera) {
+        given = percent;
+        stopCount = StopCount[camera];
+    }};
+    record.Extras = &extras;
+    SetFanSpeed(-43.75, 0);
+    EXPECT_EQ(given, -43.75); // not tested
+    EXPECT_EQ(stopCount, 1);
+    EXPECT_EQ(StopCount[0], 0);
+    const DriverExtras none = {};
+    record.Extras = &none;
+    SetFanSpeed(10.0, 0);
+    EXPECT_EQ(given, -43.75);
+    record.Extras = nullptr;
 }
