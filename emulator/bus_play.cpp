@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "emulator/bus_state.h"
+#include "emulator/traffic.h"
 #include "emulator/world.h"
 
 namespace {
@@ -67,6 +68,8 @@ void EmuStartSection(EmuBusState* camera, uint16_t page)
     camera->play.page = page;
     camera->play.end = camera->end;
     camera->play.repeat = camera->repeat;
+    EmuNote("  play page %u, %u words, %u times", page & 0xFFu, camera->end + 1u,
+            uint32_t{camera->repeat});
 }
 
 void EmuFinishSection(EmuBusState* camera)

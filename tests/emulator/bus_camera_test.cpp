@@ -1,4 +1,5 @@
 // A bus camera as a link meets it: cycles by hand.
+#include "emulator/traffic.h"
 #include "tests/emulator/bus_wire.h"
 
 namespace {
@@ -331,6 +332,15 @@ TEST_F(BusCamera, ArmedCameraStartsWithTheTrigger)
     EmuBusTrigger(camera, true);
     EmuBusStream(camera);
     EXPECT_EQ(Drain(), BothRows);
+}
+
+TEST_F(BusCamera, TrafficTellsTheSectionsPlayed)
+{
+    Plug();
+    LoadLine(3);
+    EmuRecord(true);
+    Run(3, 5, 13);
+    EXPECT_EQ(EmuTraffic(), "  play page 3, 14 words, 5 times\n");
 }
 
 TEST_F(BusCamera, ThereAreEight)
