@@ -344,7 +344,7 @@ uint32_t ReadRegister(uint64_t address)
         value = UINT32_MAX;
     }
     // What the card has transferred is looked at behind the register that says so.
-    std::atomic_thread_fence(std::memory_order_seq_cst);
+    __sync_synchronize();
     return value;
 }
 
@@ -353,7 +353,7 @@ void WriteRegister(uint64_t address, uint32_t value)
     uint32_t offset = 0;
     const CardWindow* window = FindWindow(address, &offset);
     if (window == nullptr) return;
-    std::atomic_thread_fence(std::memory_order_seq_cst);
+    __sync_synchronize();
     if (window->base != nullptr) {
         *reinterpret_cast<volatile uint32_t*>(window->base + offset) = value;
     } else {
