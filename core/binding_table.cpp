@@ -4,6 +4,13 @@
 #include "drivers/briar.h"
 #include "drivers/briar_r3.h"
 #include "drivers/demo/demo.h"
+#include "drivers/heron.h"
+#include "drivers/larch.h"
+#include "drivers/sep.h"
+#include "drivers/tarn3.h"
+#include "drivers/tarn4.h"
+#include "drivers/tarn4_plus.h"
+#include "drivers/unod.h"
 #include "sequencer/builders/builders.h"
 #include "sequencer/firmware_geometry.h"
 
@@ -11,11 +18,20 @@
 const PlatformBinding PlatformBindings[] = {
     // code extra  decimals wiring link  polarity rules           close on USB
     {   1,  Keep,  1,       Keep,  0,    Keep,    DemoRules,      nullptr },
+    {  22,  Keep,  2,       0,     Keep, 0,       Tarn3Rules,     nullptr },
+    {  23,  Keep,  2,       0,     Keep, 1,       Tarn3Rules,     nullptr },
+    {  24,  Keep,  2,       0,     Keep, 0,       Tarn4Rules,     nullptr },
+    {  25,  Keep,  2,       0,     Keep, 0,       Tarn4PlusRules, nullptr },
+    {  30,  6,     1,       0,     Keep, Keep,    LarchRules,     nullptr },
     {  40,  6,     1,       0,     Keep, Keep,    BriarPortRules, nullptr },
     {  41,  6,     1,       0,     Keep, Keep,    BriarIsaRules,  nullptr },
     {  42,  6,     1,       0,     Keep, Keep,    BriarPciRules,  nullptr },
     {  44,  6,     1,       0,     Keep, Keep,    R3Rules,        nullptr },
     {  47,  6,     1,       0,     Keep, Keep,    R3Rules,        nullptr },
+    {  60,  6,     1,       Keep,  Keep, Keep,    HeronRules,     nullptr },
+    {  70,  Keep,  1,       Keep,  Keep, Keep,    UnodRules,      nullptr },
+    {  71,  Keep,  1,       2,     Keep, Keep,    Unod2Rules,     nullptr },
+    {  80,  6,     2,       0,     Keep, Keep,    SepRules,       nullptr },
     {},
 };
 

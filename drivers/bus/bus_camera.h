@@ -55,14 +55,14 @@ int32_t LoadTarn4PlusPattern(const char* path, int32_t camera);
 // What the open of one platform does otherwise than the others.
 struct BusSetup {
     Cable cable;
-    bool serialPortCard; // a port card with InterfaceLink has a serial decoder
+    bool serialPortCard = false; // a port card with InterfaceLink has a serial decoder
     // Everything between selection and version: dividers, clocks, front end.
-    void (*program)(int32_t camera);
+    void (*program)(int32_t camera) = nullptr;
     // Reads span and offset from camera memory, and whatever else stands there.
-    void (*calibrate)(int32_t camera);
-    bool otherVersionOpens; // on a card, uncalibrated; on a port it never does
-    uint8_t coolerRegister; // its bits that attach keeps
-    uint16_t coolerBits;
+    void (*calibrate)(int32_t camera) = nullptr;
+    bool otherVersionOpens = false; // on a card, uncalibrated; on a port it never does
+    uint8_t coolerRegister = 12;    // its bits that attach keeps
+    uint16_t coolerBits = 0;
 };
 
 // Opens the link of InterfaceType, resets or attaches the camera, programs it,
@@ -84,6 +84,8 @@ struct BusRegisters {
 };
 void ProgramBusRegisters(const BusRegisters& values, int32_t camera);
 uint16_t BusPixelDivider(int32_t camera); // register 3
+// Span and offset until the camera's own are known, and WordPeriodNs.
+void PresetCalibration(int32_t camera);
 // Words 0 and 1 as tenths; a span that is not above 0 leaves both as they are.
 void CalibrateFromMemory(int32_t camera);
 
@@ -129,9 +131,10 @@ int32_t ReadBusWindow(const BusReader& reader, int32_t shutter, int32_t y, int32
 
 // Their parts. ExposeForRead: clear, trigger, exposure, announcement, each as the
 // options say. FetchFrame: from the start of the stream to the idle link.
-int32_t GrowDma(const ReadForm& form, const BusFrame& frame, int32_t camera); // 0 or 9
+int32_t GrowDma(uint64_t pixels, int32_t camera); // 0 or 9
 void ExposeForRead(int32_t shutter, int32_t camera);
 int32_t FetchFrame(const ReadForm& form, const BusFrame& frame, int32_t camera);
+void ReportLine(const BusFrame& frame, int32_t line, int32_t camera);
 void StartDma(uint64_t pixels, int32_t camera);
 int32_t AwaitFrameDma(uint64_t pixels, int32_t camera); // with progress; 0 or 2
 int32_t AwaitLineDma(int32_t camera);                   // 0 or 2
@@ -169,6 +172,7 @@ bool ConvertByPattern(uint32_t* mean, int32_t camera);
 // Stores (celsius + offset) * span of the sub-camera.
 void StoreTemperature(double celsius, int32_t camera);
 void SetBusCoolerPower(int32_t permille, int32_t camera); // slot 1
+uint32_t CoolerCode(int32_t permille);                    // 1 to 4095
 
 // --- arrays: up to eight cameras on the card's cable ---
 

@@ -91,10 +91,7 @@ int32_t SetUpBusCamera(const BusSetup& setup, int32_t attach, int32_t camera)
     if (IsPortLink(record)) StoreRegister(0, PortControl, camera);
     // A cooler that runs stays on; the next write of the register says so.
     if (attach != 0) record.Registers[setup.coolerRegister] |= setup.coolerBits;
-    const int32_t head = HeadIndex(record);
-    record.TemperatureSpan[head] = record.TemperatureSpanWord / 10.0;
-    record.TemperatureOffset[head] = record.TemperatureOffsetWord / 10.0;
-    record.WordPeriodNs = ToUint16(record.Platform.SamplingClock[0] * 1000);
+    PresetCalibration(camera);
     setup.program(camera);
     if (!IsVersion(camera)) {
         // A card camera of another version works, uncalibrated: required.
@@ -134,6 +131,15 @@ void ProgramBusRegisters(const BusRegisters& values, int32_t camera)
     if (values.extra12 != 0) SetRegisterBits(12, values.extra12, camera);
     SetRegisterBits(11, 0x10, camera);
     StoreRegister(16, 63, camera);
+}
+
+void PresetCalibration(int32_t camera)
+{
+    CameraRecord& record = CameraTable[camera];
+    const int32_t head = HeadIndex(record);
+    record.TemperatureSpan[head] = record.TemperatureSpanWord / 10.0;
+    record.TemperatureOffset[head] = record.TemperatureOffsetWord / 10.0;
+    record.WordPeriodNs = ToUint16(record.Platform.SamplingClock[0] * 1000);
 }
 
 void CalibrateFromMemory(int32_t camera)

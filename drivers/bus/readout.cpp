@@ -54,12 +54,6 @@ bool IsKept(const BusFrame& frame, int32_t line)
     return line >= frame.firstKept && line - frame.firstKept < frame.height;
 }
 
-void ReportLine(const BusFrame& frame, int32_t line, int32_t camera)
-{
-    if (line == 0 || line % frame.reportEvery != 0 || frame.height == 0) return;
-    ReportProgress(nullptr, static_cast<int32_t>(int64_t{line} * 100 / frame.height), camera);
-}
-
 uint64_t LockedPixels(const CameraRecord& record)
 {
     return record.DmaBuffer == nullptr ? 0 : record.DmaBytes / sizeof(uint16_t);
@@ -170,6 +164,11 @@ int32_t TransferPixels(const BusFrame& frame, int32_t camera)
 
 // --- frame and window ---
 
+uint64_t DmaPixelsOf(const ReadForm& form, const BusFrame& frame)
+{
+    return form.dmaPixels == nullptr ? 0 : form.dmaPixels(frame);
+}
+
 void StartLines(const BusReader& reader, int32_t lines, int32_t camera)
 {
     if (reader.beforeLines != nullptr) reader.beforeLines(camera);
@@ -277,10 +276,8 @@ BusFrame WindowFrame(int32_t width, int32_t height, uint16_t* buffer)
             .buffer = buffer};
 }
 
-int32_t GrowDma(const ReadForm& form, const BusFrame& frame, int32_t camera)
+int32_t GrowDma(uint64_t pixels, int32_t camera)
 {
-    if (form.dmaPixels == nullptr) return ErrorNone;
-    const uint64_t pixels = form.dmaPixels(frame);
     if (pixels <= LockedPixels(CameraTable[camera])) return ErrorNone;
     if (pixels > UINT32_MAX || AllocateDma(static_cast<uint32_t>(pixels), camera) != 0) {
         return ErrorDmaBuffer;
@@ -321,7 +318,7 @@ int32_t ReadBusFrame(const BusReader& reader, int32_t shutter, int32_t width, in
                      uint16_t* buffer, int32_t camera)
 {
     const BusFrame frame = FullFrame(width, height, buffer, camera);
-    const int32_t error = GrowDma(*reader.form, frame, camera);
+    const int32_t error = GrowDma(DmaPixelsOf(*reader.form, frame), camera);
     if (error != ErrorNone) return error;
     ExposeForRead(shutter, camera);
     StartLines(reader, LineCount(frame), camera);
@@ -333,7 +330,7 @@ int32_t ReadBusWindow(const BusReader& reader, int32_t shutter, int32_t y, int32
 {
     const CameraRecord& record = CameraTable[camera];
     const BusFrame frame = WindowFrame(width, height, buffer);
-    const int32_t error = GrowDma(*reader.form, frame, camera);
+    const int32_t error = GrowDma(DmaPixelsOf(*reader.form, frame), camera);
     if (error != ErrorNone) return error;
     const uint32_t flushed = static_cast<uint32_t>(std::max<int32_t>(record.Ccd.HorRegSize, 0));
     ExposeForRead(shutter, camera);
@@ -341,6 +338,12 @@ int32_t ReadBusWindow(const BusReader& reader, int32_t shutter, int32_t y, int32
     RunSequence(PixelSection, flushed, 1, camera);
     StartLines(reader, LineCount(frame), camera);
     return FetchAndEnd(reader, frame, camera);
+}
+
+void ReportLine(const BusFrame& frame, int32_t line, int32_t camera)
+{
+    if (line == 0 || line % frame.reportEvery != 0 || frame.height == 0) return;
+    ReportProgress(nullptr, static_cast<int32_t>(int64_t{line} * 100 / frame.height), camera);
 }
 
 // The card moves words of 32 bits: the last pixel of an odd count stays behind.

@@ -1,4 +1,5 @@
 // How a platform code fills the slots.
+#include <cstddef>
 #include <cstring>
 
 #include "catalogue/catalogue.h"
@@ -104,6 +105,7 @@ TEST_F(Binding, SecondPassGivesTheSameAsTheFirst)
     }
 }
 
+// A sensor that a platform does not carry leaves the builder's slot.
 TEST_F(Binding, EveryRowFillsTheSlotsOfASingleCamera)
 {
     for (const PlatformBinding* row = PlatformBindings; row->platform; ++row) {
@@ -113,7 +115,9 @@ TEST_F(Binding, EveryRowFillsTheSlotsOfASingleCamera)
         OpsSlot slots[OpsSlots];
         memcpy(static_cast<void*>(slots), static_cast<const void*>(&CameraTable[0].Ops),
                sizeof slots);
+        const bool carried = FindBuilder(row->platform, SmallSensor, 0) != nullptr;
         for (size_t slot = 0; slot <= 30; ++slot) {
+            if (slot == offsetof(CameraOps, BuildWave) / sizeof(OpsSlot) && !carried) continue;
             EXPECT_NE(slots[slot], nullptr) << row->platform << " slot " << slot;
         }
         CameraTable[0].Ops = UnboundOps;

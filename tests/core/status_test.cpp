@@ -5,6 +5,7 @@
 
 #include "core/record.h"
 #include "core/status.h"
+#include "emulator/bus_links.h"
 #include "emulator/emulator.h"
 #include "platform/system.h"
 #include "tests/support/demo_camera.h"
@@ -348,7 +349,8 @@ TEST_F(DriverVersion, OpenCameraUsesTheHandleItHas)
 
 TEST_F(DriverVersion, WithoutADriverTheVersionIsZeroAndTheTextEmpty)
 {
-    ResetLibrary(); // no kernel driver in the empty world
+    ResetLibrary();
+    EmuHaveCardDriver(false);
     char text[140] = "#";
     EXPECT_EQ(QV_WDVer(text, 0), 0u);
     EXPECT_STREQ(text, "");

@@ -1,0 +1,5 @@
+// Larch (platform 30).
+#pragma once
+#include "core/binding.h"
+
+extern const BindingRule LarchRules[];

@@ -1,0 +1,5 @@
+// Tarn_IV (platform 24).
+#pragma once
+#include "core/binding.h"
+
+extern const BindingRule Tarn4Rules[];

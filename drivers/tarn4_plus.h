@@ -1,0 +1,5 @@
+// Tarn_IV_PLUS (platform 25).
+#pragma once
+#include "core/binding.h"
+
+extern const BindingRule Tarn4PlusRules[];
