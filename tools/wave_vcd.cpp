@@ -1,5 +1,6 @@
 // qvn wave vcd: a pattern as a value change dump. Each section is a scope with a wire
-// for each line, and all begin at time 0.
+// for each line, and all begin at time 0. The wires have the section's name in theirs,
+// since some readers drop the scopes.
 #include <algorithm>
 #include <cmath>
 #include <map>
@@ -52,7 +53,7 @@ std::string HeadOf(const WavePattern& pattern, const WaveCamera& camera, const T
         std::replace(scope.begin(), scope.end(), '-', '_');
         head += Text("$scope module %s $end\n", scope.c_str());
         for (uint32_t line = 0; line < WordBits(pattern); ++line) {
-            head += Text("$var wire 1 %s %s $end\n", WireCode(part, line).c_str(),
+            head += Text("$var wire 1 %s %s_%s $end\n", WireCode(part, line).c_str(), scope.c_str(),
                          LineWord(camera, line).c_str());
         }
         head += "$upscope $end\n";
