@@ -53,10 +53,12 @@ void Release(const CardHost& host, CardClaim* claim)
     Enable(host, claim->address, "0");
 }
 
-// The lock on the window's file keeps other programs of this library off.
+// A driver of the kernel's would not know of us. The lock on the window's file
+// keeps other programs of this library off.
 bool Claim(const CardHost& host, const PciAddress& address, CardClaim* claim)
 {
     PciBar bars[PciBarCount];
+    if (HasDriver(host.sys, address)) return false;
     ReadPciBars(host.sys, address, bars);
     claim->device = OpenResource(host, address, bars);
     if (claim->device < 0) return false;

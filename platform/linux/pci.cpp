@@ -159,6 +159,13 @@ int OpenPciFile(SystemFolder sys, const PciAddress& address, const char* name, i
     return DevicePath(sys, address, name, path) ? open(path, flags | O_CLOEXEC) : -1;
 }
 
+bool HasDriver(SystemFolder sys, const PciAddress& address)
+{
+    char driver[PATH_MAX];
+    ReadLinkName(sys, address, "driver", driver);
+    return driver[0] != '\0';
+}
+
 bool IsPassedThrough(SystemFolder sys, const PciAddress& address)
 {
     char driver[PATH_MAX];
@@ -168,10 +175,9 @@ bool IsPassedThrough(SystemFolder sys, const PciAddress& address)
 
 bool PassThrough(SystemFolder sys, const PciAddress& address)
 {
-    char driver[PATH_MAX], choice[PATH_MAX], probe[PATH_MAX], device[PciNameRoom];
-    ReadLinkName(sys, address, "driver", driver);
+    char choice[PATH_MAX], probe[PATH_MAX], device[PciNameRoom];
     const int length = snprintf(probe, sizeof probe, "%s/bus/pci/drivers_probe", sys);
-    if (driver[0] != '\0' || length < 0 || length >= PATH_MAX ||
+    if (HasDriver(sys, address) || length < 0 || length >= PATH_MAX ||
         !DevicePath(sys, address, "driver_override", choice) || !WriteText(choice, UserDriver)) {
         return false;
     }

@@ -37,7 +37,10 @@ int OpenPciFile(SystemFolder sys, const PciAddress& address, const char* name, i
 inline constexpr size_t PciNameRoom = 48;
 void PrintPciName(const PciAddress& address, char name[PciNameRoom]);
 
-// Whether the kernel's driver for devices in user programs has it.
+// Whether a driver of the kernel has it.
+bool HasDriver(SystemFolder sys, const PciAddress& address);
+
+// Whether that is the one for devices in user programs.
 bool IsPassedThrough(SystemFolder sys, const PciAddress& address);
 
 // Hands a device that no driver has to that driver. False: no rights, no such

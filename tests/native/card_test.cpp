@@ -8,8 +8,9 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <memory>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -361,6 +362,13 @@ TEST_F(Card, CardOfAnotherProgramIsLocked)
     EXPECT_NE(Register(device).hCard, 0u) << "the other one is gone";
 }
 
+TEST_F(Card, CardOfAKernelDriverIsLocked)
+{
+    AddCard();
+    fs::create_symlink("../../bus/pci/drivers/other", Devices() / FirstCard / "driver");
+    EXPECT_EQ(Register(Open()).hCard, 0u);
+}
+
 TEST_F(Card, CardOfAnotherCameraIsLockedUntilItCloses)
 {
     AddCard();
@@ -505,4 +513,29 @@ TEST_F(Card, DebugLinesAreTaken)
     AddCard();
     WD_DEBUG_ADD line = {"text", 2, 256};
     EXPECT_EQ(Call(Open(), WD_DebugAdd, &line), 0);
+}
+
+// For the thread sanitizer: each camera has its own thread and card.
+TEST_F(Card, CamerasOpenAndCloseOnThreadsOfTheirOwn)
+{
+    constexpr uint32_t cards = 4;
+    char name[PciNameRoom];
+    for (uint32_t i = 0; i < cards; ++i) {
+        PrintPciName({0, 3, i, 0}, name);
+        AddCard(name, std::to_string(2001 + i));
+    }
+    std::vector<std::thread> cameras;
+    for (uint32_t i = 0; i < cards; ++i) {
+        cameras.emplace_back([i] {
+            for (uint32_t round = 0; round < 20; ++round) {
+                const uint64_t device = Open();
+                const uint64_t base = Base(Register(device, 2001 + i));
+                EXPECT_NE(base, 0u);
+                System.registers.Write(base + 4 * i, round);
+                EXPECT_EQ(System.registers.Read(base + 4 * i), round);
+                System.device.Close(device);
+            }
+        });
+    }
+    for (std::thread& camera : cameras) camera.join();
 }
