@@ -51,8 +51,7 @@ uint32_t GainOf(const CameraRecord& record)
     const int32_t index = record.GainIndex;
     if (index == UserGainIndex) {
         const int32_t gain = record.UserGain;
-        const int32_t high = record.UserGainHigh;
-        return static_cast<uint16_t>(gain + gain * high + high);
+        return static_cast<uint16_t>(gain + gain * record.UserGainHigh + record.UserGainHigh);
     }
     return Gains[index >= 0 && index < static_cast<int32_t>(std::size(Gains)) ? index : 0];
 }

@@ -11,7 +11,7 @@
 struct CameraRecord;
 
 // Sections in the order of the pattern's header.
-enum BusSequence : int32_t { IdleSection, RowSection, PixelSection, LineSection };
+enum BusSequence : uint32_t { IdleSection, RowSection, PixelSection, LineSection };
 
 // --- registers: `reg` is 0 to 31 ---
 

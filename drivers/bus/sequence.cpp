@@ -30,8 +30,9 @@ void RunSequence(BusSequence sequence, uint32_t repeat, int32_t wait, int32_t ca
 {
     if (repeat == 0) return;
     CameraRecord& record = CameraTable[camera];
-    const uint16_t start = record.SequenceTable[2 * sequence];
-    const uint32_t end = record.SequenceTable[2 * sequence + 1];
+    const uint16_t* entry = record.SequenceTable + size_t{2} * sequence;
+    const uint16_t start = entry[0];
+    const uint32_t end = entry[1];
     record.Registers[SequencerControl] &= static_cast<uint16_t>(~Run);
     PulseRegister(SequencerControl, ClearPointer, camera);
     StoreRegister(SequencerPage, start >> 8, camera);
