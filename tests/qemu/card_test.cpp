@@ -182,6 +182,14 @@ std::string CardFolder()
     return std::string("/sys/bus/pci/devices/") + name;
 }
 
+bool IsBusMaster()
+{
+    std::ifstream config(CardFolder() + "/config", std::ios::binary);
+    char command = 0;
+    config.seekg(4).read(&command, 1);
+    return (command & 4) != 0;
+}
+
 class GuestCard : public testing::Test {
 protected:
     void SetUp() override
@@ -221,6 +229,22 @@ TEST_F(GuestBoth, DriversMemoryTravelsBothWays)
     ExpectLock(dma, 2 * Bytes + 512);
     for (uint32_t i = 0; i < 2 * Bytes + 512; ++i) ASSERT_EQ(MemoryOf(dma)[i], 0) << "all zero";
     ExpectRoundTrip(edu, dma, 1);
+}
+
+TEST_F(GuestBoth, CardIsBusMasterWhileABlockIsLocked)
+{
+    const Edu edu = OpenEdu(0);
+    EXPECT_FALSE(IsBusMaster());
+    WD_DMA first = Lock(edu, 512, WD_DmaKernel, nullptr);
+    WD_DMA second = Lock(edu, 512, WD_DmaKernel, nullptr);
+    EXPECT_TRUE(IsBusMaster());
+    EXPECT_EQ(Call(edu.device, WD_DMAUnlock, &first), 0);
+    EXPECT_TRUE(IsBusMaster());
+    EXPECT_EQ(Call(edu.device, WD_DMAUnlock, &second), 0);
+    EXPECT_FALSE(IsBusMaster());
+    Lock(edu, 512, WD_DmaKernel, nullptr);
+    System.device.Close(edu.device);
+    EXPECT_FALSE(IsBusMaster());
 }
 
 TEST_F(GuestBoth, UnlockedMemoryIsNotReached)
