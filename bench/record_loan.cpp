@@ -1,9 +1,7 @@
 #include "bench/record_loan.h"
 
-#include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <iterator>
 
 #include "catalogue/definition_file.h"
 #include "core/binding.h"
@@ -11,9 +9,6 @@
 #include "core/flags.h"
 
 namespace {
-
-constexpr int32_t FurtherShifts = 6;
-constexpr int32_t PlatformsWithFurtherShifts[] = {30, 40, 41, 42, 44, 47, 60, 61, 80, 300, 450};
 
 void KeepFields(const CameraRecord& record, int32_t camera, RecordLoan* loan)
 {
@@ -36,17 +31,33 @@ void KeepFields(const CameraRecord& record, int32_t camera, RecordLoan* loan)
     loan->progress = record.Ops.ProgressCallback;
 }
 
+void SetIfTold(int32_t value, int32_t* field)
+{
+    if (value != Keep) *field = value;
+}
+
+// What the binding would set.
+void FurnishAsBound(const QvbWaveRequest& request, CameraRecord* record)
+{
+    int32_t polarity = 0;
+    const PlatformBinding* binding = FindPlatformBinding(request.Platform);
+    const BuilderRow* row = FindBuilder(request.Platform, request.Sensor, request.InterfaceType);
+    record->InterfaceType = request.InterfaceType;
+    record->WaveExtraCount = 0;
+    if (binding != nullptr) {
+        SetIfTold(binding->waveExtraCount, &record->WaveExtraCount);
+        SetIfTold(binding->alternatePolarity, &polarity);
+    }
+    if (row != nullptr) SetIfTold(row->waveExtraCount, &record->WaveExtraCount);
+    record->AlternatePolarity = static_cast<uint8_t>(polarity);
+}
+
 void Furnish(const QvbWaveRequest& request, CameraRecord* record)
 {
-    const int32_t sensor = request.Sensor;
-    const BuilderRow* row = FindBuilder(request.Platform, sensor, request.InterfaceType);
-    const bool told = row != nullptr && row->waveExtraCount != Keep;
-    record->InterfaceType = request.InterfaceType;
-    record->WaveExtraCount = told ? row->waveExtraCount : BenchExtraCount(request.Platform);
+    FurnishAsBound(request, record);
     record->WaveOption = 0;
     record->DnrMode = request.DnrMode;
     record->CameraVariant = request.CameraVariant;
-    record->AlternatePolarity = BenchAlternatePolarity(request.Platform) ? 1 : 0;
     record->Config.CcdOutput = request.CcdOutput;
     record->Config.CcdTechnology = request.CcdTechnology;
     record->Config.CcdBackFront = request.CcdBackFront;
@@ -103,17 +114,4 @@ void ReturnRecord(const RecordLoan& loan)
     record.Ccd = loan.ccd;
     record.Config = loan.config;
     record.Ops.ProgressCallback = loan.progress;
-}
-
-int32_t BenchExtraCount(int32_t platform)
-{
-    const bool further =
-        std::find(std::begin(PlatformsWithFurtherShifts), std::end(PlatformsWithFurtherShifts),
-                  platform) != std::end(PlatformsWithFurtherShifts);
-    return further ? FurtherShifts : 0;
-}
-
-bool BenchAlternatePolarity(int32_t platform)
-{
-    return platform == 23;
 }

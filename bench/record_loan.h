@@ -24,8 +24,3 @@ struct RecordLoan {
 // QVB_ERROR_DEFINITION. The request is a valid one.
 int32_t TakeRecord(const QvbWaveRequest& request, RecordLoan* loan);
 void ReturnRecord(const RecordLoan& loan);
-
-// Further shifts of the register behind its end.
-int32_t BenchExtraCount(int32_t platform);
-// Whether the platform's lines are of the other polarity.
-bool BenchAlternatePolarity(int32_t platform);

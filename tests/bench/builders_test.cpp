@@ -1,8 +1,6 @@
-// The tables of the workbench against the library's.
+// The limits that the workbench tells against the builders' own.
 #include "bench/builders.h"
-#include "bench/record_loan.h"
 #include "core/binding.h"
-#include "sequencer/builders/builders.h"
 #include "tests/support/wave_text.h"
 
 namespace {
@@ -12,18 +10,23 @@ protected:
     bool Fits(int32_t vbin) { return Build(GetParam().build, {.vbin = vbin}) == 0; }
 };
 
+int32_t AnySensor(const BuilderRow& row)
+{
+    return row.sensors == nullptr ? 255 : row.sensors[0];
+}
+
+const BenchBuilder* BuilderOf(const BuilderRow& row)
+{
+    return FindBenchBuilder(row.platform, AnySensor(row), row.link == AnyLink ? 0 : row.link);
+}
+
 std::vector<BuilderRow> FileBuilders()
 {
     std::vector<BuilderRow> rows;
     for (const BuilderRow* row = BuilderRows; row->platform != 0; ++row) {
-        if (row->build != BuildWaveNone) rows.push_back(*row);
+        if (BuilderOf(*row) != nullptr) rows.push_back(*row);
     }
     return rows;
-}
-
-int32_t AnySensor(const BuilderRow& row)
-{
-    return row.sensors == nullptr ? 255 : row.sensors[0];
 }
 
 std::string RowName(const testing::TestParamInfo<BuilderRow>& info)
@@ -37,9 +40,7 @@ std::string RowName(const testing::TestParamInfo<BuilderRow>& info)
 TEST_P(BenchBuilderLimits, AreThoseOfTheBuilders)
 {
     const BuilderRow& row = GetParam();
-    const int32_t link = row.link == AnyLink ? 0 : row.link;
-    const BenchBuilder* builder = FindBenchBuilder(row.platform, AnySensor(row), link);
-    ASSERT_NE(builder, nullptr);
+    const BenchBuilder* builder = BuilderOf(row);
     FitWaveSensor({.platform = row.platform, .sensor = AnySensor(row)});
     int32_t fits = 200, overflows = 65537;
     ASSERT_TRUE(Fits(fits));
@@ -58,21 +59,3 @@ TEST_P(BenchBuilderLimits, AreThoseOfTheBuilders)
 }
 
 INSTANTIATE_TEST_SUITE_P(All, BenchBuilderLimits, testing::ValuesIn(FileBuilders()), RowName);
-
-// A driver's row has the numbers that the workbench uses without it.
-TEST(BenchPlatforms, AgreeWithTheBinding)
-{
-    for (const PlatformBinding* row = PlatformBindings; row->platform != 0; ++row) {
-        if (row->waveExtraCount != Keep) {
-            EXPECT_EQ(row->waveExtraCount, BenchExtraCount(row->platform)) << row->platform;
-        }
-        if (row->alternatePolarity != Keep) {
-            EXPECT_EQ(row->alternatePolarity != 0, BenchAlternatePolarity(row->platform))
-                << row->platform;
-        }
-    }
-    EXPECT_EQ(BenchExtraCount(44), 6);
-    EXPECT_EQ(BenchExtraCount(24), 0);
-    EXPECT_TRUE(BenchAlternatePolarity(23));
-    EXPECT_FALSE(BenchAlternatePolarity(22));
-}
