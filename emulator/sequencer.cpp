@@ -1,7 +1,6 @@
 #include "emulator/sequencer.h"
 
 #include <fstream>
-#include <iterator>
 
 namespace {
 
@@ -23,8 +22,10 @@ const char* EmuLoadWave(const char* path, EmuPatternMemory* memory, EmuPattern* 
 {
     std::ifstream file(path, std::ios::binary);
     if (!file) return "the file cannot be opened";
-    const std::vector<uint8_t> bytes{std::istreambuf_iterator<char>(file),
-                                     std::istreambuf_iterator<char>()};
+    // A byte more than the largest pattern: what is longer needs not be read to its end.
+    std::vector<uint8_t> bytes(TableBytes + 2 * EmuPatternWords + 1);
+    file.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+    bytes.resize(static_cast<size_t>(file.gcount()));
     if (bytes.size() < TableBytes) return "the table is cut short";
     if (bytes[4] > 1) return "the words are neither of 8 nor of 16 bits";
     EmuPattern read{};

@@ -207,6 +207,11 @@ TEST_F(PlayWave, RefusesFilesThatAreNoPatternOfTheCamera)
     EXPECT_EQ(Play(RequestOf(200), scene()).code, QVB_ERROR_WAVE_FILE);
     std::filesystem::resize_file(path, 500);
     EXPECT_EQ(Play(request, scene()).code, QVB_ERROR_WAVE_FILE);
+    for (const char* file : {folder.c_str(), "/dev/zero", "/dev/null", ""}) {
+        const QvbScene from = scene();
+        QvbFrame frame{};
+        EXPECT_EQ(QVB_PlayWave(file, &request, &from, &frame), QVB_ERROR_WAVE_FILE) << file;
+    }
 }
 
 // The end of the row section, bytes 11 and 12, and its start, 9 and 10; the file has 1024 words.

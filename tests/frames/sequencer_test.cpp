@@ -141,6 +141,8 @@ TEST_F(EmuSequencer, RefusesWhatIsNoPattern)
 {
     memory->words[0] = 0x5A5A;
     EXPECT_NE(EmuLoadWave((folder + "/none").c_str(), memory.get(), &pattern), nullptr);
+    EXPECT_NE(EmuLoadWave(folder.c_str(), memory.get(), &pattern), nullptr);
+    EXPECT_NE(EmuLoadWave("/dev/zero", memory.get(), &pattern), nullptr);
     EXPECT_NE(Load({}), nullptr);
     EXPECT_NE(Load(std::vector<uint8_t>(28, 0)), nullptr);
     EXPECT_NE(Load(Table(1, 1)), nullptr);
