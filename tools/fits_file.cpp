@@ -69,7 +69,8 @@ void WriteGeometry(FitsWriter* writer, const FrameRecord& frame)
     WriteWord(writer, "SWCREATE", CreatorText(), "written by");
 }
 
-// Of a disk file no character has a meaning but a leading "!" and leading blanks.
+} // namespace
+
 std::string FitsName(const std::string& path)
 {
     return path[0] == '/' ? path : "./" + path;
@@ -81,8 +82,6 @@ std::string FitsText(int status)
     fits_get_errstatus(status, text);
     return Text("%s (cfitsio %d)", text, status);
 }
-
-} // namespace
 
 bool WriteFits(const FrameRecord& frame, const std::string& path, std::string* error)
 {

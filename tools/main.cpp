@@ -11,6 +11,7 @@
 #include "tools/report.h"
 #include "tools/text.h"
 #include "tools/wave.h"
+#include "tools/wave_make.h"
 
 namespace {
 
@@ -22,6 +23,7 @@ struct Requests {
     InfoRequest info;
     ExposeRequest expose;
     TemperatureRequest temperature;
+    WaveMakeRequests waveMakers;
     WaveViewRequests waveViews;
 };
 
@@ -182,9 +184,18 @@ void AddTemperature(CLI::App* app, TemperatureRequest* request)
 
 void AddWave(CLI::App* app, Requests* requests)
 {
-    auto* wave = app->add_subcommand("wave", "Looks at the clock patterns of cameras");
+    auto* wave =
+        app->add_subcommand("wave", "Builds clock patterns, plays them, and looks at them");
     wave->require_subcommand(1);
+    AddWaveMakers(wave, &requests->waveMakers);
     AddWaveViews(wave, &requests->waveViews);
+}
+
+int RunWave(const CLI::App& wave, const Requests& requests)
+{
+    if (wave.got_subcommand("build")) return RunWaveBuild(requests.waveMakers.build);
+    if (wave.got_subcommand("play")) return RunWavePlay(requests.waveMakers.play);
+    return RunWaveView(wave, requests.waveViews);
 }
 
 int Run(const CLI::App& app, const Requests& requests)
@@ -194,7 +205,7 @@ int Run(const CLI::App& app, const Requests& requests)
     if (app.got_subcommand("info")) return RunInfo(requests.info);
     if (app.got_subcommand("expose")) return RunExpose(requests.expose);
     if (app.got_subcommand("temperature")) return RunTemperature(requests.temperature);
-    return RunWaveView(*app.get_subcommand("wave"), requests.waveViews);
+    return RunWave(*app.get_subcommand("wave"), requests);
 }
 
 int ParseAndRun(int count, char** arguments)

@@ -7,21 +7,9 @@
 #include <cstring>
 
 #include "tools/image_files.h"
+#include "tools/png_errors.h"
 
 namespace {
-
-constexpr size_t MessageRoom = 256;
-
-// libpng jumps back over the functions that called it, so nothing in between may
-// need a destructor.
-[[noreturn]] void KeepMessageAndJump(png_structp png, png_const_charp message)
-{
-    auto* kept = static_cast<char*>(png_get_error_ptr(png));
-    std::snprintf(kept, MessageRoom, "%s", message);
-    png_longjmp(png, 1);
-}
-
-void Ignore(png_structp /*png*/, png_const_charp /*message*/) {}
 
 void WriteHeader(png_structp png, png_infop info, const PngPicture& picture)
 {
@@ -63,9 +51,9 @@ bool WritePng(const PngPicture& picture, const std::string& path, std::string* e
         *error = std::strerror(errno);
         return false;
     }
-    char message[MessageRoom] = "out of memory";
-    png_structp png =
-        png_create_write_struct(PNG_LIBPNG_VER_STRING, message, KeepMessageAndJump, Ignore);
+    char message[PngMessageRoom] = "out of memory";
+    png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, message, KeepPngMessageAndJump,
+                                              IgnorePngWarning);
     png_infop info = png != nullptr ? png_create_info_struct(png) : nullptr;
     bool written = info != nullptr && WriteRows(png, info, picture, file);
     if (png != nullptr) png_destroy_write_struct(&png, &info);

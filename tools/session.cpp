@@ -97,11 +97,14 @@ bool ChooseSensor(const Choice& choice, Session* session)
     return true;
 }
 
-bool ChooseByName(const CameraRequest& request, Session* session)
+bool ChooseByName(const CameraRequest& request, Session* session, CameraConfig* config)
 {
     const Choice platform = {request.platform, "--platform " + request.platform};
     const Choice sensor = {request.sensor, "--sensor " + request.sensor};
-    return ChoosePlatform(platform, session) && ChooseSensor(sensor, session);
+    QV_InitCfg(config);
+    if (!ChoosePlatform(platform, session) || !ChooseSensor(sensor, session)) return false;
+    config->InterfaceType = InterfaceOf(request, session->platform);
+    return true;
 }
 
 bool LoadConfig(const CameraRequest& request, Session* session, CameraConfig* config)
@@ -140,23 +143,6 @@ int32_t UsualInterface(int32_t platform)
     const bool usb =
         std::find(usbPlatforms.begin(), usbPlatforms.end(), platform) != usbPlatforms.end();
     return usb ? QV_INTERFACE_USB : QV_INTERFACE_PCI_CARD;
-}
-
-// What the status code alone does not tell.
-std::string OpenFailureDetail(const Session& session, int32_t code)
-{
-    const std::string file = session.folder + "/qvn.cfg";
-    if (code == QV_ERROR_PLATFORM_DEFINITION || code == QV_ERROR_CCD_DEFINITION) {
-        const int64_t state = QV_LoadPlatform(session.platform, session.sensor, session.camera);
-        return Text(", %s %s", file.c_str(),
-                    state == QV_FILE_NOT_PARSED ? "does not parse" : "cannot be opened");
-    }
-    if (code == QV_ERROR_CAMERA_NOT_FOUND && session.platform == QV_PLATFORM_DEMO) {
-        return Text(", the simulated camera needs the raw image that %s names as "
-                    "rmk_camera_library.camera_platforms.DEMO.File, with its Xpix and Ypix",
-                    file.c_str());
-    }
-    return "";
 }
 
 void ComplainAboutOpen(const Session& session, int32_t code)
@@ -201,14 +187,34 @@ int32_t InterfaceOf(const CameraRequest& request, int32_t platform)
     return request.interfaceType >= 0 ? request.interfaceType : UsualInterface(platform);
 }
 
+std::string OpenFailureDetail(const Session& session, int32_t code)
+{
+    const std::string file = session.folder + "/qvn.cfg";
+    if (code == QV_ERROR_PLATFORM_DEFINITION || code == QV_ERROR_CCD_DEFINITION) {
+        const int64_t state = QV_LoadPlatform(session.platform, session.sensor, session.camera);
+        return Text(", %s %s", file.c_str(),
+                    state == QV_FILE_NOT_PARSED ? "does not parse" : "cannot be opened");
+    }
+    if (code == QV_ERROR_CAMERA_NOT_FOUND && session.platform == QV_PLATFORM_DEMO) {
+        return Text(", the simulated camera needs the raw image that %s names as "
+                    "rmk_camera_library.camera_platforms.DEMO.File, with its Xpix and Ypix",
+                    file.c_str());
+    }
+    return "";
+}
+
+bool ChooseCamera(const CameraRequest& request, Session* session, CameraConfig* config)
+{
+    session->camera = request.camera;
+    if (!ChooseFolder(request, session)) return false;
+    return request.configFile.empty() ? ChooseByName(request, session, config)
+                                      : LoadConfig(request, session, config);
+}
+
 bool OpenSession(const CameraRequest& request, uint32_t options, Session* session)
 {
     CameraConfig config{};
-    session->camera = request.camera;
-    if (!ChooseFolder(request, session)) return false;
-    const bool chosen = request.configFile.empty() ? ChooseByName(request, session)
-                                                   : LoadConfig(request, session, &config);
-    if (!chosen) return false;
+    if (!ChooseCamera(request, session, &config)) return false;
 
     BreakerStart();
     CallOpen(request, options, &config, *session);
@@ -232,8 +238,8 @@ bool OpenSession(const CameraRequest& request, uint32_t options, Session* sessio
 
 bool LoadDefinitions(const CameraRequest& request, Session* session)
 {
-    session->camera = request.camera;
-    if (!ChooseFolder(request, session) || !ChooseByName(request, session)) return false;
+    CameraConfig config{};
+    if (!ChooseCamera(request, session, &config)) return false;
     if (QV_OpenPar(session->platform, session->sensor, session->camera) != 0) {
         const int32_t code = QV_Status(session->camera);
         Complain(Text("reading the definitions of %s", CameraText(*session).c_str()),

@@ -32,6 +32,14 @@ struct Session {
 // returns false; nothing is open then. A signal is taken note of from here on.
 bool OpenSession(const CameraRequest& request, uint32_t options, Session* session);
 
+// Finds folder, camera number, platform and sensor, and how the camera is set up: by the
+// request's camera.cfg, else as QV_InitCfg has it, with the kind of link. Complains when it
+// returns false.
+bool ChooseCamera(const CameraRequest& request, Session* session, CameraConfig* config);
+
+// What a status code of an open alone does not tell.
+std::string OpenFailureDetail(const Session& session, int32_t code);
+
 // The kind of link: the request's, else the usual one of the platform.
 int32_t InterfaceOf(const CameraRequest& request, int32_t platform);
 
