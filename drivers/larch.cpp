@@ -94,11 +94,9 @@ double Thermistor(double volts, int32_t sensor)
 // Steinhart and Hart's equation.
 double CelsiusOf(double ohms)
 {
-    constexpr double A = 0.0012891;
-    constexpr double B = 0.00023561;
-    constexpr double C = 9.4272e-08;
     const double logarithm = std::log(ohms);
-    return 1 / (A + B * logarithm + C * logarithm * logarithm * logarithm) - 273.15;
+    const double cube = logarithm * logarithm * logarithm;
+    return 1 / (0.0012891 + 0.00023561 * logarithm + 9.4272e-08 * cube) - 273.15;
 }
 
 int32_t ReadThermistor(int32_t camera)

@@ -50,6 +50,13 @@ enum CoolerLine : uint8_t {
 constexpr Cable UnodCable = {
     .control = 0x1704, .controlLong = 0x1704, .decoder = NoDecoder, .badReply = 0};
 
+constexpr uint32_t Gains[] = {0, 20, 27, 31};
+
+// Of a temperature's readings, sorted, the middle quarter is used.
+constexpr uint32_t Readings = 128;
+constexpr uint32_t FirstUsed = 48;
+constexpr uint32_t UsedReadings = 32;
+
 constexpr int32_t LineLead = 4;    // words ahead of each line
 constexpr int32_t SlackWords = 66; // of the DMA buffer, a line
 constexpr int32_t SlackLines = 2;
@@ -119,7 +126,6 @@ void SendFrontEndWord(uint32_t address, uint32_t value, int32_t camera)
 
 uint32_t GainOf(const CameraRecord& record)
 {
-    constexpr uint32_t Gains[] = {0, 20, 27, 31};
     const int32_t index = record.GainIndex;
     if (index == 4) return record.UserGain;
     return index >= 0 && index < 4 ? Gains[index] : Gains[0];
@@ -165,10 +171,8 @@ void SetUnodCooler(int32_t on, int32_t camera)
     SetBits(CoolerLines, CoolerOn, on != 0, camera);
 }
 
-// The mean of the middle quarter of 128 readings.
 int32_t ReadUnodTemperature(int32_t camera)
 {
-    constexpr uint32_t Readings = 128, FirstUsed = 48, UsedReadings = 32;
     const CameraOps& ops = CameraTable[camera].Ops;
     uint16_t values[Readings];
     SetReadoutPriority(1, camera);
