@@ -220,9 +220,8 @@ int32_t OpenUnod(int32_t address, int32_t attach, int32_t camera)
     if (error != ErrorNone) return error;
     SelectCamera(attach, camera);
     if (attach != 0) record.ByteRegisters[CoolerLines] |= CoolerOn;
-    if (record.Ops.ReadRegister(VersionRegister, camera) != record.Platform.FpgaId) {
-        return ErrorCameraNotFound;
-    }
+    const uint16_t version = record.Ops.ReadRegister(VersionRegister, camera);
+    if (version != static_cast<uint16_t>(record.Platform.FpgaId)) return ErrorCameraNotFound;
     PresetCalibration(camera);
     SetUnodGain(camera);
     if (record.PlatformCode == UnodII) CalibrateFromMemory(camera);
@@ -370,6 +369,8 @@ const CameraOps UnodOps = {
     .MoveFilter = NoMoveFilter,
     .SetGain = SetUnodGain,
     .ReadTimed = NoReadFrame,
+    .OpenArrayCamera = RefuseOpenArray,
+    .ReadArray = NoReadFrame,
 };
 
 const CameraOps LineTimedOps = {.ReadTimed = ReadUnodFrame};

@@ -138,6 +138,25 @@ TEST_F(Binding, UnusedSlotsAreNoOpsOnEveryBoundPlatform)
     }
 }
 
+TEST_F(Binding, ArrayOperationsEndWithThePlatformsThatHaveThem)
+{
+    for (const PlatformBinding* row = PlatformBindings; row->platform; ++row) {
+        if (row->platform == 1) continue; // leaves them as they are
+        CameraRecord& record = CameraTable[0];
+        record.Ops = UnboundOps;
+        BindOperations(42, 0, 0);
+        const auto open = record.Ops.OpenArrayCamera;
+        const auto read = record.Ops.ReadArray;
+        BindOperations(row->platform, 0, 0);
+        const bool hasArrays = row->platform == 42 || row->platform == 44 || row->platform == 47;
+        EXPECT_EQ(record.Ops.OpenArrayCamera == UnboundOps.OpenArrayCamera, !hasArrays)
+            << row->platform;
+        EXPECT_EQ(record.Ops.ReadArray == UnboundOps.ReadArray, !hasArrays) << row->platform;
+        EXPECT_NE(open, UnboundOps.OpenArrayCamera);
+        EXPECT_NE(read, UnboundOps.ReadArray);
+    }
+}
+
 TEST_F(Binding, SimulatedCameraLeavesTimedAndArrayReadsUnbound)
 {
     EepromWiring = 2;
