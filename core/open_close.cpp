@@ -63,6 +63,8 @@ void ResetCameraRecord(int32_t camera)
     StoreFlag(&record.CameraOn, 0);
     record.WindowBuilt = 0;
     record.CardMapped = 0;
+    record.SerialLink = 0;
+    record.SerialLinkAcknowledged = 0;
     record.CardDeviceId = 2001;
     record.CameraBusAddress = 0xFFF0;
     record.LoadedGain = -1;

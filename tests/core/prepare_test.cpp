@@ -50,6 +50,8 @@ TEST_F(ResetAtOpen, ListedFieldsGetTheirValues)
     EXPECT_EQ(record.WaveOption, 0);
     EXPECT_EQ(record.WindowBuilt, 0);
     EXPECT_EQ(record.CardMapped, 0);
+    EXPECT_EQ(record.SerialLink, 0);
+    EXPECT_EQ(record.SerialLinkAcknowledged, 0);
     EXPECT_EQ(record.CardDeviceId, 2004);
     EXPECT_EQ(record.CameraBusAddress, 0xFFF0);
     EXPECT_EQ(record.LoadedGain, -1);
