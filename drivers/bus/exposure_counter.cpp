@@ -1,5 +1,7 @@
 // The exposure counters of the bus cameras, each in two registers; the write of the
 // second starts it.
+#include <cmath>
+
 #include "core/convert.h"
 #include "drivers/bus/bus_camera.h"
 
@@ -14,17 +16,16 @@ constexpr double CoarseRate = 100.0;
 constexpr double CountRange = 65536.0;
 
 struct Prescaled {
-    uint16_t prescaler;
-    uint32_t count;
+    uint16_t prescaler, count;
 };
 
 Prescaled CountsOf(double seconds)
 {
-    if (!(seconds > LongestFine)) return {FinePrescaler, ToUint32(seconds * FineRate)};
+    if (!(seconds > LongestFine)) return {FinePrescaler, ToUint16(seconds * FineRate)};
     const double ticks = seconds * CoarseRate;
-    const uint16_t whole = ToUint16(ticks / CountRange);
-    if (whole == 0) return {0, ToUint32(ticks)};
-    return {static_cast<uint16_t>(whole + 1), ToUint32(ticks / (whole + 1))};
+    if (ticks < CountRange) return {0, ToUint16(ticks)};
+    const uint16_t prescaler = ToUint16(std::trunc(ticks / CountRange) + 1);
+    return {prescaler, ToUint16(ticks / prescaler)};
 }
 
 } // namespace

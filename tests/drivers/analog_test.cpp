@@ -177,6 +177,7 @@ TEST_F(BusAnalog, ExposureCounterHasTwoRanges)
     EXPECT_EQ(written(0.5), "reg 6 0x0000; reg 5 0x0031");   // 50 less 1
     EXPECT_EQ(written(600.0), "reg 6 0x0000; reg 5 0xEA5F"); // 60000 less 1
     EXPECT_EQ(written(700.0), "reg 6 0x0002; reg 5 0x88B7"); // 70000 / 2 less 1
+    EXPECT_EQ(written(1e9), "reg 6 0xFFFF; reg 5 0xFFFE");   // both at their ends
 }
 
 TEST_F(BusAnalog, ExposureOfZeroCountsToTheEnd)
