@@ -1,5 +1,6 @@
 // The open of a bus camera: its link, its address on the bus, its registers, its
 // version, its calibration.
+#include <algorithm>
 #include <cmath>
 
 #include "core/convert.h"
@@ -47,7 +48,7 @@ uint32_t DmaPixels(const CameraRecord& record)
                               ? record.Ccd.Ypix + 2 * record.Ccd.Dummy[0]
                               : 1;
     const int64_t pixels = int64_t{record.Ccd.Xpix} * lines;
-    return static_cast<uint32_t>(pixels > 0 ? pixels : 0);
+    return static_cast<uint32_t>(std::clamp<int64_t>(pixels, 0, UINT32_MAX));
 }
 
 bool IsVersion(int32_t camera)

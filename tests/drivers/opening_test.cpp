@@ -2,6 +2,7 @@
 // pattern. The calibration comes from a chip that decodes its lines.
 #include "core/record.h"
 #include "drivers/bus/bus_camera.h"
+#include "emulator/bus_links.h"
 #include "links/card.h"
 #include "tests/support/fake_bus.h"
 
@@ -171,6 +172,35 @@ TEST_F(BusOpening, R3AlwaysHasTheHighResistor)
     Bus.chip.cells[9] = 1;
     OpenLog(0);
     EXPECT_EQ(CameraTable[0].SenseResistorHigh[0], 1);
+}
+
+// 32767 columns of 7 + 2 * 65535 rows are 2^32 + 32763 pixels.
+TEST_F(BusOpening, FrameBeyondThirtyTwoBitsIsNoBuffer)
+{
+    OpenFakeBus(42, 255, 0x2000, 2);
+    EmuPlugCard({}, -1);
+    CameraRecord& record = CameraTable[0];
+    record.CardDeviceId = 2001;
+    record.Ccd.Xpix = 32767;
+    record.Ccd.Ypix = 7;
+    record.Ccd.Dummy[0] = 65535;
+    EXPECT_EQ(record.Ops.OpenCamera(0, 0, 0), 9);
+    EXPECT_EQ(record.DmaBytes, 0u);
+    ReleaseCard(0);
+}
+
+TEST_F(BusOpening, UnodsVersionHasAllSixteenBits)
+{
+    OpenFakeBus(70, 255, 0, 70);
+    EmuPlugCard({}, -1);
+    CameraRecord& record = CameraTable[0];
+    record.CardDeviceId = 2001;
+    record.Platform.FpgaId = static_cast<int16_t>(0x8743);
+    record.Registers[22] = 0x8743; // what the fake camera answers
+    EXPECT_EQ(record.Ops.OpenCamera(0, 0, 0), 0);
+    record.Registers[22] = 0x0743;
+    EXPECT_EQ(record.Ops.OpenCamera(0, 0, 0), 1);
+    ReleaseCard(0);
 }
 
 TEST_F(BusOpening, RegistersVaryAsTheFamilySays)
