@@ -23,7 +23,7 @@ const char* EmuLoadWave(const char* path, EmuPatternMemory* memory, EmuPattern* 
     std::ifstream file(path, std::ios::binary);
     if (!file) return "the file cannot be opened";
     // A byte more than the largest pattern: what is longer needs not be read to its end.
-    std::vector<uint8_t> bytes(TableBytes + 2 * EmuPatternWords + 1);
+    std::vector<uint8_t> bytes(TableBytes + size_t{2} * EmuPatternWords + 1);
     file.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
     bytes.resize(static_cast<size_t>(file.gcount()));
     if (bytes.size() < TableBytes) return "the table is cut short";
