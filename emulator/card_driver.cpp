@@ -250,7 +250,7 @@ int32_t UnlockBuffer(uint64_t device, uint8_t* record, uint32_t)
 
 int32_t Delay(uint64_t, uint8_t* record, uint32_t)
 {
-    EmuNote("card delay %u", Get(record, 0));
+    EmuNoteAccess("card delay %u", Get(record, 0));
     return 0;
 }
 
@@ -352,21 +352,21 @@ struct RegisterName {
     uint32_t offset;
     const char* name;
 };
+constexpr uint32_t DataOffset = 272; // the DMA registers are those ahead of it
 const RegisterName Names[] = {
     {256, "count"}, {260, "address"}, {264, "aux"},      {268, "dma"},
     {272, "data"},  {276, "control"}, {280, "revision"}, {284, "channel"},
 };
 
 // The card and its register at an address of the process; null: none is mapped there.
-EmuCardState* FindRegister(uint64_t address, uint32_t* offset, const char** name, int32_t* index)
+EmuCardState* FindRegister(uint64_t address, const RegisterName** found, int32_t* index)
 {
     for (int32_t i = 0; i < World.cardCount; ++i) {
         const uint64_t base = UserAddress(i);
         if (World.cards[i].owner == 0 || World.cards[i].setup.noMemoryItem) continue;
         for (const RegisterName& entry : Names) {
             if (address != base + entry.offset) continue;
-            *offset = entry.offset;
-            *name = entry.name;
+            *found = &entry;
             *index = i;
             return &World.cards[i];
         }
@@ -374,12 +374,15 @@ EmuCardState* FindRegister(uint64_t address, uint32_t* offset, const char** name
     return nullptr;
 }
 
-void NoteRegister(int32_t index, const char* name, char way, uint32_t value, const char* end)
+void NoteRegister(int32_t index, const RegisterName& entry, char way, uint32_t value, bool lost)
 {
+    const bool ofDma = entry.offset < DataOffset && way == '>';
+    const auto note = ofDma ? EmuNote : EmuNoteAccess;
+    const char* const end = lost ? " lost" : "";
     if (index == 0) {
-        EmuNote("card %s %c %08X%s", name, way, value, end);
+        note("card %s %c %08X%s", entry.name, way, value, end);
     } else {
-        EmuNote("card%d %s %c %08X%s", index, name, way, value, end);
+        note("card%d %s %c %08X%s", index, entry.name, way, value, end);
     }
 }
 
@@ -388,16 +391,15 @@ uint32_t ReadRegister(uint64_t address)
     EmuSpend(1);
     const std::lock_guard<std::mutex> guard(EmuLinkLock());
     const bool fails = EmuDeviceFails(EmuRegisterRead);
-    uint32_t offset = 0;
-    const char* name = nullptr;
+    const RegisterName* found = nullptr;
     int32_t index = 0;
-    EmuCardState* card = FindRegister(address, &offset, &name, &index);
+    EmuCardState* card = FindRegister(address, &found, &index);
     if (card == nullptr) {
         EmuNote("stray register < %016" PRIX64, address);
         return 0xFFFFFFFF;
     }
-    const uint32_t value = fails ? 0xFFFFFFFF : EmuReadCard(card, offset);
-    NoteRegister(index, name, '<', value, fails ? " lost" : "");
+    const uint32_t value = fails ? 0xFFFFFFFF : EmuReadCard(card, found->offset);
+    NoteRegister(index, *found, '<', value, fails);
     return value;
 }
 
@@ -406,16 +408,15 @@ void WriteRegister(uint64_t address, uint32_t value)
     EmuSpend(1);
     const std::lock_guard<std::mutex> guard(EmuLinkLock());
     const bool fails = EmuDeviceFails(EmuRegisterWrite);
-    uint32_t offset = 0;
-    const char* name = nullptr;
+    const RegisterName* found = nullptr;
     int32_t index = 0;
-    EmuCardState* card = FindRegister(address, &offset, &name, &index);
+    EmuCardState* card = FindRegister(address, &found, &index);
     if (card == nullptr) {
         EmuNote("stray register > %016" PRIX64 " %08X", address, value);
         return;
     }
-    NoteRegister(index, name, '>', value, fails ? " lost" : "");
-    if (!fails) EmuWriteCard(card, offset, value);
+    NoteRegister(index, *found, '>', value, fails);
+    if (!fails) EmuWriteCard(card, found->offset, value);
 }
 
 } // namespace

@@ -112,7 +112,7 @@ void Sleep(uint32_t milliseconds)
 
 void SleepMicroseconds(uint32_t microseconds)
 {
-    EmuNote("delay %u", microseconds);
+    EmuNoteAccess("delay %u", microseconds);
     EmuSpend(microseconds == 0 ? 1 : microseconds);
 }
 

@@ -2,6 +2,7 @@
 #include "emulator/link.h"
 
 #include "emulator/bus_camera.h"
+#include "emulator/traffic.h"
 
 namespace {
 
@@ -23,12 +24,16 @@ std::mutex& EmuLinkLock()
 
 void EmuSendAddress(int32_t camera, uint16_t address)
 {
-    if (camera >= 0) FarEnd.Address(camera, address);
+    if (camera < 0) return;
+    EmuNoteCycle("address %04X", address);
+    FarEnd.Address(camera, address);
 }
 
 void EmuSendData(int32_t camera, uint16_t word)
 {
-    if (camera >= 0) FarEnd.Data(camera, word);
+    if (camera < 0) return;
+    EmuNoteCycle("data %04X", word);
+    FarEnd.Data(camera, word);
 }
 
 bool EmuAnswers(int32_t camera)
@@ -38,7 +43,9 @@ bool EmuAnswers(int32_t camera)
 
 uint16_t EmuFetch(int32_t camera)
 {
-    return EmuAnswers(camera) ? FarEnd.Read(camera) : 0xFFFF;
+    const uint16_t word = EmuAnswers(camera) ? FarEnd.Read(camera) : 0xFFFF;
+    EmuNoteCycle("read %04X", word);
+    return word;
 }
 
 bool EmuHasByteCable(int32_t camera)
@@ -54,6 +61,7 @@ void EmuPlaceInArray(int32_t camera, int32_t unit)
 void EmuBeginTaking(EmuIncoming* incoming, int32_t camera, bool stale)
 {
     *incoming = {camera, 0, stale};
+    EmuNoteCycle("stream");
     if (camera >= 0) FarEnd.Stream(camera);
 }
 
@@ -70,6 +78,7 @@ bool EmuWordWaits(EmuIncoming* incoming)
 
 uint16_t EmuTakeWord(EmuIncoming* incoming)
 {
+    EmuNoteCycle("pixel");
     if (incoming->stale) {
         incoming->stale = false;
         return StaleWord;

@@ -100,9 +100,9 @@ void Write(uint16_t port, uint16_t value, bool wide, Way way)
     const bool allowed = way == Way::Library || Granted(port);
     const char* const end = fails ? " lost" : "";
     if (wide) {
-        EmuNote("port w> %04X %04X%s", port, value, end);
+        EmuNoteAccess("port w> %04X %04X%s", port, value, end);
     } else {
-        EmuNote("port > %04X %02X%s", port, value, end);
+        EmuNoteAccess("port > %04X %02X%s", port, value, end);
     }
     if (fails) return;
     const bool taken =
@@ -121,9 +121,9 @@ uint16_t Read(uint16_t port, bool wide, Way way)
         fails || (allowed && (wide ? ReadWide(port, &value) : ReadByte(port, &value)));
     const char* const end = fails ? " lost" : "";
     if (wide) {
-        EmuNote("port w< %04X %04X%s", port, value, end);
+        EmuNoteAccess("port w< %04X %04X%s", port, value, end);
     } else {
-        EmuNote("port < %04X %02X%s", port, value, end);
+        EmuNoteAccess("port < %04X %02X%s", port, value, end);
     }
     if (!given) EmuNote("stray port < %04X%s", port, allowed ? "" : ", not granted");
     return value;

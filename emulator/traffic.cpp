@@ -19,7 +19,7 @@ struct Record {
 };
 Record Kept;
 std::mutex Lock;
-std::atomic<bool> Storing, Listening;
+std::atomic<bool> Storing, Listening, Cycles;
 
 std::string Folded(const Record& record)
 {
@@ -53,20 +53,57 @@ void EmuRecordTo(void (*line)(const char* text))
     Listening = line != nullptr;
 }
 
-void EmuNote(const char* format, ...)
+namespace {
+
+void NoteLine(const char* format, va_list arguments)
 {
-    if (!Storing && !Listening) return;
     char line[512];
-    va_list arguments;
-    va_start(arguments, format);
     vsnprintf(line, sizeof line, format, arguments);
-    va_end(arguments);
     const std::lock_guard<std::mutex> guard(Lock);
     if (Kept.count == 0 || Kept.open != line) {
         CloseLine();
         Kept.open = line;
     }
     ++Kept.count;
+}
+
+bool Recording()
+{
+    return Storing || Listening;
+}
+
+} // namespace
+
+void EmuRecordCycles(bool on)
+{
+    Cycles = on;
+}
+
+void EmuNote(const char* format, ...)
+{
+    if (!Recording()) return;
+    va_list arguments;
+    va_start(arguments, format);
+    NoteLine(format, arguments);
+    va_end(arguments);
+}
+
+void EmuNoteAccess(const char* format, ...)
+{
+    if (!Recording() || Cycles) return;
+    va_list arguments;
+    va_start(arguments, format);
+    NoteLine(format, arguments);
+    va_end(arguments);
+}
+
+void EmuNoteCycle(const char* format, ...)
+{
+    if (!Recording() || !Cycles) return;
+    va_list arguments;
+    va_start(arguments, format);
+    NoteLine(format, arguments);
+    va_end(arguments);
 }
 
 std::string EmuTraffic()
@@ -82,4 +119,5 @@ void EmuResetTraffic()
     Kept = {};
     Storing = false;
     Listening = false;
+    Cycles = false;
 }

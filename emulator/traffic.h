@@ -17,13 +17,27 @@
 //   stray ...                     an access that nothing in the world is made for
 //
 // A call that a fault took away has " lost" behind its line.
+//
+// The accesses of a link are long to read. Recorded by cycles, what they do on the cable
+// stands in their place:
+//
+//   address 8003    data 0009    read 002A
+//   stream                        the link begins to take pixels
+//   pixel                         one is taken
+//
+// All else stays but the delays of a few microseconds; of the card's registers only what
+// is written to those of DMA.
 #pragma once
 #include <cstddef>
 #include <string>
 
 void EmuRecord(bool on);
+void EmuRecordCycles(bool on); // cycles in place of accesses; off after reset
 // Also to here, a line when a different one follows it; null: not any more, after the
 // line that is still open.
 void EmuRecordTo(void (*line)(const char* text));
 void EmuNote(const char* format, ...) __attribute__((format(printf, 1, 2)));
+// The same for an access of a link, and for a cycle on its cable.
+void EmuNoteAccess(const char* format, ...) __attribute__((format(printf, 1, 2)));
+void EmuNoteCycle(const char* format, ...) __attribute__((format(printf, 1, 2)));
 std::string EmuTraffic(); // what was recorded, lines ended by '\n'
