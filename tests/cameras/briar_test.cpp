@@ -1,7 +1,7 @@
 // BRIAR-PCI, BRIAR-R3 and R3-PLUS on their card, whole.
 #include "emulator/bus_camera.h"
-#include "tests/cameras/virtual_camera.h"
 #include "tests/support/demo_camera.h"
+#include "tests/support/virtual_camera.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "tests/cameras/virtual_camera.h"
+#include "tests/support/virtual_camera.h"
 
 #include <cstring>
 
@@ -136,7 +136,11 @@ void VirtualCameraTest::Plug(const VirtualSetup& setup)
     camera.chip = {ImageColumns, SensorRows, LeadingCells, RegisterCells, Scene};
     camera.wordNs = 500;
     camera.memory[1] = 10;
-    ASSERT_TRUE(EmuFindLineMap(setup.builder, {setup.platform, setup.sensor, 0}, &camera.lines));
+    camera.byteCable = setup.platform == 60 && setup.interfaceType > 1;
+    if (setup.builder != nullptr) {
+        ASSERT_TRUE(
+            EmuFindLineMap(setup.builder, {setup.platform, setup.sensor, 0}, &camera.lines));
+    }
     bus = EmuPlugBusCamera(camera);
     switch (setup.interfaceType) {
     case 0: EmuPlugPrinterPort(PortBase, bus); break;

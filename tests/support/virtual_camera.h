@@ -15,7 +15,7 @@ struct VirtualSetup {
     int32_t platform;
     int32_t sensor;
     int32_t interfaceType;
-    const char* builder;     // of the platform and sensor
+    const char* builder;     // of the platform and sensor; null: no pattern
     uint32_t revision = 100; // of the card; 200: whole frames
     uint32_t decoder = 0;    // of a serial cable
     int32_t windowX = 1;     // 0 where the pattern takes it for unbinned pixels
