@@ -43,15 +43,12 @@ bool HasPattern(const EmuBusState& camera)
            (camera.setup.sensor != 500 && camera.setup.sensor != 506);
 }
 
-// A sensor without a pattern: a word without a pixel, then all rows once.
+// A sensor without a pattern: all rows once.
 bool MakePlainPixel(EmuBusState* camera, uint16_t* pixel)
 {
     const EmuChip& chip = camera->setup.chip;
     if (camera->row >= chip.rows) return false;
-    if (++camera->stream.ticks == 1) {
-        *pixel = 0;
-        return true;
-    }
+    ++camera->stream.ticks;
     const uint32_t charge = camera->exposed ? chip.scene(camera->column, camera->row) : 0;
     *pixel = static_cast<uint16_t>(charge > 0xFFFF ? 0xFFFF : charge);
     if (++camera->column == chip.columns) {

@@ -87,13 +87,17 @@ void Fetch(EmuCardState* card)
     card->lastAddress = 0;
 }
 
-// A FIFO that was not emptied still holds a word of the last stream.
+// A FIFO that was not emptied still holds a word of the last stream; a byte cable has
+// none, but always an old word at its end.
 void BeginTaking(EmuCardState* card)
 {
-    const bool through = card->byteCable || (card->control & SerialStream) != 0;
+    const bool through = (card->control & SerialStream) != 0;
+    const bool stale = card->byteCable || (!through && !card->fifoEmpty);
     card->taking = true;
     card->hasWord = false;
-    EmuBeginTaking(&card->incoming, AnsweringCamera(*card), !through && !card->fifoEmpty);
+    card->fetched = false;
+    card->primed = false;
+    EmuBeginTaking(&card->incoming, AnsweringCamera(*card), stale);
     card->fifoEmpty = false;
 }
 
@@ -101,13 +105,24 @@ void WideCycle(EmuCardState* card, uint32_t control)
 {
     const auto word = static_cast<uint16_t>(card->data);
     card->replyWaits = false;
-    if ((control & AddressCycle) != 0) {
+    card->addressed = (control & AddressCycle) != 0;
+    if (card->addressed) {
         Address(card, word);
     } else if ((control & ReadCycle) != 0) {
         Fetch(card);
+        card->fetched = true;
     } else {
         SendWord(card, word);
     }
+}
+
+// Whether a control word that leaves the pixels on is a cycle on the bus beside them. A
+// word that repeats what it was before is none, unless it is an address.
+bool IsCycleBesidePixels(const EmuCardState& card, uint32_t before, uint32_t control)
+{
+    if ((control & AddressCycle) != 0) return true;
+    if ((control & ReadCycle) != 0) return (before & ReadCycle) == 0;
+    return card.addressed;
 }
 
 // Two bytes a word: lane 0 first, lane 1 completes it.
@@ -160,7 +175,11 @@ void WriteControl(EmuCardState* card, uint32_t value)
     if (card->byteCable) {
         ByteCycle(card, before, control);
     } else if (LetsPixelsIn(*card, before, control)) {
-        if (!card->taking || (value & FifoReset) != 0) BeginTaking(card);
+        if (!card->taking || (value & FifoReset) != 0) {
+            BeginTaking(card);
+        } else if (IsCycleBesidePixels(*card, before, control)) {
+            WideCycle(card, control);
+        }
     } else if ((control & PixelMode) != 0) {
         card->taking = false;
     } else {
@@ -199,7 +218,13 @@ uint32_t ReadData(EmuCardState* card)
 {
     card->replyWaits = false;
     if (card->byteCable) return ReadByte(card);
-    if (card->taking) card->data = EmuTakeWord(&card->incoming);
+    if (!card->taking || card->fetched) {
+        card->fetched = false;
+        return card->data;
+    }
+    // A read brings the next word to the data register, and gives what stood there.
+    if (card->primed) card->data = EmuTakeWord(&card->incoming);
+    card->primed = true;
     return card->data;
 }
 
@@ -254,6 +279,8 @@ void EmuClearCard(EmuCardState* card)
     card->hasWord = false;
     card->streaming = false;
     card->fifoEmpty = true;
+    card->addressed = false;
+    card->fetched = false;
     card->dmaCount = card->dmaAddress = 0;
 }
 

@@ -30,6 +30,9 @@ struct EmuCardState {
     bool replyWaits;      // serial cable
     uint8_t lowByte;      // byte cable: the half of a word that came first
     bool taking;          // the control word lets pixels in
+    bool addressed;       // the last cycle was an address
+    bool fetched;         // the data register holds what a read cycle brought
+    bool primed;          // it was read since the pixels were let in
     bool fifoEmpty;       // nothing is left of an earlier stream
     bool hasWord;         // byte cable: `latch` is the pixel at the front
     EmuIncoming incoming;

@@ -23,7 +23,7 @@ void EmuPlaceInArray(int32_t camera, int32_t unit);
 struct EmuIncoming {
     int32_t camera;
     uint64_t owed; // taken before they came
-    bool stale;    // one of an earlier stream comes first
+    bool stale;    // one that stood there before comes first
 };
 void EmuBeginTaking(EmuIncoming* incoming, int32_t camera, bool stale);
 bool EmuWordWaits(EmuIncoming* incoming);

@@ -79,7 +79,7 @@ uint16_t EmuReadPortCardWord(EmuPortCard* card)
     if (card->turned) {
         card->turned = false;
         card->taking = true;
-        EmuBeginTaking(&card->incoming, card->camera, false);
+        EmuBeginTaking(&card->incoming, card->camera, true);
         return 0xFFFF;
     }
     if (card->taking) return EmuTakeWord(&card->incoming);

@@ -41,7 +41,7 @@ void WriteControl(EmuPrinterPort* printer, uint8_t value)
     printer->half = false;
     printer->taking = printer->streaming;
     if (printer->taking) {
-        EmuBeginTaking(&printer->incoming, printer->camera, false);
+        EmuBeginTaking(&printer->incoming, printer->camera, true);
     } else {
         printer->word = EmuFetch(printer->camera);
     }

@@ -137,6 +137,7 @@ TEST_F(CardCycles, StreamedPixelsComeOneARead)
     ResetLink();
     EXPECT_EQ(Streams, 1u);
     EXPECT_EQ(Control() & 0x10000, 0u) << "a pixel is ready";
+    Data(); // what the register held before
     EXPECT_EQ(Data(), 1000u);
     EXPECT_EQ(Data(), 1001u);
     EXPECT_EQ(Data(), 1002u);
@@ -151,6 +152,7 @@ TEST_F(CardCycles, AReadAheadOfItsPixelCountsAsThatPixel)
 {
     Start();
     ResetLink();
+    Data(); // what the register held before
     EXPECT_EQ(Data(), 0xFFFFu);
     Pixels = 1;
     EXPECT_EQ(Control() & 0x10000, 0x10000u) << "the one that came was taken";
@@ -166,8 +168,42 @@ TEST_F(CardCycles, AFifoThatIsNotEmptiedHoldsAnOldWord)
     ResetLink();
     Control(Control() & ~0x18u);
     Control(Control() | 0x1A);
+    Data(); // what the register held before
     EXPECT_EQ(Data(), 0x5A5Au);
     EXPECT_EQ(Data(), 1000u);
+}
+
+TEST_F(CardCycles, TheFirstReadOfAStreamGivesWhatTheRegisterHeld)
+{
+    Start();
+    Address(0x1234);
+    Pixels = 2;
+    ResetLink();
+    EXPECT_EQ(Data(), 0x1234u);
+    EXPECT_EQ(Data(), 1000u);
+    EXPECT_EQ(Data(), 1001u);
+}
+
+// Cards of the second form, and cameras that clock themselves, leave the pixels on.
+TEST_F(CardCycles, CyclesReachTheCameraWhilePixelsComeIn)
+{
+    Start();
+    Pixels = 2;
+    ResetLink();
+    Cycles();
+    Address(0x8003);
+    Data(7);
+    Control(Control() & ~6u);
+    EXPECT_EQ(Cycles(), "a8003 d0007 ");
+    Control(Control());
+    EXPECT_EQ(Cycles(), "") << "a word that repeats what it was";
+    Address(0);
+    Control((Control() & ~4u) | 2);
+    EXPECT_EQ(Cycles(), "a0000 r1234 ");
+    EXPECT_EQ(Data(), 0x1234u) << "what was read";
+    Data();
+    EXPECT_EQ(Data(), 1000u) << "and then the pixels";
+    EXPECT_EQ(Streams, 1u);
 }
 
 TEST_F(CardCycles, AResetForgetsEverything)
@@ -245,6 +281,9 @@ TEST_F(CardCycles, AByteCableStreamsWordsHighByteFirst)
     Control(Control());
     for (int i = 0; i < 4; ++i) Control((Control() & ~4u) | 2);
     EXPECT_EQ(Streams, 1u);
+    Data(); // an old word
+    Channel(0);
+    Channel(1);
     EXPECT_EQ(Data() & 0x100, 0x100u) << "busy";
     Pixels = 2;
     EXPECT_EQ(Data(), 0x03u) << "1000 is 0x03E8; polling uses nothing up";
@@ -488,6 +527,7 @@ TEST_F(Decoder, ItsStreamIsArmedWithTheLengthOfALine)
     EXPECT_EQ(Cycles(), "") << "no cycle is part of it";
     Control(Control());
     EXPECT_EQ(Streams, 1u);
+    Data(); // what the register held before
     EXPECT_EQ(Data(), 1000u);
     Control((Control() & ~0x38u) | 2);
     EXPECT_EQ(Cycles(), "r1234 ");
