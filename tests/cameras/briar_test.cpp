@@ -5,8 +5,8 @@
 
 namespace {
 
-constexpr VirtualSetup BriarPci = {42, 255, 2, "BuildWaveBriar", 100, 0, 0};
-constexpr VirtualSetup BriarPciWhole = {42, 255, 2, "BuildWaveBriar", 200, 0, 0};
+constexpr VirtualSetup BriarPci = {42, 255, 2, "BuildWaveBriar", 100, 0, 0, Strobe::Position};
+constexpr VirtualSetup BriarPciWhole = {42, 255, 2, "BuildWaveBriar", 200, 0, 0, Strobe::Position};
 constexpr VirtualSetup R3 = {44, 255, 2, "BuildWaveR3"};
 constexpr VirtualSetup R3Serial = {44, 250, 2, "BuildWaveR3", 200, 0xAAAA2};
 constexpr VirtualSetup R3Plus = {47, 279, 2, "BuildWaveR3Plus", 200};

@@ -1,5 +1,9 @@
 // A bus camera at the end of its virtual link, opened and read through the exported
 // functions alone, and what its pixels must be.
+//
+// The sensor has 24 columns behind 12 leading cells in a register of 38, and 16 rows in
+// the image. A pixel holds 100 x (row + 1) + column + 1. Dummy lines for vertical
+// binnings of 1 to 4: 3, 2, 1, 4.
 #pragma once
 #include <cstdint>
 #include <string>
@@ -11,34 +15,48 @@
 
 inline constexpr int32_t ImageColumns = 24, ImageRows = 16;
 
+// What a strobe of the pattern's line converts.
+enum class Strobe {
+    Bin,         // the sum of its bin
+    FirstColumn, // the first column of its bin alone
+    Position,    // bins at register positions that are multiples; x counts unbinned columns
+};
+
+// How the words of the stream become pixels.
+enum class ReadRule {
+    WholeFrame, // one transfer by DMA
+    Lines,      // a transfer a line
+    Pixels,     // a bus cycle a pixel
+    Plain,      // the same from a sensor that clocks itself
+    Counted,    // lines with four words of their own ahead of the pixels
+};
+
 struct VirtualSetup {
     int32_t platform;
     int32_t sensor;
     int32_t interfaceType;
-    const char* builder;     // of the platform and sensor; null: no pattern
-    uint32_t revision = 100; // of the card; 200: whole frames
-    uint32_t decoder = 0;    // of a serial cable
-    int32_t windowX = 1;     // 0 where the pattern takes it for unbinned pixels
+    const char* builder;       // of platform and sensor; null: there is no pattern
+    uint32_t revision = 100;   // of the card; 200: whole frames
+    uint32_t decoder = 0;      // of a serial cable
+    int32_t interfaceLink = 0; // as the host says of the cable; 0 with a decoder: 1
+    Strobe strobe = Strobe::Bin;
+    int32_t phase = 10; // of the rows, in microseconds
 };
-
-// How the words of the stream become pixels.
-enum class ReadRule { WholeFrame, Lines, Pixels };
 
 struct VirtualFrame {
-    int32_t columns, rows; // binned
+    ReadRule rule;
+    Strobe strobe;
     int32_t hbin, vbin;
-    int32_t x = 0;    // binned
-    int32_t firstRow; // of the sensor, in the first line that is sent
-    int32_t lines;    // sent
+    int32_t columns, rows; // binned
+    bool isWindow = false;
+    int32_t x = 0, y = 0;
+    int32_t shutter = 1; // 0: a dark frame
 };
-
-// The pixels of a frame whose untouched ones are `fill`.
-std::vector<uint16_t> ExpectedPixels(ReadRule rule, const VirtualFrame& frame, bool isWindow,
-                                     int32_t dummy, uint16_t fill);
 
 class VirtualCameraTest : public testing::Test {
 protected:
-    int32_t bus = -1; // the camera at the far end
+    int32_t bus = -1;             // the camera at the far end
+    std::vector<uint16_t> locked; // what the buffer for whole frames holds
 
     void SetUp() override;
     void TearDown() override;
@@ -47,8 +65,21 @@ protected:
     // span of 1.0, an offset of 0.0 and the high resistor.
     void Plug(const VirtualSetup& setup);
     void Open(const VirtualSetup& setup, int32_t options = 0, int32_t attach = 0);
-    // Opens, and reads frames with all binnings of 1 to 4, a dark frame, windows.
+
+    // The full frame of a binning, and a window of 4 by 2 pixels at 1, 1.
+    static VirtualFrame Full(const VirtualSetup& setup, ReadRule rule, int32_t hbin, int32_t vbin);
+    static VirtualFrame Window(const VirtualSetup& setup, ReadRule rule, int32_t hbin,
+                               int32_t vbin);
+
+    // The pixels of a frame; those that are not written stay as they were. Keeps the
+    // account of `locked`.
+    std::vector<uint16_t> Expected(const VirtualFrame& frame, uint16_t fill);
+    void ExpectFrame(const VirtualFrame& frame);
+
+    void ExpectFrameAndWindow(const VirtualSetup& setup, ReadRule rule, int32_t hbin, int32_t vbin);
+    void ExpectDarkFrame(const VirtualSetup& setup, ReadRule rule);
+    // Frames and windows with all binnings of 1 to 4, and a dark frame.
+    void ExpectAllFrames(const VirtualSetup& setup, ReadRule rule);
+    // The same of a camera from open to close.
     void ReadEverything(const VirtualSetup& setup, ReadRule rule, int32_t options = 0);
-    void ExpectFrame(ReadRule rule, int32_t hbin, int32_t vbin);
-    void ExpectWindow(ReadRule rule, int32_t x, int32_t hbin, int32_t vbin);
 };
