@@ -189,6 +189,65 @@ TEST_F(BusOpening, FrameBeyondThirtyTwoBitsIsNoBuffer)
     ReleaseCard(0);
 }
 
+TEST_F(BusOpening, WhatIsNoPortIsTheCard)
+{
+    EmuPlugCard({}, -1);
+    CameraRecord& record = CameraTable[0];
+    for (int32_t interfaceType : {2, 3, 4, 5, 6, 7, 70, -1, INT32_MAX}) {
+        OpenFakeBus(42, 255, 0, interfaceType);
+        record.CardMapped = 0;
+        record.CardDeviceId = 2001;
+        EXPECT_EQ(record.Ops.OpenCamera(0, 0, 0), 0) << interfaceType;
+        EXPECT_EQ(record.CardMapped, 1) << interfaceType;
+        ReleaseCard(0);
+    }
+    OpenFakeBus(42, 255, 0, 0);
+    record.Ops.OpenCamera(0x278, 0, 0);
+    EXPECT_EQ(record.ControlPort, 0x27A);
+    OpenFakeBus(42, 255, 0, 1);
+    EXPECT_EQ(record.Ops.OpenCamera(0x300, 0, 0), 15); // the ports answer 0xFF
+    EXPECT_EQ(record.CardMapped, 0);
+}
+
+// Behind it the next open works, whatever the last one has left behind.
+TEST_F(BusOpening, EachFailedOpenCanBeRepeated)
+{
+    OpenFakeBus(44, 255, 0, 2);
+    CameraRecord& record = CameraTable[0];
+    record.CardDeviceId = 2001;
+    const auto open = [&record] { return record.Ops.OpenCamera(0, 0, 0); };
+    EmuHaveCardDriver(false);
+    EXPECT_EQ(open(), 13);
+    EmuHaveCardDriver(true);
+    EXPECT_EQ(open(), 15);
+    EmuPlugCard({.lockedElsewhere = true}, -1);
+    EXPECT_EQ(open(), 4);
+    record.CardDeviceId = 2002;
+    EmuPlugCard({.deviceId = 2002, .dmaLimit = 0}, -1);
+    EXPECT_EQ(open(), 9);
+    record.CardDeviceId = 2003;
+    record.Config.InterfaceLink = 1;
+    EmuPlugCard({.deviceId = 2003, .decoder = 0xAAAA2, .unlinked = true}, -1);
+    EXPECT_EQ(open(), 10);
+    EXPECT_EQ(EmuCardsOpen(), 0u);
+    record.CardDeviceId = 2004;
+    EmuPlugCard({.deviceId = 2004, .decoder = 0xAAAA2, .secondReply = 97}, -1);
+    EXPECT_EQ(open(), 11);
+    record.CardDeviceId = 2005;
+    record.Config.InterfaceLink = 0;
+    EmuPlugCard({.deviceId = 2005}, -1);
+    record.Platform.FpgaId = 0x17;
+    EXPECT_EQ(open(), 1);
+    EXPECT_EQ(EmuDmaLocked(), 1u);
+    Bus.version = 0x17;
+    EXPECT_EQ(open(), 0);
+    EXPECT_EQ(EmuCardsOpen(), 1u);
+    EXPECT_EQ(EmuDmaLocked(), 1u);
+    CloseCard(0);
+    EXPECT_EQ(EmuCardsOpen(), 0u);
+    EXPECT_EQ(EmuDmaLocked(), 0u);
+}
+
 TEST_F(BusOpening, UnodsVersionHasAllSixteenBits)
 {
     OpenFakeBus(70, 255, 0, 70);
