@@ -85,9 +85,9 @@ void AddOnce(TrafficFile* file, const std::string& line, size_t number, int dept
     } else if (sscanf(line.c_str(), "%u times %n", &times, &used) == 1 && used != 0) {
         const std::string what = line.substr(static_cast<size_t>(used));
         for (unsigned i = 0; i < times; ++i) Add(file, what, number, depth + 1);
-    } else if (sscanf(line.c_str(), "reg %u %x%n", &reg, &value, &used) == 2 &&
-               static_cast<size_t>(used) == line.size()) {
-        snprintf(text, sizeof text, "address %04X", 0x8000 + reg);
+    } else if (sscanf(line.c_str(), "reg %u %x", &reg, &value) == 2 ||
+               sscanf(line.c_str(), "byte %u %x", &reg, &value) == 2) {
+        snprintf(text, sizeof text, "address %04X", line[0] == 'r' ? 0x8000 + reg : reg);
         file->lines.push_back({text, number});
         snprintf(text, sizeof text, "data %04X", value);
         file->lines.push_back({text, number});
