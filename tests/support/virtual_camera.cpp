@@ -140,10 +140,21 @@ void PlugLink(const VirtualSetup& setup, int32_t bus)
     case 1: EmuPlugPortCard(PortBase, setup.interfaceLink != 0, bus); break;
     default: {
         EmuCard card;
+        card.deviceId = static_cast<uint16_t>(2001 + setup.camera);
         card.revision = setup.revision;
         card.decoder = setup.decoder;
         EmuPlugCard(card, bus);
     }
+    }
+}
+
+void Read(const VirtualFrame& frame, uint16_t* pixels)
+{
+    if (frame.isWindow) {
+        QV_GetWinCCD(frame.shutter, 0.01, frame.x, frame.y, frame.columns, frame.rows, pixels,
+                     frame.camera);
+    } else {
+        QV_GetCCD(frame.shutter, 0.01, pixels, frame.camera);
     }
 }
 
@@ -197,23 +208,27 @@ void VirtualCameraTest::Open(const VirtualSetup& setup, int32_t options, int32_t
     CameraConfig config = {};
     config.InterfaceLink = setup.interfaceLink;
     if (setup.decoder != 0 && setup.interfaceLink == 0) config.InterfaceLink = 1;
-    QV_InitOptions(&config, 0);
-    QV_Open(setup.platform, setup.sensor, PortBase, setup.interfaceType, attach, 0, options,
-            nullptr, nullptr);
-    ASSERT_EQ(QV_Status(0), 0);
+    QV_InitOptions(&config, setup.camera);
+    QV_Open(setup.platform, setup.sensor, PortBase, setup.interfaceType, attach, setup.camera,
+            options, nullptr, nullptr);
+    ASSERT_EQ(QV_Status(setup.camera), 0);
     locked.assign(size_t{ImageColumns} * (ImageRows + 2 * Dummies[0]), 0);
 }
 
 VirtualFrame VirtualCameraTest::Full(const VirtualSetup& setup, ReadRule rule, int32_t hbin,
                                      int32_t vbin)
 {
-    return {rule, setup.strobe, hbin, vbin, ImageColumns / hbin, ImageRows / vbin};
+    VirtualFrame frame = {rule, setup.strobe, hbin, vbin, ImageColumns / hbin, ImageRows / vbin};
+    frame.camera = setup.camera;
+    return frame;
 }
 
 VirtualFrame VirtualCameraTest::Window(const VirtualSetup& setup, ReadRule rule, int32_t hbin,
                                        int32_t vbin)
 {
-    return {rule, setup.strobe, hbin, vbin, 4, 2, true, 1, 1};
+    VirtualFrame frame = {rule, setup.strobe, hbin, vbin, 4, 2, true, 1, 1};
+    frame.camera = setup.camera;
+    return frame;
 }
 
 // A whole frame begins four words into what was sent; the last four words of a window
@@ -249,12 +264,8 @@ void VirtualCameraTest::ExpectFrame(const VirtualFrame& frame)
     std::vector<uint16_t> buffer(wanted.size() + 2 * GuardPixels, Guard);
     uint16_t* const pixels = buffer.data() + GuardPixels;
     std::fill_n(pixels, wanted.size(), Fill);
-    if (frame.isWindow) {
-        QV_GetWinCCD(frame.shutter, 0.01, frame.x, frame.y, frame.columns, frame.rows, pixels, 0);
-    } else {
-        QV_GetCCD(frame.shutter, 0.01, pixels, 0);
-    }
-    EXPECT_EQ(QV_Status(0), 0);
+    Read(frame, pixels);
+    EXPECT_EQ(QV_Status(frame.camera), 0);
     EXPECT_EQ(std::vector<uint16_t>(pixels, pixels + wanted.size()), wanted);
     const std::vector<uint16_t> untouched(GuardPixels, Guard);
     EXPECT_EQ(std::vector<uint16_t>(buffer.data(), pixels), untouched);

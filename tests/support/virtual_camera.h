@@ -41,6 +41,7 @@ struct VirtualSetup {
     int32_t interfaceLink = 0; // as the host says of the cable; 0 with a decoder: 1
     Strobe strobe = Strobe::Bin;
     int32_t phase = 10; // of the rows, in microseconds
+    int32_t camera = 0; // that opens it; each has a card of its own
 };
 
 struct VirtualFrame {
@@ -51,6 +52,7 @@ struct VirtualFrame {
     bool isWindow = false;
     int32_t x = 0, y = 0;
     int32_t shutter = 1; // 0: a dark frame
+    int32_t camera = 0;
 };
 
 class VirtualCameraTest : public testing::Test {
@@ -61,7 +63,7 @@ protected:
     void SetUp() override;
     void TearDown() override;
 
-    // Plugs the camera and writes a definition file for it; memory is empty but for a
+    // Plugs the camera and writes the definition file for it; memory is empty but for a
     // span of 1.0, an offset of 0.0 and the high resistor.
     void Plug(const VirtualSetup& setup);
     void Open(const VirtualSetup& setup, int32_t options = 0, int32_t attach = 0);
