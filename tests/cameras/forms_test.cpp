@@ -135,3 +135,25 @@ TEST_F(VirtualCameraTest, AWindowByPixelsSkipsAllDummyLines)
     EXPECT_EQ(window[0], 501) << "row 1 and three dummy lines";
     EXPECT_EQ(window[24], 601);
 }
+
+// A frame behind a window is built for as many bins as the sensor has columns: 16 bins of
+// two fit behind the leading cells into a register of 38 and six further shifts, and go
+// into lines of 12. Row 2 begins with the last bins of line 1: required.
+TEST_F(VirtualCameraTest, ABinnedFrameBehindAWindowIsSheared)
+{
+    const VirtualSetup r3 = {44, 255, 2, "BuildWaveR3"};
+    Plug(r3);
+    Open(r3);
+    QV_SetBinning(2, 1, 0);
+    Pixels pixels(12 * 16, Untouched);
+    QV_GetWinCCD(1, 0.01, 1, 1, 4, 2, pixels.data(), 0);
+    QV_TGetCCD(1, 0.01, pixels.data(), 0);
+    EXPECT_EQ(QV_Status(0), 0);
+    // The first kept word is the 24th: the 8th bin of line 1, columns 16 and 17 of row 1.
+    EXPECT_EQ(Pixels(pixels.begin(), pixels.begin() + 12),
+              (Pixels{217 + 218, 219 + 220, 221 + 222, 223 + 224, 0, 0, 0, 0, 301 + 302, 303 + 304,
+                      305 + 306, 307 + 308}));
+    QV_SetBinning(2, 1, 0);
+    QV_TGetCCD(1, 0.01, pixels.data(), 0);
+    EXPECT_EQ(pixels[0], 301 + 302) << "a new pattern puts it right";
+}

@@ -67,6 +67,7 @@ struct Link {
 // difference.
 const Link Card = {"Card", 2, 100};
 const Link NewerCard = {"NewerCard", 2, 200};
+const Link SecondCard = {"SecondCard", 4, 100};
 const Link Serial1 = {"Serial1", 2, 100, 0xAAAA2, 1};
 const Link NewerSerial1 = {"NewerSerial1", 2, 200, 0xAAAA2, 1};
 const Link OldSerial1 = {"OldSerial1", 2, 200, 0xAAAA1, 1};
@@ -90,7 +91,7 @@ const std::map<int32_t, std::vector<Link>> LinksOf = {
     {30, SerialLinks},
     {40, {PrinterPort}},
     {41, {PortCard}},
-    {42, {Card, NewerCard}},
+    {42, {Card, NewerCard, SecondCard}},
     {44, SerialLinks},
     {47, SerialLinks},
     {60, {PrinterPort, Card}},
@@ -272,6 +273,7 @@ protected:
         const ReadRule rule = RuleOf(Setup());
         if (GetParam().isFirstLink) {
             ExpectAllFrames(Setup(), rule);
+            ExpectFrameAndWindow(Setup(), rule, 5, 5);
             return;
         }
         ExpectFrameAndWindow(Setup(), rule, 1, 1);

@@ -17,7 +17,7 @@ constexpr int32_t RegisterCells = 38;
 constexpr int32_t SensorRows = ImageRows + 4; // the image and what its dummy lines clock
 constexpr uint16_t PortBase = 0x378;
 constexpr uint16_t Version = 0x2A;
-constexpr int32_t Dummies[] = {3, 2, 1, 4};
+constexpr int32_t Dummies[] = {3, 2, 1, 4}; // above a binning of 4 there is one line
 constexpr uint16_t Fill = 0xAAAA, Guard = 0xBEEF;
 constexpr size_t GuardPixels = 8;
 
@@ -40,15 +40,16 @@ uint16_t SceneSum(int32_t column, int32_t lastColumn, int32_t row, int32_t lastR
 
 int32_t DummyLines(const VirtualFrame& frame)
 {
-    return frame.isWindow ? 0 : Dummies[frame.vbin - 1];
+    if (frame.isWindow) return 0;
+    return frame.vbin <= 4 ? Dummies[frame.vbin - 1] : 1;
 }
 
 // Of the sensor, in the first line that is sent. Ahead of a window go the dummy lines,
-// by DMA half of them.
+// by DMA half of them; above a binning of 4 none do.
 int32_t FirstRow(const VirtualFrame& frame)
 {
     if (!frame.isWindow) return 0;
-    const int32_t dummy = Dummies[frame.vbin - 1];
+    const int32_t dummy = frame.vbin <= 4 ? Dummies[frame.vbin - 1] : 0;
     return frame.y * frame.vbin + (frame.rule == ReadRule::Pixels ? dummy : dummy / 2);
 }
 
