@@ -169,6 +169,7 @@ CAMERA_EXPORT(void, QV_Poke, Poke, (int32_t address, int32_t value, int32_t came
 CAMERA_EXPORT(int32_t, QV_Peek, Peek, (int32_t address, int32_t camera), (address, camera))
 CAMERA_EXPORT(void, QV_PokeW, PokeW, (int32_t address, int32_t value, int32_t camera), (address, value, camera))
 CAMERA_EXPORT(int32_t, QV_PeekW, PeekW, (int32_t address, int32_t camera), (address, camera))
+CAMERA_EXPORT(int32_t, QV_QuerySts, QuerySts, (int32_t which, int32_t camera), (which, camera))
 CAMERA_EXPORT(int32_t, QV_GetAD, GetAD, (int32_t channel, int32_t camera), (channel, camera))
 
 NOT_BUILT(void, QV_Kinetics, (int32_t, double, int32_t, int32_t, int32_t, int32_t, int32_t, uint16_t**, int32_t))
@@ -189,7 +190,6 @@ NOT_BUILT(void, QV_SetFW, (int32_t, int32_t, int32_t, int32_t))
 NOT_BUILT(int32_t, QV_IsThereFW, (int32_t))
 NOT_BUILT(void, QV_ObjectiveControl, (int32_t, uint16_t, int32_t))
 NOT_BUILT(int32_t, QV_Plug, (int32_t, uint32_t*, int32_t))
-NOT_BUILT(int32_t, QV_QuerySts, (int32_t, int32_t))
 // clang-format on
 
 namespace {

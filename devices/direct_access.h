@@ -1,5 +1,6 @@
 // Registers, status words and memory of the camera as they are, for service
-// tools. But for GetAD none of these holds the timer off or selects a head.
+// tools. But for GetAD none of these holds the timer off; but for GetAD and QuerySts
+// none selects a head.
 #pragma once
 #include <cstdint>
 
@@ -17,6 +18,10 @@ void Poke(int32_t address, int32_t value, int32_t camera);
 int32_t Peek(int32_t address, int32_t camera);
 void PokeW(int32_t address, int32_t value, int32_t camera);
 int32_t PeekW(int32_t address, int32_t camera);
+
+// Platforms 44 and 47, 1 for yes: `which` 1 asks whether the power status is other than
+// 0, for 20 ms; 2 whether the card is transferring. 0 to any other question, and on others.
+int32_t QuerySts(int32_t which, int32_t camera);
 
 // Platform 205: the mean of 64 conversions, those of 0 left out; 0 if all are.
 // 0 on any other. Holds the timer off.

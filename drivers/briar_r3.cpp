@@ -7,7 +7,9 @@
 #include "core/options.h"
 #include "core/record.h"
 #include "drivers/bus/bus_camera.h"
+#include "links/card.h"
 #include "links/card_link.h"
+#include "platform/system.h"
 
 namespace {
 
@@ -99,6 +101,25 @@ int32_t R3OpenArray(int32_t camera)
     return OpenBusArray(R3Setup, camera);
 }
 
+// The power status is looked at twice; a card that is gone reads as all ones.
+int32_t R3QueryStatus(int32_t which, int32_t camera)
+{
+    constexpr int32_t PowerStatus = 9;
+    constexpr uint32_t BetweenMs = 20;
+    enum Question : int32_t { PowerQuestion = 1, TransferQuestion = 2 };
+    const CameraOps& ops = CameraTable[camera].Ops;
+    switch (which) {
+    case PowerQuestion: {
+        const uint32_t first = ops.ReadStatus(PowerStatus, camera);
+        System.clock.Sleep(BetweenMs);
+        const uint32_t second = ops.ReadStatus(PowerStatus, camera);
+        return first != 0 || second != 0 ? 1 : 0;
+    }
+    case TransferQuestion: return ReadCard(CardDmaCountReg, camera) != 0 ? 1 : 0;
+    default: return 0;
+    }
+}
+
 const CameraOps R3Ops = {
     .OpenCamera = R3Open,
     .SetShutter = R3SetShutter,
@@ -119,3 +140,5 @@ const BindingRule R3Rules[] = {
     {.ops = &BusArrayOps},
     {},
 };
+
+const DriverExtras R3Extras = {.QueryStatus = R3QueryStatus};

@@ -3,3 +3,4 @@
 #include "core/binding.h"
 
 extern const BindingRule R3Rules[];
+extern const DriverExtras R3Extras;

@@ -1030,8 +1030,9 @@ QVN_API void QV_PokeW(int32_t address, int32_t value, int32_t camera);
 QVN_API int32_t QV_PeekW(int32_t address, int32_t camera);
 
 /*
- * Platforms 44 and 47: `which` 1 gives 1 if the power status is not zero, 2 gives 1 while a
- * transfer of the card runs. 0 on others.
+ * Platforms 44 and 47: `which` 1 gives 1 if the power status is not zero in one of two
+ * readings 20 ms apart, 2 gives 1 while a transfer of the card runs, and where no card is
+ * open. 0 otherwise, and on other platforms.
  */
 QVN_API int32_t QV_QuerySts(int32_t which, int32_t camera);
 
