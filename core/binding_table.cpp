@@ -10,6 +10,7 @@
 #include "drivers/tarn3.h"
 #include "drivers/tarn4.h"
 #include "drivers/tarn4_plus.h"
+#include "drivers/tarn5/tarn5.h"
 #include "drivers/unod.h"
 #include "sequencer/builders/builders.h"
 #include "sequencer/firmware_geometry.h"
@@ -22,6 +23,7 @@ const PlatformBinding PlatformBindings[] = {
     {  23,  Keep,  2,       0,     Keep, 1,       Tarn3Rules,     nullptr },
     {  24,  Keep,  2,       0,     Keep, 0,       Tarn4Rules,     nullptr },
     {  25,  Keep,  2,       0,     Keep, 0,       Tarn4PlusRules, nullptr },
+    {  28,  Keep,  1,       Keep,  Keep, Keep,    Tarn5Rules,     nullptr, &Tarn5Extras },
     {  30,  6,     1,       0,     Keep, Keep,    LarchRules,     nullptr },
     {  40,  6,     1,       0,     Keep, Keep,    BriarPortRules, nullptr },
     {  41,  6,     1,       0,     Keep, Keep,    BriarIsaRules,  nullptr },

@@ -162,7 +162,11 @@ void CardResetLink(int32_t camera)
 bool WaitCycle(int32_t camera)
 {
     DelayMicroseconds(CycleDelay, camera);
-    if (CameraTable[camera].SerialLink != 0) return true;
+    return CameraTable[camera].SerialLink != 0 || PollCycle(camera);
+}
+
+bool PollCycle(int32_t camera)
+{
     for (int32_t poll = 0; poll < CyclePolls; ++poll) {
         if ((ReadCard(CardControlReg, camera) & CardCycleDone) != 0) return true;
     }

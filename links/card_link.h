@@ -19,6 +19,9 @@ extern const CameraOps StatusReadOps;
 // link does not say; there it is true at once.
 bool WaitCycle(int32_t camera);
 
+// The same without the pause ahead, and only of a parallel cable.
+bool PollCycle(int32_t camera);
+
 // Waits for the serial decoder's reply, about a millisecond at most.
 void WaitSerialReply(int32_t camera);
 

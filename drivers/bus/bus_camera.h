@@ -34,9 +34,18 @@ void SetBusPortBits(int32_t bits, int32_t on, int32_t camera);                 /
 // register 0 starts it.
 void RunSequence(BusSequence sequence, uint32_t repeat, int32_t wait, int32_t camera);
 
+// Sleeps as long as the section plays.
+void AwaitSection(BusSequence sequence, uint32_t repeat, int32_t camera);
+
 // Lines of the frame that are read besides the image, for the binning in force.
 int32_t DummyLines(const CameraRecord& record);
 
+// Clearing the sensor, and flushing the horizontal register, which leaves the image
+// alone: by any sequencer that plays sections as RunSequence does.
+using SequencePlayer = void (*)(BusSequence sequence, uint32_t repeat, int32_t wait,
+                                int32_t camera);
+void ClearSensorBy(SequencePlayer play, int32_t camera);
+void FlushRegisterBy(SequencePlayer play, int32_t camera);
 void ClearBusSensor(int32_t camera); // slot 10
 void ClearBusOnce(int32_t camera);   // slot 23
 
@@ -88,6 +97,7 @@ uint16_t BusPixelDivider(int32_t camera); // register 3
 void PresetCalibration(int32_t camera);
 // Words 0 and 1 as tenths; a span that is not above 0 leaves both as they are.
 void CalibrateFromMemory(int32_t camera);
+void CalibrateFromWords(uint16_t offset, uint16_t span, int32_t camera);
 
 // --- reading ---
 
@@ -133,6 +143,10 @@ int32_t ReadBusWindow(const BusReader& reader, int32_t shutter, int32_t y, int32
 // options say. FetchFrame: from the start of the stream to the idle link.
 int32_t GrowDma(uint64_t pixels, int32_t camera); // 0 or 9
 void ExposeForRead(int32_t shutter, int32_t camera);
+void ClearForRead(int32_t camera);
+void AwaitTriggerForRead(int32_t camera);
+void ExposeAndAnnounce(int32_t shutter, int32_t camera);
+uint32_t RowsToSkip(const ReadForm& form, int32_t y, int32_t camera); // ahead of a window
 int32_t FetchFrame(const ReadForm& form, const BusFrame& frame, int32_t camera);
 void ReportLine(const BusFrame& frame, int32_t line, int32_t camera);
 void StartDma(uint64_t pixels, int32_t camera);
@@ -148,6 +162,9 @@ void FrontEndWrite(uint32_t address, uint32_t value, int32_t camera);
 // Slot 30 where the front end takes words: gain in word 2; with the user's values
 // (index 4) offset in word 5 and `highRange` or `lowRange` in word 0. Returns 0.
 int32_t SetFrontEndGain(uint16_t highRange, uint16_t lowRange, int32_t camera);
+// The same for a front end on other lines.
+using FrontEndWriter = void (*)(uint32_t address, uint32_t value, int32_t camera);
+int32_t SetGainBy(FrontEndWriter write, uint16_t highRange, uint16_t lowRange, int32_t camera);
 // One of the ten frequencies of BRIAR-R3's clock synthesiser, the nearest end for
 // an index outside 0 to 9. The time of a pixel in nanoseconds.
 uint16_t ProgramClockSynthesiser(int32_t index, int32_t camera);

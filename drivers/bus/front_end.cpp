@@ -45,18 +45,23 @@ void FrontEndWrite(uint32_t address, uint32_t value, int32_t camera)
     ClearRegisterBits(FrontEndRegister, FrontEndEnable, camera);
 }
 
-int32_t SetFrontEndGain(uint16_t highRange, uint16_t lowRange, int32_t camera)
+int32_t SetGainBy(FrontEndWriter write, uint16_t highRange, uint16_t lowRange, int32_t camera)
 {
     CameraRecord& record = CameraTable[camera];
     const int32_t index = record.GainIndex;
     record.LoadedGain = index;
     if (index != UserGainIndex) {
         const bool listed = index >= 0 && index < static_cast<int32_t>(std::size(Gains));
-        FrontEndWrite(GainWord, Gains[listed ? index : 0], camera);
+        write(GainWord, Gains[listed ? index : 0], camera);
         return 0;
     }
-    FrontEndWrite(GainWord, record.UserGain, camera);
-    FrontEndWrite(OffsetWord, OffsetOf(record.UserOffset), camera);
-    FrontEndWrite(RangeWord, record.UserGainHigh != 0 ? highRange : lowRange, camera);
+    write(GainWord, record.UserGain, camera);
+    write(OffsetWord, OffsetOf(record.UserOffset), camera);
+    write(RangeWord, record.UserGainHigh != 0 ? highRange : lowRange, camera);
     return 0;
+}
+
+int32_t SetFrontEndGain(uint16_t highRange, uint16_t lowRange, int32_t camera)
+{
+    return SetGainBy(FrontEndWrite, highRange, lowRange, camera);
 }

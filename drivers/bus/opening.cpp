@@ -145,10 +145,15 @@ void PresetCalibration(int32_t camera)
 
 void CalibrateFromMemory(int32_t camera)
 {
+    const uint16_t offset = EepromRead(OffsetWord, camera);
+    CalibrateFromWords(offset, EepromRead(SpanWord, camera), camera);
+}
+
+void CalibrateFromWords(uint16_t offset, uint16_t span, int32_t camera)
+{
     CameraRecord& record = CameraTable[camera];
-    const double offset = static_cast<int16_t>(EepromRead(OffsetWord, camera)) / 10.0;
-    const double span = static_cast<int16_t>(EepromRead(SpanWord, camera)) / 10.0;
-    if (span <= 0.0) return;
-    record.TemperatureSpan[HeadIndex(record)] = span;
-    record.TemperatureOffset[HeadIndex(record)] = offset;
+    const double factor = static_cast<int16_t>(span) / 10.0;
+    if (factor <= 0.0) return;
+    record.TemperatureSpan[HeadIndex(record)] = factor;
+    record.TemperatureOffset[HeadIndex(record)] = static_cast<int16_t>(offset) / 10.0;
 }

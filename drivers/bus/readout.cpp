@@ -182,16 +182,6 @@ int32_t FetchAndEnd(const BusReader& reader, const BusFrame& frame, int32_t came
     return error;
 }
 
-// Rows ahead of the window. The form by pixels counts all dummy lines, those by DMA
-// half of them: required.
-uint32_t RowsToSkip(const ReadForm& form, int32_t y, const CameraRecord& record)
-{
-    const int64_t rows = int64_t{y} * record.VerBinning;
-    const int32_t dummy =
-        record.VerBinning <= CountedBinnings ? DummyLines(record) / form.skipDivisor : 0;
-    return static_cast<uint32_t>(std::clamp<int64_t>(rows + dummy, 0, UINT32_MAX));
-}
-
 constexpr BusReader WholeFrameReader = {&WholeFrameForm, nullptr, nullptr};
 constexpr BusReader LineReader = {&LineForm, nullptr, nullptr};
 constexpr BusReader PixelReader = {&PixelForm, nullptr, nullptr};
@@ -285,17 +275,41 @@ int32_t GrowDma(uint64_t pixels, int32_t camera)
     return ErrorNone;
 }
 
-void ExposeForRead(int32_t shutter, int32_t camera)
+void ClearForRead(int32_t camera)
 {
     const CameraRecord& record = CameraTable[camera];
-    const uint32_t options = LoadFlag(record.Options);
-    if ((options & OptionKeepClean) != 0) record.Ops.ClearSensor(camera);
-    if ((options & OptionExternalTrigger) != 0 && LoadFlag(record.BreakFlag) == 0) {
-        Trigger(1, camera);
-    }
-    double exposure = record.ExposureTime;
+    if ((LoadFlag(record.Options) & OptionKeepClean) != 0) record.Ops.ClearSensor(camera);
+}
+
+void AwaitTriggerForRead(int32_t camera)
+{
+    const CameraRecord& record = CameraTable[camera];
+    if ((LoadFlag(record.Options) & OptionExternalTrigger) == 0) return;
+    if (LoadFlag(record.BreakFlag) == 0) Trigger(1, camera);
+}
+
+void ExposeAndAnnounce(int32_t shutter, int32_t camera)
+{
+    double exposure = CameraTable[camera].ExposureTime;
     ExposureControl("Exposure", &exposure, shutter, camera);
     ReportProgress("Image downloading", 0, camera);
+}
+
+void ExposeForRead(int32_t shutter, int32_t camera)
+{
+    ClearForRead(camera);
+    AwaitTriggerForRead(camera);
+    ExposeAndAnnounce(shutter, camera);
+}
+
+// The form by pixels counts all dummy lines, those by DMA half of them: required.
+uint32_t RowsToSkip(const ReadForm& form, int32_t y, int32_t camera)
+{
+    const CameraRecord& record = CameraTable[camera];
+    const int64_t rows = int64_t{y} * record.VerBinning;
+    const int32_t dummy =
+        record.VerBinning <= CountedBinnings ? DummyLines(record) / form.skipDivisor : 0;
+    return static_cast<uint32_t>(std::clamp<int64_t>(rows + dummy, 0, UINT32_MAX));
 }
 
 int32_t FetchFrame(const ReadForm& form, const BusFrame& frame, int32_t camera)
@@ -328,14 +342,12 @@ int32_t ReadBusFrame(const BusReader& reader, int32_t shutter, int32_t width, in
 int32_t ReadBusWindow(const BusReader& reader, int32_t shutter, int32_t y, int32_t width,
                       int32_t height, uint16_t* buffer, int32_t camera)
 {
-    const CameraRecord& record = CameraTable[camera];
     const BusFrame frame = WindowFrame(width, height, buffer);
     const int32_t error = GrowDma(DmaPixelsOf(*reader.form, frame), camera);
     if (error != ErrorNone) return error;
-    const uint32_t flushed = static_cast<uint32_t>(std::max<int32_t>(record.Ccd.HorRegSize, 0));
     ExposeForRead(shutter, camera);
-    RunSequence(RowSection, RowsToSkip(*reader.form, y, record), 1, camera);
-    RunSequence(PixelSection, flushed, 1, camera);
+    RunSequence(RowSection, RowsToSkip(*reader.form, y, camera), 1, camera);
+    FlushRegisterBy(RunSequence, camera);
     StartLines(reader, LineCount(frame), camera);
     return FetchAndEnd(reader, frame, camera);
 }

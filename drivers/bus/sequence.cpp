@@ -46,6 +46,13 @@ void RunSequence(BusSequence sequence, uint32_t repeat, int32_t wait, int32_t ca
     if (wait == 0) return;
     WriteRegisterWith(SequencerControl, Run, camera);
     if (record.InterfaceType == InterfacePort0) record.Ops.WriteAddress(StreamAddress, camera);
+    AwaitSection(sequence, repeat, camera);
+}
+
+void AwaitSection(BusSequence sequence, uint32_t repeat, int32_t camera)
+{
+    const CameraRecord& record = CameraTable[camera];
+    const uint32_t end = record.SequenceTable[size_t{2} * sequence + 1];
     // In 32 bits, and with the last index for the length: required.
     System.clock.Sleep(end * record.WordPeriodNs * repeat / 1000000 + 1);
 }
@@ -56,16 +63,25 @@ int32_t DummyLines(const CameraRecord& record)
     return binning >= 1 && binning <= CountedBinnings ? record.Ccd.Dummy[binning - 1] : 1;
 }
 
-void ClearBusSensor(int32_t camera)
+void ClearSensorBy(SequencePlayer play, int32_t camera)
 {
     const CcdDefinition& ccd = CameraTable[camera].Ccd;
-    RunSequence(RowSection, Positive(ccd.Ypix + ccd.Dummy[0]), 1, camera);
-    RunSequence(PixelSection, Positive(ccd.HorRegSize), 1, camera);
-    RunSequence(PixelSection, Positive(ccd.HorRegSize), 1, camera);
+    play(RowSection, Positive(ccd.Ypix + ccd.Dummy[0]), 1, camera);
+    FlushRegisterBy(play, camera);
+    FlushRegisterBy(play, camera);
 }
 
-// Flushes the horizontal register and leaves the image alone.
+void FlushRegisterBy(SequencePlayer play, int32_t camera)
+{
+    play(PixelSection, Positive(CameraTable[camera].Ccd.HorRegSize), 1, camera);
+}
+
+void ClearBusSensor(int32_t camera)
+{
+    ClearSensorBy(RunSequence, camera);
+}
+
 void ClearBusOnce(int32_t camera)
 {
-    RunSequence(PixelSection, Positive(CameraTable[camera].Ccd.HorRegSize), 1, camera);
+    FlushRegisterBy(RunSequence, camera);
 }

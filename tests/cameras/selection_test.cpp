@@ -119,6 +119,7 @@ ReadRule RuleOf(const VirtualSetup& setup)
     case 80: return ReadRule::Pixels;
     case 70:
     case 71: return ReadRule::Counted;
+    case 28: return setup.revision == 200 ? ReadRule::WholeFrame : ReadRule::EvenLines;
     case 30:
         if (setup.sensor == 500 || setup.sensor == 506) return ReadRule::Plain;
         [[fallthrough]];
@@ -179,9 +180,13 @@ class Selection : public VirtualCameraTest, public testing::WithParamInterface<S
 protected:
     const VirtualSetup& Setup() const { return GetParam().setup; }
 
+    // 28 filters eight readings, and has none until there are as many.
     void ExpectTemperature() const
     {
         EmuBusSetTemperature(bus, -12.0);
+        for (int reading = 1; Setup().platform == 28 && reading < 8; ++reading) {
+            QV_ReadTemp(QV_CELSIUS, 0);
+        }
         const double measured = QV_ReadTemp(QV_CELSIUS, 0);
         EXPECT_EQ(QV_Status(0), 0);
         EXPECT_NEAR(measured, EmuBusTemperature(bus), 0.2);
@@ -252,6 +257,7 @@ protected:
         case 22:
         case 23: ExpectGainLine(12, true); break;
         case 24: ExpectGainLine(12, false); break;
+        case 28: ExpectFrontEndGain(0, 216); break;
         case 40:
         case 41:
         case 42: ExpectBriarGain(); break;

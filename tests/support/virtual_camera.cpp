@@ -248,6 +248,7 @@ std::vector<uint16_t> VirtualCameraTest::Expected(const VirtualFrame& frame, uin
         break;
     }
     case ReadRule::Lines:
+    case ReadRule::EvenLines:
     case ReadRule::Pixels: CopyLines(frame, &pixels); break;
     case ReadRule::Plain:
         if (frame.isWindow) break;

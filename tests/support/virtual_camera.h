@@ -26,6 +26,7 @@ enum class Strobe {
 enum class ReadRule {
     WholeFrame, // one transfer by DMA
     Lines,      // a transfer a line
+    EvenLines,  // the same, and the second line does not cover the first one's end
     Pixels,     // a bus cycle a pixel
     Plain,      // the same from a sensor that clocks itself
     Counted,    // lines with four words of their own ahead of the pixels
