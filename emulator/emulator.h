@@ -60,3 +60,4 @@ enum EmuCall : int32_t {
 // Makes the `at`-th call from now on fail (1: the next one), and with `lasts`
 // every later one; 0 takes the fault away.
 void EmuFail(EmuCall call, uint32_t at, bool lasts);
+uint32_t EmuCallsMet(EmuCall call); // of the kind while the fault was set

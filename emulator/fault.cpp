@@ -35,6 +35,11 @@ void EmuFail(EmuCall call, uint32_t at, bool lasts)
     Plan[call].calls = 0;
 }
 
+uint32_t EmuCallsMet(EmuCall call)
+{
+    return Plan[call].calls;
+}
+
 void EmuResetFaults()
 {
     for (int32_t call = 0; call < EmuCallCount; ++call) {

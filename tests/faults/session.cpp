@@ -1,0 +1,69 @@
+#include "tests/faults/session.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr uint16_t PortBase = 0x378;
+constexpr uint16_t Fill = 0xAAAA, Guard = 0x6D6D;
+constexpr size_t Guards = 64;
+constexpr size_t Pixels = size_t{ImageColumns} * ImageRows;
+constexpr double Exposure = 0.01;
+
+} // namespace
+
+void Session::Use(const FaultyLink& which)
+{
+    link = which;
+    Renew();
+    ASSERT_EQ(OpenCode(), 0);
+    ASSERT_EQ(FrameCode(&wanted), 0);
+    QV_Close(0);
+}
+
+void Session::Renew()
+{
+    EmuReset();
+    EmuInstall();
+    Plug(link.setup);
+}
+
+int32_t Session::OpenCode(int32_t interfaceLink)
+{
+    CameraConfig config = {};
+    config.InterfaceLink = interfaceLink >= 0 ? interfaceLink : link.setup.decoder != 0 ? 1 : 0;
+    QV_InitOptions(&config, 0);
+    QV_Open(link.setup.platform, link.setup.sensor, PortBase, link.setup.interfaceType, 0, 0,
+            link.options, nullptr, nullptr);
+    return QV_Status(0);
+}
+
+int32_t Session::FrameCode(std::vector<uint16_t>* pixels)
+{
+    std::vector<uint16_t> buffer(Pixels + 2 * Guards, Guard);
+    std::fill_n(buffer.begin() + Guards, Pixels, Fill);
+    QV_GetCCD(1, Exposure, buffer.data() + Guards, 0);
+    for (size_t i = 0; i < Guards; ++i) {
+        EXPECT_EQ(buffer[i], Guard) << i;
+        EXPECT_EQ(buffer[Guards + Pixels + i], Guard) << i;
+    }
+    if (pixels != nullptr) pixels->assign(buffer.begin() + Guards, buffer.end() - Guards);
+    return QV_Status(0);
+}
+
+void Session::ExpectNothingLeft()
+{
+    QV_Close(0);
+    EXPECT_EQ(EmuCardsOpen(), 0u);
+    EXPECT_EQ(EmuDmaLocked(), 0u);
+    EXPECT_EQ(EmuLiveBlocks(), 0u);
+}
+
+void Session::ExpectRecovery()
+{
+    std::vector<uint16_t> pixels;
+    EXPECT_EQ(OpenCode(), 0);
+    EXPECT_EQ(FrameCode(&pixels), 0);
+    EXPECT_EQ(pixels, wanted);
+    ExpectNothingLeft();
+}

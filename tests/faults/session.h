@@ -1,0 +1,32 @@
+// A camera that is opened and read while something goes wrong, and again when it is over.
+#pragma once
+#include <cstdint>
+#include <vector>
+
+#include "emulator/bus_links.h"
+#include "emulator/emulator.h"
+#include "tests/support/virtual_camera.h"
+
+struct FaultyLink {
+    const char* name;
+    VirtualSetup setup;
+    int32_t options = 0;
+};
+
+class Session : public VirtualCameraTest {
+protected:
+    FaultyLink link;
+    std::vector<uint16_t> wanted; // the frame when nothing is wrong
+
+    // An empty world with this camera.
+    void Use(const FaultyLink& which);
+    void Renew();
+
+    int32_t OpenCode(int32_t interfaceLink = -1); // -1: as the cable wants it
+    // A light frame between guards that must stay; its code.
+    int32_t FrameCode(std::vector<uint16_t>* pixels = nullptr);
+
+    // Closed, nothing is left; and the camera opens and gives the frame again.
+    void ExpectNothingLeft();
+    void ExpectRecovery();
+};
