@@ -1,5 +1,5 @@
-// The waits that nothing but the camera ends, as docs/waits.md lists them: seconds of virtual
-// time is not enough for them, and each ends when the camera does its part.
+// The waits that nothing but the camera ends, as docs/waits.md lists them: no time is enough
+// for them without it.
 #include <vector>
 
 #include "emulator/bus_camera.h"

@@ -6,7 +6,7 @@
 //   data 002A x 3                  the same line three times
 //   ...                            anything, up to the next line that matches
 //   reg 12 0400                    a register of a bus camera: address 800C, data 0400
-//   byte 62 0001                   the same on uNOD cameras: address 003E, data 0001
+//   byte 62 0001                   by plain number, as on 28, 70 and 71: address 003E, data 0001
 //   read *                         a line that begins so
 //   $buffer                        a value that the test gives, anywhere in a line
 //   clock: reg 12 0004; reg 12 0000    gives lines a name,

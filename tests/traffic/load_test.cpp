@@ -24,6 +24,7 @@ constexpr Way Ways[] = {
     {"TarnIii", {22, 255, 2, "BuildWaveTarn3Kaf"}, false, true, "22_load.txt"},
     {"TarnIv", {24, 255, 2, "BuildWaveTarn4Kaf"}, false, false, "24_load.txt"},
     {"TarnIvPlus", {25, 255, 2, "BuildWaveTarn4pKaf"}, false, true, "25_load.txt", 33024},
+    {"TarnV", {28, 255, 2, "BuildWaveTarn5"}, false, true, "28_load.txt"},
     {"Larch", {30, 255, 2, "BuildWaveLarchKaf"}, false, true, "30_load.txt"},
     {"Sep", {80, 2000, 2, "BuildWaveSepCcd442"}, false, true, "80_load.txt"},
 };
