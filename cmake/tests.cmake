@@ -5,14 +5,15 @@ include(GoogleTest)
 
 file(GLOB QVN_SUPPORT CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/tests/support/*.cpp)
 set_source_files_properties(${PROJECT_SOURCE_DIR}/tests/support/plain_demo_frame.cpp
-  PROPERTIES COMPILE_OPTIONS -ffp-contract=off)
+  PROPERTIES COMPILE_OPTIONS "-ffp-contract=off;$<$<CONFIG:RelWithDebInfo>:-O2>")
 add_library(qvn_test_support STATIC ${QVN_SUPPORT})
 target_link_libraries(qvn_test_support
   PUBLIC qvn_options qvn_objects qvn_emulator GTest::gtest)
 # Tests are compiled once and run once: the compiler's time counts, not theirs.
-set(QVN_TEST_OPTIONS $<$<CONFIG:RelWithDebInfo>:-O1> $<$<CONFIG:RelWithDebInfo>:-g1>
-  # gcc 12 at this level takes the buffer of a short string for the whole of it.
-  -Wno-array-bounds)
+set(QVN_TEST_OPTIONS $<$<CONFIG:RelWithDebInfo>:-g1>)
+if(NOT QVN_SANITIZE)
+  list(APPEND QVN_TEST_OPTIONS $<$<CONFIG:RelWithDebInfo>:-O0>)
+endif()
 target_compile_options(qvn_test_support PRIVATE ${QVN_TEST_OPTIONS})
 # The headers that cost more to compile than most tests are compiled once.
 target_precompile_headers(qvn_test_support PRIVATE <gtest/gtest.h> <string> <vector>)
