@@ -192,6 +192,14 @@ protected:
         EXPECT_NEAR(measured, EmuBusTemperature(bus), 0.2);
     }
 
+    // An offset of 2.5 degrees, a span of 1.1, and on BRIAR the low resistor.
+    void FillMemory() const
+    {
+        EmuBusSetMemoryWord(bus, 0, 25);
+        EmuBusSetMemoryWord(bus, 1, 11);
+        EmuBusSetMemoryWord(bus, 9, 1);
+    }
+
     // 30 percent as regulation begins, then 50 by hand: 4096 times 0.3 and 0.5. The
     // converter of 28 has eight bits.
     void ExpectCooler() const
@@ -291,6 +299,7 @@ protected:
 TEST_P(Selection, OpensReadsCoolsAndCloses)
 {
     Plug(Setup());
+    FillMemory();
     Open(Setup());
     if (HasFatalFailure()) return;
     ExpectTemperature();
