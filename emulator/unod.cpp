@@ -112,9 +112,10 @@ bool MakePixel(EmuBusState* camera, uint16_t* pixel)
     return true;
 }
 
-// In 100 ns, on 71 in 10 microseconds.
+// In 100 ns, on 71 in 10 microseconds. What is left of the frame before is not sent.
 void Expose(EmuBusState* camera)
 {
+    camera->stream.on = false;
     const int64_t low = Counter(*camera, ExposureTime);
     const int64_t units = low | Counter(*camera, ExposureTime + 2) << 16;
     if (units == 0) return;
