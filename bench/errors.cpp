@@ -18,6 +18,8 @@ const BenchError BenchErrors[] = {
     {QVB_ERROR_NO_MEMORY, "Memory allocation error while playing the clock pattern"},
     {QVB_ERROR_FRAME_ROOM, "The frame does not fit its buffer"},
     {QVB_ERROR_DEFINITION, "The definitions give the sensor no size or the clock pattern no tick"},
+    {QVB_ERROR_SPEC, "The text of the virtual world is wrong"},
+    {QVB_ERROR_TRACE_FILE, "The trace cannot be written"},
 };
 
 } // namespace

@@ -7,6 +7,7 @@
 #include "bench/builders.h"
 #include "bench/geometry.h"
 #include "bench/record_loan.h"
+#include "bench/scene.h"
 #include "emulator/line_maps.h"
 #include "emulator/sequencer.h"
 
@@ -33,10 +34,7 @@ thread_local Light PlayedLight;
 
 uint32_t SceneAt(uint32_t column, uint32_t row)
 {
-    const QvbScene& scene = *PlayedLight.scene;
-    const uint64_t x = uint64_t{column} * scene.Width / PlayedLight.columns;
-    const uint64_t y = uint64_t{row} * scene.Height / PlayedLight.rows;
-    return scene.Pixels[y * scene.Width + x];
+    return StretchedPixel(*PlayedLight.scene, PlayedLight.columns, PlayedLight.rows, column, row);
 }
 
 int32_t PlanReadout(const QvbWaveRequest& request, Readout* readout)

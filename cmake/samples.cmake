@@ -11,7 +11,7 @@ add_custom_command(OUTPUT ${QVN_EMBEDDED}
   COMMENT "Embedding the sample files"
   VERBATIM)
 
-set(QVN_SAMPLE_SOURCES ${PROJECT_SOURCE_DIR}/tools/star_field.cpp
-  ${PROJECT_SOURCE_DIR}/tools/sample_files.cpp)
+set(QVN_SAMPLE_SOURCES ${PROJECT_SOURCE_DIR}/tools/sample_files.cpp)
 add_library(qvn_samples STATIC ${QVN_SAMPLE_SOURCES} ${QVN_EMBEDDED})
-target_link_libraries(qvn_samples PRIVATE qvn_options)
+# Of the emulator the star field and nothing else.
+target_link_libraries(qvn_samples PRIVATE qvn_options PUBLIC qvn_emulator)

@@ -32,6 +32,7 @@ struct EmuBusCamera {
     bool byteCable;      // words come as two bytes (HERON)
     uint8_t unit;        // its place in an array: it answers to bus address 0xFFF0 + unit
     uint8_t bits;        // of the converter, on 22, 23 and 24; 16
+    uint8_t lag;         // words by which the converter is behind: a frame begins with so many 0
 };
 
 // Adds a camera; 0 to 7, or -1 when there are eight.

@@ -31,6 +31,11 @@ bool PlayWord(EmuBusState* camera, uint16_t* pixel, bool* sent)
 // Steps to the next word that the section sends.
 bool MakePixel(EmuBusState* camera, uint16_t* pixel)
 {
+    if (camera->stream.behind != 0) {
+        --camera->stream.behind;
+        *pixel = 0;
+        return true;
+    }
     bool sent = false;
     while (!sent) {
         if (!PlayWord(camera, pixel, &sent)) return false;
@@ -102,6 +107,7 @@ void EmuBeginStream(EmuBusState* camera, bool (*make)(EmuBusState*, uint16_t*), 
     camera->stream = {};
     camera->stream.on = true;
     camera->stream.make = make;
+    camera->stream.behind = camera->play.temperature ? 0 : camera->setup.lag;
     camera->stream.begin = (notBefore > now ? notBefore : now) * NsPerUs;
     MakeNext(camera);
     camera->stream.firstTick = camera->stream.ticks;

@@ -33,6 +33,7 @@ struct EmuBusStreamState {
     bool on;
     bool (*make)(EmuBusState* camera, uint16_t* pixel); // the next word; false: no more
     uint64_t begin;                                     // nanoseconds
+    uint32_t behind;                                    // words ahead of the first pixel
     uint64_t ticks, firstTick;                          // words of the pattern played so far
     bool ready;                                         // `next` stands at the output, or will
     uint16_t next;

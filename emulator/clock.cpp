@@ -1,5 +1,6 @@
 // Virtual time. It moves in EmuSpend and nowhere else; timers and scheduled
 // actions that fall due on the way run there, in order of their times.
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 
@@ -34,7 +35,7 @@ constexpr uint32_t TimerCount = 8;
 constexpr uint32_t ActionCount = 64;
 
 struct Clock {
-    uint64_t now;
+    uint64_t now; // also read by other threads
     uint64_t limit;
     uint32_t tickCost;
     uint32_t timerPhase;
@@ -77,6 +78,12 @@ void RunTimer(VirtualTimer* timer)
     }
 }
 
+// A host's other threads may ask for the time.
+void MoveTo(uint64_t time)
+{
+    std::atomic_ref<uint64_t>(Now.now).store(time, std::memory_order_relaxed);
+}
+
 void AdvanceTo(uint64_t target)
 {
     if (target > Now.limit) {
@@ -85,7 +92,7 @@ void AdvanceTo(uint64_t target)
         abort();
     }
     for (NextEvent next = FindNext(); next.at <= target; next = FindNext()) {
-        if (next.at > Now.now) Now.now = next.at;
+        if (next.at > Now.now) MoveTo(next.at);
         if (next.timer != nullptr) {
             RunTimer(next.timer);
         } else {
@@ -93,7 +100,7 @@ void AdvanceTo(uint64_t target)
             next.action->run(next.action->argument);
         }
     }
-    if (target > Now.now) Now.now = target;
+    if (target > Now.now) MoveTo(target);
 }
 
 uint32_t TickCount()
@@ -195,7 +202,7 @@ void EmuResetClock()
 
 uint64_t EmuMicroseconds()
 {
-    return Now.now;
+    return std::atomic_ref<uint64_t>(Now.now).load(std::memory_order_relaxed);
 }
 
 uint64_t EmuNow()

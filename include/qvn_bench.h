@@ -2,9 +2,9 @@
  * qvn's workbench: libqvn_bench.so.
  *
  * The library has everything that libqvn.so has, and the means to look at a camera's work without
- * a camera: clock patterns are built from qvn.cfg alone, and played against a model of the sensor.
- * A host links it in place of libqvn.so, or loads it ahead of it, and keeps calling QV_... as
- * before.
+ * a camera: clock patterns are built from qvn.cfg alone, and played against a model of the sensor;
+ * and whole cameras, with card, ports and kernel driver, can be virtual. A host links it in place
+ * of libqvn.so, or loads it ahead of it, and keeps calling QV_... as before.
  *
  *     QV_SetPathName("/usr/share/qvn");            the folder of qvn.cfg
  *     QvbWaveRequest request;
@@ -24,7 +24,9 @@
  * -------
  * QVB_BuildWave and QVB_PlayWave borrow a camera number's record: they count among the calls that
  * need one thread at a time for all cameras together (see qvn.h), and the camera number must not be
- * open. They leave the record as it was. All others may be called from any thread at any time.
+ * open. They leave the record as it was. QVB_Install, QVB_Uninstall, QVB_Instrument,
+ * QVB_InstrumentCount and QVB_Trace need that nothing else of the library runs, QVB_SetScene that
+ * no other call does for this camera. All others may be called from any thread at any time.
  */
 #ifndef QVN_BENCH_H
 #define QVN_BENCH_H
@@ -50,9 +52,11 @@ extern "C" {
 #define QVB_ERROR_NO_MEMORY (-5) /* no memory for playing */
 #define QVB_ERROR_FRAME_ROOM (-6) /* the frame does not fit its buffer */
 #define QVB_ERROR_DEFINITION                                                                       \
-    (-7) /* qvn.cfg gives the sensor no columns, rows or register, or the                          \
-            pattern no clock: Xpix, Ypix, HorRegSize and                                           \
-            SamplingClock[0] must be above 0 */
+    (-7)                          /* qvn.cfg gives the sensor no columns, rows or register, or the \
+                                     pattern no clock: Xpix, Ypix, HorRegSize and                  \
+                                     SamplingClock[0] must be above 0 */
+#define QVB_ERROR_SPEC (-8)       /* the text of a virtual world: its error text says what */
+#define QVB_ERROR_TRACE_FILE (-9) /* the trace cannot be written */
 
 /*
  * The text of a code, QV_ERROR_... or QVB_ERROR_...: a constant of the library. "" for a code that
@@ -188,6 +192,105 @@ typedef struct QvbFrame {
  */
 QVN_API int32_t QVB_PlayWave(const char* path, const QvbWaveRequest* request, const QvbScene* scene,
                              QvbFrame* frame);
+
+/* ------------------------------------------------------------------------- */
+/* Virtual cameras                                                           */
+/* ------------------------------------------------------------------------- */
+
+/*
+ * Points the library at a virtual world in place of the operating system: from here on QV_Open
+ * finds the instruments that `spec` tells, and nothing else. Each is a whole camera at the end of
+ * its link: it plays the pattern that the library loads, on a sensor that sees a scene.
+ *
+ *     char error[256];
+ *     if (QVB_Install("platform=42,sensor=255,scene=stars", error, sizeof error)) puts(error);
+ *     QV_Open(42, 255, -1, QV_INTERFACE_PCI_CARD, 0, 0, 0, NULL, NULL);
+ *
+ * `spec` is KEY=VALUE with commas between, or @FILE: a file with a pair in each line, in which
+ * blank lines and those that begin with # mean nothing. platform= begins an instrument, to which
+ * the keys behind it belong, up to the next platform= or a semicolon; there are 8 at most.
+ *
+ *     platform   code or name; USB cameras cannot be had yet
+ *     sensor     code or name [275 or the platform's first]
+ *     link       InterfaceType [the platform's usual one]
+ *     address    of the ports [0x378 printer port, 0x300 port card]
+ *     decoder    on the cable: CameraConfig.InterfaceLink, 0, 1 or 3 [0]
+ *     revision   of the card [200: whole frames by DMA; others: lines]
+ *     camera     number that the host opens it by [its place in the text, from 0]
+ *     ambient    degrees Celsius, -50 to 60 [20]
+ *     serial     serial number, 0 to 65534 [1001]
+ *     scene      stars, flat (20000), ramp (column + row), dark; a file's name, known by a dot or a
+ *                slash, is dark until the host gives the picture by QVB_SetScene [stars]
+ *     seed       of the stars [1]
+ *     state      off: no power; locked: the card is in use elsewhere; unlinked: the serializer is
+ *                off; stalls:N: the link stands still behind pixel N of a read
+ *
+ * These belong to the world:
+ *
+ *     time       real or virtual [real]
+ *     fault      no-driver, no-port-library, refused-ports, or CALL:N: the N-th call of a kind from
+ *                now on fails, with CALL:N:lasts all later ones too. CALL is allocate,
+ *                begin-replace, commit-replace, device-open, device-control, dma-lock,
+ *                register-read, register-write, port-read, port-write, library-load, or any
+ *
+ * In real time exposures, readouts and cooling take as long as with a camera. In virtual time a
+ * clock goes on only as the library calls, and hours pass in milliseconds: QV_Delay lets it go on
+ * too, and the background service runs inside of these calls, on the caller's thread. So in virtual
+ * time all cameras together need one thread at a time; QV_BrkFlg may still be called from any. A
+ * wait that nothing ends (a trigger that never comes) ends the process after a virtual year.
+ *
+ * The light does not depend on the exposure: a light frame of any length is the scene, added up in
+ * bins and stopped at 65535; a dark one is 0. The sensor cools down to 60 degrees below ambient.
+ * Sizes, registers and clocks are those of qvn.cfg in the folder of QV_SetPathName, and
+ * CameraConfig.CcdTechnology that of QV_InitOptions, so that the camera fits what the host opens.
+ *
+ * Results: 0; QVB_ERROR_ARGUMENT; _CAMERA_OPEN (any camera); _SPEC; 5, 6; _DEFINITION (or a sensor
+ * of more than 2^28 pixels); _NO_MEMORY, the world being that of the operating system then. After
+ * the others it is the one that it was. With `error`, which may be null, the reason, "" with
+ * the result 0, of at most `room` characters, the end of the text among them.
+ */
+QVN_API int32_t QVB_Install(const char* spec, char* error, uint32_t room);
+
+/* Back to the operating system; ends a trace. Results: 0; _CAMERA_OPEN; _TRACE_FILE. */
+QVN_API int32_t QVB_Uninstall(void);
+
+/* A virtual instrument, as a host opens it. */
+typedef struct QvbInstrument {
+    int32_t Camera; /* camera number */
+    int32_t Platform, Sensor;
+    int32_t InterfaceType;
+    int32_t InterfaceAddress; /* of the ports; -1 for the card */
+    int32_t InterfaceLink;    /* of CameraConfig, for QV_InitOptions ahead of the open */
+    char SceneFile[1024];     /* what scene= names as a file, cut to this; "" if none */
+} QvbInstrument;
+
+/* The instruments of the world; 0 when it is that of the operating system. */
+QVN_API int32_t QVB_InstrumentCount(void);
+
+/* One of them, in the order of the text, from 0. Results: 0; QVB_ERROR_ARGUMENT (no such one). */
+QVN_API int32_t QVB_Instrument(int32_t index, QvbInstrument* instrument);
+
+/*
+ * What the sensor of a virtual camera sees from here on; the camera may be open. The pixels are
+ * copied. Sides of 1 to 65535. Results: 0; QVB_ERROR_ARGUMENT (no such instrument among others);
+ * _NO_MEMORY.
+ */
+QVN_API int32_t QVB_SetScene(int32_t camera, const QvbScene* scene);
+
+/*
+ * Writes all traffic with the virtual instruments to a new file `path` as text, in place of the one
+ * that was written so far: every call to a card or a port is a line, and equal ones that follow
+ * one another are one line with their number. Null: no more, and the file is complete. The trace
+ * goes on when another world is installed. Results: 0; _TRACE_FILE: the file cannot be made, or an
+ * earlier one is not complete.
+ */
+QVN_API int32_t QVB_Trace(const char* path);
+
+/* 1 in a world of virtual time. */
+QVN_API int32_t QVB_TimeIsVirtual(void);
+
+/* A clock that never goes back, in seconds: the world's where that has virtual time. */
+QVN_API double QVB_Seconds(void);
 
 #ifdef __cplusplus
 }

@@ -10,7 +10,7 @@
 
 #include "tools/embedded.h"
 #include "tools/little_endian.h"
-#include "tools/star_field.h"
+#include "emulator/star_field.h"
 
 namespace fs = std::filesystem;
 

@@ -14,7 +14,7 @@
 #include "include/qvn.h"
 #include "tests/samples/expected.h"
 #include "tools/sample_files.h"
-#include "tools/star_field.h"
+#include "emulator/star_field.h"
 
 namespace fs = std::filesystem;
 

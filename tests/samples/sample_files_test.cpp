@@ -12,7 +12,7 @@
 #include <gtest/gtest.h>
 
 #include "tools/sample_files.h"
-#include "tools/star_field.h"
+#include "emulator/star_field.h"
 
 namespace fs = std::filesystem;
 

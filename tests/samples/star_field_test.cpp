@@ -10,7 +10,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tools/star_field.h"
+#include "emulator/star_field.h"
 
 namespace {
 

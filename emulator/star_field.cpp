@@ -1,4 +1,4 @@
-#include "tools/star_field.h"
+#include "emulator/star_field.h"
 
 #include <algorithm>
 #include <utility>

@@ -1,0 +1,332 @@
+#include "bench/instruments.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <iterator>
+
+#include "bench/builders.h"
+#include "bench/light.h"
+#include "bench/record_loan.h"
+#include "catalogue/catalogue.h"
+#include "core/binding.h"
+#include "emulator/bus_camera.h"
+#include "emulator/bus_links.h"
+#include "emulator/line_maps.h"
+#include "include/qvn_bench.h"
+
+namespace {
+
+constexpr int32_t NoLink = -1;
+constexpr int32_t UsualSensor = 275;
+constexpr int32_t PrinterPort = 0x378, PortCard = 0x300, PortSpan = 16;
+constexpr int32_t WholeFrames = 200; // a card's revision
+constexpr uint32_t SecondDecoder = 0xAAAA2, ThirdDecoder = 3;
+
+constexpr int64_t MostPixels = int64_t{1} << 28; // of a sensor
+
+// How a driver takes the words of a frame from the stream.
+enum class Stream : uint8_t {
+    Own,    // the camera sends what its counters say
+    Pixels, // drops one
+    Dma,    // drops four of a whole frame, six of a transfer line by line
+};
+
+struct InstrumentRow {
+    int32_t platform;
+    int32_t links[3]; // the first is the usual one
+    bool decoderOnCard, decoderOnPort;
+    Stream stream;
+};
+
+// clang-format off
+const InstrumentRow Rows[] = {
+    // platform  links               decoder       stream
+    {22,         {2, 4, 1},          false, true,  Stream::Pixels},
+    {23,         {2, 4, 1},          false, true,  Stream::Pixels},
+    {24,         {2, 4, NoLink},     true,  false, Stream::Dma},
+    {25,         {2, 4, NoLink},     true,  false, Stream::Dma},
+    {30,         {2, 4, NoLink},     true,  false, Stream::Dma},
+    {40,         {0, NoLink, NoLink}, false, false, Stream::Pixels},
+    {41,         {1, NoLink, NoLink}, false, false, Stream::Pixels},
+    {42,         {2, 4, NoLink},     false, false, Stream::Dma},
+    {44,         {2, 4, NoLink},     true,  false, Stream::Dma},
+    {47,         {2, 4, NoLink},     true,  false, Stream::Dma},
+    {60,         {2, 4, 0},          false, false, Stream::Pixels},
+    {70,         {70, 2, 4},         false, false, Stream::Own},
+    {71,         {70, 2, 4},         false, false, Stream::Own},
+    {80,         {2, 4, NoLink},     true,  false, Stream::Pixels},
+};
+// clang-format on
+
+const InstrumentRow* FindRow(int32_t platform)
+{
+    const auto* const row = std::find_if(std::begin(Rows), std::end(Rows), [&](const auto& each) {
+        return each.platform == platform;
+    });
+    return row == std::end(Rows) ? nullptr : row;
+}
+
+bool IsPort(int32_t link)
+{
+    return link == QV_INTERFACE_PRINTER_PORT || link == QV_INTERFACE_PORT_CARD;
+}
+
+template <typename Names> std::string Named(const Names& names, int32_t code)
+{
+    for (const auto& row : names) {
+        if (row.code == code) return std::to_string(code) + " " + row.name;
+    }
+    return std::to_string(code);
+}
+
+std::string NamedPlatform(int32_t code)
+{
+    return Named(PlatformNames, code);
+}
+
+std::string NamedSensor(int32_t code)
+{
+    return Named(SensorNames, code);
+}
+
+void Append(std::string* list, int32_t number)
+{
+    *list += (list->empty() ? "" : ", ") + std::to_string(number);
+}
+
+// --- what the text left open ---
+
+int32_t Refuse(const std::string& text, std::string* error)
+{
+    *error = text;
+    return QVB_ERROR_SPEC;
+}
+
+int32_t CheckPlatform(int32_t platform, std::string* error)
+{
+    if (FindRow(platform) != nullptr && FindPlatformBinding(platform) != nullptr) return 0;
+    std::string others;
+    for (const InstrumentRow& row : Rows) Append(&others, row.platform);
+    return Refuse("platform: there is no virtual instrument of " + NamedPlatform(platform) +
+                      " yet; there are " + others,
+                  error);
+}
+
+// The platform's usual sensor if none is told.
+int32_t ChooseSensor(VirtualInstrument* what, std::string* error)
+{
+    int32_t carried[SensorNameCount];
+    const int32_t count = std::max(CCDQuery(what->platform, carried), 0);
+    int32_t* const end = carried + count;
+    if (what->sensor < 0 && count > 0) {
+        const bool usual = std::find(carried, end, UsualSensor) != end;
+        what->sensor = usual ? UsualSensor : carried[0];
+    }
+    if (std::find(carried, end, what->sensor) != end) return 0;
+    std::string others;
+    std::for_each(carried, end, [&](int32_t code) { Append(&others, code); });
+    return Refuse("sensor: " + NamedPlatform(what->platform) + " does not carry " +
+                      NamedSensor(what->sensor) + "; it carries " + others,
+                  error);
+}
+
+int32_t ChooseLink(VirtualInstrument* what, std::string* error)
+{
+    const InstrumentRow& row = *FindRow(what->platform);
+    if (what->link < 0) what->link = row.links[0];
+    if (std::find(std::begin(row.links), std::end(row.links), what->link) == std::end(row.links)) {
+        std::string others;
+        for (const int32_t link : row.links) {
+            if (link != NoLink) Append(&others, link);
+        }
+        return Refuse("link: " + NamedPlatform(what->platform) + " has no link of kind " +
+                          std::to_string(what->link) + "; it has " + others,
+                      error);
+    }
+    const bool onPort = what->link == QV_INTERFACE_PORT_CARD;
+    if (what->decoder != 0 && !(onPort ? row.decoderOnPort : row.decoderOnCard)) {
+        return Refuse("decoder: " + NamedPlatform(what->platform) +
+                          " has no serial decoder on a link of kind " + std::to_string(what->link),
+                      error);
+    }
+    if (!IsPort(what->link) && what->address >= 0) {
+        return Refuse("address: the card needs none", error);
+    }
+    if (what->link == QV_INTERFACE_PRINTER_PORT && what->address < 0) what->address = PrinterPort;
+    if (what->link == QV_INTERFACE_PORT_CARD && what->address < 0) what->address = PortCard;
+    return 0;
+}
+
+int32_t CheckAgainst(const VirtualInstrument& what, const VirtualInstrument& other,
+                     std::string* error)
+{
+    if (what.camera == other.camera) {
+        return Refuse("camera: number " + std::to_string(what.camera) + " has two instruments",
+                      error);
+    }
+    const bool ports = what.address >= 0 && other.address >= 0;
+    if (ports && std::abs(what.address - other.address) < PortSpan) {
+        return Refuse("address: two instruments share ports; they need to be 16 apart", error);
+    }
+    return 0;
+}
+
+int32_t Complete(VirtualInstrument* what, int32_t place, std::string* error)
+{
+    if (what->camera < 0) what->camera = place;
+    int32_t code = CheckPlatform(what->platform, error);
+    if (code == 0) code = ChooseSensor(what, error);
+    if (code == 0) code = ChooseLink(what, error);
+    return code;
+}
+
+// --- definitions ---
+
+bool FitsModel(const CcdDefinition& ccd)
+{
+    return ccd.Xpix >= 2 && int64_t{ccd.Xpix} * ccd.Ypix <= MostPixels;
+}
+
+int32_t ReadDefinitions(PlannedInstrument* planned)
+{
+    const VirtualInstrument& what = planned->what;
+    QvbWaveRequest request;
+    QVB_InitWaveRequest(&request);
+    request.Platform = what.platform;
+    request.Sensor = what.sensor;
+    request.InterfaceType = what.link;
+    request.Camera = what.camera;
+    RecordLoan loan = {};
+    const int32_t code = TakeRecord(request, &loan);
+    if (code != 0) return code;
+    planned->ccd = CameraTable[what.camera].Ccd;
+    planned->electronics = CameraTable[what.camera].Platform;
+    ReturnRecord(loan);
+    return FitsModel(planned->ccd) ? 0 : QVB_ERROR_DEFINITION;
+}
+
+// Cameras without a pattern have no lines either.
+void FindLines(PlannedInstrument* planned)
+{
+    const VirtualInstrument& what = planned->what;
+    const BenchBuilder* builder = FindBenchBuilder(what.platform, what.sensor, what.link);
+    if (builder == nullptr) return;
+    const int32_t technology = CameraTable[what.camera].Config.CcdTechnology;
+    EmuFindLineMap(builder->name, {what.platform, what.sensor, technology}, &planned->lines);
+}
+
+int32_t Plan(const VirtualInstrument& what, PlannedInstrument* planned, std::string* error)
+{
+    planned->what = what;
+    const int32_t code = ReadDefinitions(planned);
+    if (code != 0) {
+        *error = "platform: " + NamedPlatform(what.platform) + " with sensor " +
+                 NamedSensor(what.sensor) + ": " + QVB_ErrorMessage(code);
+    }
+    FindLines(planned);
+    return code;
+}
+
+// --- plugging ---
+
+struct StreamForm {
+    uint8_t lag;        // words by which the converter is behind, as the driver drops them
+    uint32_t darkAhead; // rows ahead of the image, as the driver drops them
+};
+
+StreamForm FormOf(const PlannedInstrument& instrument)
+{
+    const InstrumentRow& row = *FindRow(instrument.what.platform);
+    const uint32_t half = instrument.ccd.Dummy[0] / 2u;
+    const bool ownClock = instrument.what.sensor == 500 || instrument.what.sensor == 506;
+    if (row.stream == Stream::Own || ownClock) return {0, 0};
+    if (row.stream == Stream::Pixels) return {1, half + 1};
+    if (instrument.what.revision == WholeFrames) return {4, half};
+    return {6, half + 1};
+}
+
+uint32_t WordNs(const PlannedInstrument& instrument)
+{
+    const double ns = instrument.electronics.SamplingClock[0] * 1000;
+    return static_cast<uint32_t>(std::lround(std::clamp(ns, 1.0, 1e9)));
+}
+
+EmuBusCamera CameraOf(const PlannedInstrument& instrument)
+{
+    const VirtualInstrument& what = instrument.what;
+    const CcdDefinition& ccd = instrument.ccd;
+    const StreamForm form = FormOf(instrument);
+    const bool sendsImageOnly = form.lag == 0;
+    EmuBusCamera camera = {};
+    camera.platform = what.platform;
+    camera.sensor = what.sensor;
+    camera.version = static_cast<uint16_t>(instrument.electronics.FpgaId);
+    camera.chip = {static_cast<uint32_t>(ccd.Xpix),
+                   static_cast<uint32_t>(ccd.Ypix) + (sendsImageOnly ? 0u : ccd.Dummy[0] + 1u),
+                   static_cast<uint32_t>(std::max<int32_t>(ccd.HorDummyPix, 0)),
+                   static_cast<uint32_t>(ccd.HorRegSize), LightOf(what.camera)};
+    camera.lines = instrument.lines;
+    camera.wordNs = WordNs(instrument);
+    camera.ambient = what.ambient;
+    camera.byteCable = what.platform == 60 && !IsPort(what.link);
+    camera.bits = static_cast<uint8_t>(instrument.electronics.ADbit);
+    camera.lag = form.lag;
+    // Offset 0.0, span 1.0, made in January 2020, a serial number in binary.
+    camera.memory[1] = 10;
+    camera.memory[4] = 1;
+    camera.memory[5] = 1;
+    camera.memory[6] = 2020;
+    camera.memory[8] = static_cast<uint16_t>(what.serial);
+    return camera;
+}
+
+void PlugLink(const VirtualInstrument& what, int32_t bus)
+{
+    const auto address = static_cast<uint16_t>(what.address);
+    if (what.link == QV_INTERFACE_PRINTER_PORT) {
+        EmuPlugPrinterPort(address, bus);
+    } else if (what.link == QV_INTERFACE_PORT_CARD) {
+        EmuPlugPortCard(address, what.decoder != 0, bus);
+    } else {
+        EmuCard card;
+        // The last camera number has the first identifier.
+        card.deviceId = static_cast<uint16_t>(what.camera == 7 ? 2000 : 2001 + what.camera);
+        card.revision = static_cast<uint32_t>(what.revision);
+        card.lockedElsewhere = what.state.locked;
+        card.unlinked = what.state.unlinked;
+        if (what.decoder != 0) card.decoder = what.decoder == 1 ? SecondDecoder : ThirdDecoder;
+        EmuPlugCard(card, bus);
+    }
+}
+
+} // namespace
+
+int32_t PlanInstruments(const std::vector<VirtualInstrument>& wanted,
+                        std::vector<PlannedInstrument>* planned, std::string* error)
+{
+    for (size_t place = 0; place < wanted.size(); ++place) {
+        VirtualInstrument what = wanted[place];
+        int32_t code = Complete(&what, static_cast<int32_t>(place), error);
+        for (const PlannedInstrument& other : *planned) {
+            if (code == 0) code = CheckAgainst(what, other.what, error);
+        }
+        planned->emplace_back();
+        if (code == 0) code = Plan(what, &planned->back(), error);
+        if (code != 0) return code;
+    }
+    return 0;
+}
+
+void PlugInstrument(const PlannedInstrument& instrument)
+{
+    const VirtualInstrument& what = instrument.what;
+    const LightArea area = {static_cast<uint32_t>(instrument.ccd.Xpix),
+                            static_cast<uint32_t>(instrument.ccd.Ypix),
+                            FormOf(instrument).darkAhead};
+    SetLight(what.camera, area, what);
+    const int32_t bus = EmuPlugBusCamera(CameraOf(instrument));
+    EmuBusMute(bus, what.state.stall);
+    EmuBusPower(bus, !what.state.off);
+    PlugLink(what, bus);
+}
