@@ -4,11 +4,11 @@
 
 #include <algorithm>
 
+#include "emulator/star_field.h"
 #include "tools/image_files.h"
 #include "tools/report.h"
 #include "tools/safe_file.h"
 #include "tools/scene_file.h"
-#include "tools/star_field.h"
 #include "tools/text.h"
 #include "tools/wave_target.h"
 
