@@ -91,7 +91,10 @@ DefinitionOptions AddDefinitionOptions(CLI::App* command, const char* platformHe
 void AddCameraOptions(CLI::App* command, CameraRequest* request)
 {
     const DefinitionOptions definitions = AddDefinitionOptions(
-        command, "Platform, code or name; default 1, DEMO, the simulated camera", request);
+        command,
+        "Platform, code or name; default the virtual camera's, else 1, DEMO, the "
+        "simulated camera",
+        request);
     auto* config = command
                        ->add_option("--config", request->configFile,
                                     "Opens what this camera.cfg says; a name without a slash is "
@@ -117,6 +120,25 @@ void AddCameraOptions(CLI::App* command, CameraRequest* request)
     for (auto* other : {definitions.platform, definitions.sensor, camera, definitions.link}) {
         config->excludes(other);
     }
+    AddWorldOptions(command, &request->world);
+}
+
+void AddWorldOptions(CLI::App* command, VirtualRequest* request)
+{
+    const char* group = "Virtual cameras";
+    command
+        ->add_option("--virtual", request->text,
+                     "Virtual cameras in place of real ones, such as "
+                     "platform=42,sensor=255,scene=stars; @FILE reads them from a file")
+        ->type_name("TEXT")
+        ->check(NotEmpty())
+        ->group(group);
+    command
+        ->add_option("--trace", request->trace,
+                     "A new file for all traffic with the virtual cameras, as text")
+        ->type_name("FILE")
+        ->check(NotEmpty())
+        ->group(group);
 }
 
 void AddPictureOptions(CLI::App* command, const char* windowHelp, const PictureOptions& options)

@@ -30,6 +30,9 @@ DefinitionOptions AddDefinitionOptions(CLI::App* command, const char* platformHe
 // The same, and all others that choose a camera to open.
 void AddCameraOptions(CLI::App* command, CameraRequest* request);
 
+// --virtual and --trace.
+void AddWorldOptions(CLI::App* command, VirtualRequest* request);
+
 // Where --window and --binning go.
 struct PictureOptions {
     const char* group;

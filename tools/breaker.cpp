@@ -7,15 +7,17 @@
 #include <sys/signalfd.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <cmath>
 #include <condition_variable>
 #include <csignal>
 #include <cstdio>
 #include <mutex>
 #include <thread>
 
-#include "include/qvn.h"
+#include "include/qvn_bench.h"
 #include "tools/report.h"
 
 namespace {
@@ -71,6 +73,17 @@ void Watch()
     }
 }
 
+// Virtual time goes on within the library's calls and nowhere else.
+bool DelayOrBreak(double seconds)
+{
+    constexpr double Longest = 1.0;
+    const double end = SteadySeconds() + seconds;
+    for (double left = seconds; left > 0.0 && !Breaker.requested; left = end - SteadySeconds()) {
+        QV_Delay(static_cast<uint32_t>(std::ceil(std::min(left, Longest) * 1000.0)));
+    }
+    return Breaker.requested;
+}
+
 } // namespace
 
 void BreakerStart()
@@ -109,8 +122,7 @@ bool BreakRequested()
 
 double SteadySeconds()
 {
-    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch())
-        .count();
+    return QVB_Seconds();
 }
 
 double BreakSeconds()
@@ -120,6 +132,7 @@ double BreakSeconds()
 
 bool WaitOrBreak(double seconds)
 {
+    if (QVB_TimeIsVirtual() != 0) return DelayOrBreak(seconds);
     std::unique_lock<std::mutex> lock(Breaker.mutex);
     return Breaker.wake.wait_for(lock, std::chrono::duration<double>(seconds),
                                  [] { return Breaker.requested.load(); });

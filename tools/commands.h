@@ -13,6 +13,7 @@ struct InitRequest {
 };
 
 struct ListRequest {
+    VirtualRequest world;
     std::string platform; // code or name; empty: all
     bool json = false;
 };

@@ -1,6 +1,7 @@
 // qvn list: platforms and the sensors that they carry.
 #include <cstdio>
 
+#include "include/qvn_bench.h"
 #include "tools/catalogue_names.h"
 #include "tools/commands.h"
 #include "tools/report.h"
@@ -54,10 +55,58 @@ void PrintJson(const std::vector<CatalogueEntry>& platforms)
     std::printf("%s\n]}\n", text.c_str());
 }
 
+std::string NameOf(const std::vector<CatalogueEntry>& entries, int32_t code)
+{
+    CatalogueEntry entry;
+    return FindEntry(entries, std::to_string(code), &entry) ? entry.name : "";
+}
+
+void PrintInstrument(const QvbInstrument& instrument)
+{
+    const std::string platform = NameOf(Platforms(), instrument.Platform);
+    const std::string sensor = NameOf(SensorsOf(instrument.Platform), instrument.Sensor);
+    const std::string address =
+        instrument.InterfaceAddress < 0 ? "" : Text(" at 0x%X", instrument.InterfaceAddress);
+    std::printf("%6d  %3d %-12s %4d %-10s %d%s\n", instrument.Camera, instrument.Platform,
+                platform.c_str(), instrument.Sensor, sensor.c_str(), instrument.InterfaceType,
+                address.c_str());
+}
+
+void PrintInstrumentJson(const QvbInstrument& instrument)
+{
+    const CatalogueEntry platform = {instrument.Platform, NameOf(Platforms(), instrument.Platform)};
+    const CatalogueEntry sensor = {instrument.Sensor,
+                                   NameOf(SensorsOf(instrument.Platform), instrument.Sensor)};
+    std::printf("{\"camera\": %d, \"platform\": {%s}, \"sensor\": {%s}, "
+                "\"interface\": [%d, %d]}",
+                instrument.Camera, EntryJson(platform).c_str(), EntryJson(sensor).c_str(),
+                instrument.InterfaceType, instrument.InterfaceAddress);
+}
+
+int ListInstruments(bool json)
+{
+    std::printf(json ? "{\"instruments\": [" : "Camera  Platform         Sensor          Link\n");
+    for (int32_t index = 0; index < QVB_InstrumentCount(); ++index) {
+        QvbInstrument instrument;
+        QVB_Instrument(index, &instrument);
+        if (json) {
+            std::printf(index == 0 ? "\n  " : ",\n  ");
+            PrintInstrumentJson(instrument);
+        } else {
+            PrintInstrument(instrument);
+        }
+    }
+    if (json) std::printf("\n]}\n");
+    return ExitDone;
+}
+
 } // namespace
 
 int RunList(const ListRequest& request)
 {
+    if (!request.world.text.empty()) {
+        return EnterVirtualWorld(request.world) ? ListInstruments(request.json) : ExitFailed;
+    }
     std::vector<CatalogueEntry> platforms = Platforms();
     if (!request.platform.empty()) {
         CatalogueEntry entry;

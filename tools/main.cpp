@@ -18,6 +18,7 @@ namespace {
 constexpr double LongestExposure = 2000000.0; // seconds; the library counts milliseconds
 
 struct Requests {
+    VirtualRequest world; // given ahead of the command
     InitRequest init;
     ListRequest list;
     InfoRequest info;
@@ -44,6 +45,7 @@ void AddList(CLI::App* app, ListRequest* request)
         ->type_name("CODE|NAME")
         ->check(NotEmpty());
     command->add_flag("--json", request->json, "As JSON");
+    AddWorldOptions(command, &request->world);
 }
 
 void AddInfo(CLI::App* app, InfoRequest* request)
@@ -198,6 +200,36 @@ int RunWave(const CLI::App& wave, const Requests& requests)
     return RunWaveView(wave, requests.waveViews);
 }
 
+// What stands ahead of the command counts as if it stood behind it.
+VirtualRequest Joined(const VirtualRequest& ahead, const VirtualRequest& behind)
+{
+    const bool twice = (!ahead.text.empty() && !behind.text.empty()) ||
+                       (!ahead.trace.empty() && !behind.trace.empty());
+    if (twice) throw CLI::ValidationError("--virtual, --trace", "given twice");
+    VirtualRequest joined = ahead;
+    if (joined.text.empty()) joined.text = behind.text;
+    if (joined.trace.empty()) joined.trace = behind.trace;
+    if (joined.text.empty() && !joined.trace.empty()) {
+        throw CLI::ValidationError("--trace", "needs --virtual: real traffic is not written down");
+    }
+    return joined;
+}
+
+void JoinWorlds(const CLI::App& app, Requests* requests)
+{
+    const bool opensNone = app.got_subcommand("init") || app.got_subcommand("wave");
+    const bool given = !requests->world.text.empty() || !requests->world.trace.empty();
+    if (opensNone && given) {
+        throw CLI::ValidationError("--virtual, --trace",
+                                   "are for info, list, expose and temperature");
+    }
+    for (VirtualRequest* world :
+         {&requests->list.world, &requests->info.camera.world, &requests->expose.camera.world,
+          &requests->temperature.camera.world}) {
+        *world = Joined(requests->world, *world);
+    }
+}
+
 int Run(const CLI::App& app, const Requests& requests)
 {
     if (app.got_subcommand("init")) return RunInit(requests.init);
@@ -214,6 +246,7 @@ int ParseAndRun(int count, char** arguments)
     CLI::App app("Takes frames with cooled CCD cameras, real or simulated.", "qvn");
     app.set_version_flag("--version", CreatorText);
     app.require_subcommand(1);
+    AddWorldOptions(&app, &requests.world);
     AddInit(&app, &requests.init);
     AddList(&app, &requests.list);
     AddInfo(&app, &requests.info);
@@ -222,6 +255,7 @@ int ParseAndRun(int count, char** arguments)
     AddWave(&app, &requests);
     try {
         app.parse(count, arguments);
+        JoinWorlds(app, &requests);
         return Run(app, requests);
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? ExitDone : ExitUsage;
@@ -238,5 +272,5 @@ int main(int count, char** arguments)
 {
     // A reader of the output that goes away must not leave the camera open and cooled.
     std::signal(SIGPIPE, SIG_IGN);
-    return FinishOutput(ParseAndRun(count, arguments));
+    return FinishOutput(LeaveVirtualWorld(ParseAndRun(count, arguments)));
 }

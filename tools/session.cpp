@@ -15,6 +15,7 @@
 namespace {
 
 constexpr size_t LongestLibraryPath = 1023;
+constexpr char DefaultPlatform[] = "1";
 
 bool IsFolder(const std::string& path)
 {
@@ -99,7 +100,8 @@ bool ChooseSensor(const Choice& choice, Session* session)
 
 bool ChooseByName(const CameraRequest& request, Session* session, CameraConfig* config)
 {
-    const Choice platform = {request.platform, "--platform " + request.platform};
+    const std::string code = request.platform.empty() ? DefaultPlatform : request.platform;
+    const Choice platform = {code, "--platform " + code};
     const Choice sensor = {request.sensor, "--sensor " + request.sensor};
     QV_InitCfg(config);
     if (!ChoosePlatform(platform, session) || !ChooseSensor(sensor, session)) return false;
@@ -180,6 +182,14 @@ void CallOpen(const CameraRequest& request, uint32_t options, CameraConfig* conf
             OnExposure, OnProgress);
 }
 
+// Camera number, platform, sensor, and how the camera is set up.
+bool ChooseCodes(const CameraRequest& request, Session* session, CameraConfig* config)
+{
+    session->camera = std::max(request.camera, 0);
+    return request.configFile.empty() ? ChooseByName(request, session, config)
+                                      : LoadConfig(request, session, config);
+}
+
 } // namespace
 
 int32_t InterfaceOf(const CameraRequest& request, int32_t platform)
@@ -203,18 +213,18 @@ std::string OpenFailureDetail(const Session& session, int32_t code)
     return "";
 }
 
-bool ChooseCamera(const CameraRequest& request, Session* session, CameraConfig* config)
+bool ChooseCamera(const CameraRequest& asked, Session* session, CameraConfig* config)
 {
-    session->camera = request.camera;
-    if (!ChooseFolder(request, session)) return false;
-    return request.configFile.empty() ? ChooseByName(request, session, config)
-                                      : LoadConfig(request, session, config);
+    return ChooseFolder(asked, session) && ChooseCodes(asked, session, config);
 }
 
-bool OpenSession(const CameraRequest& request, uint32_t options, Session* session)
+bool OpenSession(const CameraRequest& asked, uint32_t options, Session* session)
 {
     CameraConfig config{};
-    if (!ChooseCamera(request, session, &config)) return false;
+    CameraRequest request = asked;
+    const bool chosen = ChooseFolder(request, session) && EnterVirtualWorld(request.world) &&
+                        ChooseVirtualCamera(&request) && ChooseCodes(request, session, &config);
+    if (!chosen) return false;
 
     BreakerStart();
     CallOpen(request, options, &config, *session);

@@ -4,17 +4,19 @@
 #include <string>
 
 #include "include/qvn.h"
+#include "tools/virtual_world.h"
 
 // The arguments that all commands with a camera share.
 struct CameraRequest {
-    std::string libraryPath;    // empty: the library's own default
-    std::string platform = "1"; // code or name
-    std::string sensor;         // code or name; empty: chosen for the platform
-    std::string configFile;     // empty: none; else it names platform, sensor and link
-    int32_t camera = 0;
+    std::string libraryPath; // empty: the library's own default
+    std::string platform;    // code or name; empty: the virtual instrument's, else DEMO
+    std::string sensor;      // code or name; empty: chosen for the platform
+    std::string configFile;  // empty: none; else it names platform, sensor and link
+    int32_t camera = -1;     // -1: the first virtual instrument's, else 0
     uint32_t options = 0;
     int32_t interfaceType = -1;    // -1: chosen for the platform
     int32_t interfaceAddress = -1; // -1: none
+    VirtualRequest world;
 };
 
 struct Session {
