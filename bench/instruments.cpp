@@ -28,7 +28,7 @@ constexpr int64_t MostPixels = int64_t{1} << 28; // of a sensor
 // How a driver takes the words of a frame from the stream.
 enum class Stream : uint8_t {
     Own,    // the camera sends what its counters say
-    Pixels, // drops one
+    Pixels, // each by itself
     Dma,    // drops four of a whole frame, six of a transfer line by line
 };
 
@@ -230,20 +230,22 @@ int32_t Plan(const VirtualInstrument& what, PlannedInstrument* planned, std::str
 
 // --- plugging ---
 
+// What a driver drops of the stream, so that the rest is the image.
 struct StreamForm {
-    uint8_t lag;        // words by which the converter is behind, as the driver drops them
-    uint32_t darkAhead; // rows ahead of the image, as the driver drops them
+    uint8_t lag;        // words by which the converter is behind
+    uint32_t darkAhead; // rows ahead of the image
+    uint32_t darkRows;  // ahead of it and behind
 };
 
 StreamForm FormOf(const PlannedInstrument& instrument)
 {
     const InstrumentRow& row = *FindRow(instrument.what.platform);
-    const uint32_t half = instrument.ccd.Dummy[0] / 2u;
+    const uint32_t dummy = instrument.ccd.Dummy[0];
     const bool ownClock = instrument.what.sensor == 500 || instrument.what.sensor == 506;
-    if (row.stream == Stream::Own || ownClock) return {0, 0};
-    if (row.stream == Stream::Pixels) return {1, half + 1};
-    if (instrument.what.revision == WholeFrames) return {4, half};
-    return {6, half + 1};
+    if (row.stream == Stream::Own || ownClock) return {0, 0, 0};
+    if (row.stream == Stream::Pixels) return {0, dummy / 2 + 1, dummy + 1};
+    if (instrument.what.revision == WholeFrames) return {4, dummy / 2, dummy + 1};
+    return {6, dummy / 2 + 1, dummy + 1};
 }
 
 uint32_t WordNs(const PlannedInstrument& instrument)
@@ -257,13 +259,11 @@ EmuBusCamera CameraOf(const PlannedInstrument& instrument)
     const VirtualInstrument& what = instrument.what;
     const CcdDefinition& ccd = instrument.ccd;
     const StreamForm form = FormOf(instrument);
-    const bool sendsImageOnly = form.lag == 0;
     EmuBusCamera camera = {};
     camera.platform = what.platform;
     camera.sensor = what.sensor;
     camera.version = static_cast<uint16_t>(instrument.electronics.FpgaId);
-    camera.chip = {static_cast<uint32_t>(ccd.Xpix),
-                   static_cast<uint32_t>(ccd.Ypix) + (sendsImageOnly ? 0u : ccd.Dummy[0] + 1u),
+    camera.chip = {static_cast<uint32_t>(ccd.Xpix), static_cast<uint32_t>(ccd.Ypix) + form.darkRows,
                    static_cast<uint32_t>(std::max<int32_t>(ccd.HorDummyPix, 0)),
                    static_cast<uint32_t>(ccd.HorRegSize), LightOf(what.camera)};
     camera.lines = instrument.lines;

@@ -28,7 +28,8 @@ bool ParseNumber(const std::string& text, int64_t low, int64_t high, int64_t* va
     char* end = nullptr;
     errno = 0;
     const long long number = strtoll(text.c_str(), &end, hex ? 16 : 10);
-    if (errno != 0 || *end != '\0' || number < low || number > high) return false;
+    const bool whole = end == text.c_str() + text.size();
+    if (errno != 0 || !whole || number < low || number > high) return false;
     *value = number;
     return true;
 }
@@ -161,7 +162,8 @@ bool SetAmbient(const std::string& text, VirtualSpec*, VirtualInstrument* instru
     char* end = nullptr;
     if (text.empty() || isspace(static_cast<unsigned char>(text[0])) != 0) return false;
     instrument->ambient = strtod(text.c_str(), &end);
-    return *end == '\0' && instrument->ambient >= -50.0 && instrument->ambient <= 60.0;
+    const bool whole = end == text.c_str() + text.size();
+    return whole && instrument->ambient >= -50.0 && instrument->ambient <= 60.0;
 }
 
 bool SetSeed(const std::string& text, VirtualSpec*, VirtualInstrument* instrument)

@@ -240,9 +240,10 @@ QVN_API int32_t QVB_PlayWave(const char* path, const QvbWaveRequest* request, co
  * wait that nothing ends (a trigger that never comes) ends the process after a virtual year.
  *
  * The light does not depend on the exposure: a light frame of any length is the scene, added up in
- * bins and stopped at 65535; a dark one is 0. The sensor cools down to 60 degrees below ambient.
- * Sizes, registers and clocks are those of qvn.cfg in the folder of QV_SetPathName, and
- * CameraConfig.CcdTechnology that of QV_InitOptions, so that the camera fits what the host opens.
+ * bins and stopped at 65535; a dark one is 0, but on 70 and 71, which have no shutter. The sensor
+ * cools down to 60 degrees below ambient. Sizes, registers and clocks are those of qvn.cfg in the
+ * folder of QV_SetPathName, and CameraConfig.CcdTechnology that of QV_InitOptions, so that the
+ * camera fits what the host opens.
  *
  * Results: 0; QVB_ERROR_ARGUMENT; _CAMERA_OPEN (any camera); _SPEC; 5, 6; _DEFINITION (or a sensor
  * of more than 2^28 pixels); _NO_MEMORY, the world being that of the operating system then. After

@@ -1,0 +1,475 @@
+// Virtual cameras through the exported functions of the workbench and the library.
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <sstream>
+#include <string>
+#include <unistd.h>
+#include <vector>
+
+#include "include/qvn_bench.h"
+
+namespace {
+
+constexpr int32_t Columns = 24, Rows = 16;
+
+// A sensor of 24 x 16 behind 4 leading cells, on a few platforms.
+std::string Definitions()
+{
+    std::string text = "rmk_camera_library: {\n ccd_definitions: { kaf400e: { Xpix = 24; Ypix = "
+                       "16; Dummy = [ 4, 2, 2, 1 ]; HorDummyPix = 4; HorRegSize = 32; }; };\n "
+                       "camera_platforms: {\n";
+    for (const char* platform : {"Tarn_III", "Tarn_IV", "BRIAR", "BRIAR-ISA", "BRIAR-PCI",
+                                 "BRIAR-R3", "HERON", "uNOD", "uNOD_II"}) {
+        text += std::string("  ") + platform +
+                ": { ADbit = [ 16, 0 ]; TimeBase = 40.0; FpgaId = 42; kaf400e: { SamplingClock = [ "
+                "0.5, 0.5 ]; VerticalPhasePeriod = 5; }; };\n";
+    }
+    return text + " };\n};\n";
+}
+
+class VirtualWorld : public testing::Test {
+protected:
+    std::filesystem::path folder;
+    std::string error;
+
+    void SetUp() override
+    {
+        folder =
+            std::filesystem::path(testing::TempDir()) / ("qvn_virtual_" + std::to_string(getpid()));
+        std::filesystem::create_directories(folder);
+        std::ofstream(folder / "qvn.cfg") << Definitions();
+        QV_SetPathName(folder.c_str());
+    }
+    void TearDown() override
+    {
+        for (int32_t camera = 0; camera < QV_CAMERAS; ++camera) QV_Close(camera);
+        EXPECT_EQ(QVB_Uninstall(), 0);
+        QV_SetPathName("");
+        std::filesystem::remove_all(folder);
+    }
+
+    std::string Path(const std::string& name) { return (folder / name).string(); }
+
+    int32_t Install(const std::string& text)
+    {
+        char room[1024] = "untouched";
+        const int32_t code = QVB_Install(text.c_str(), room, sizeof room);
+        error = room;
+        return code;
+    }
+    void ExpectRefused(const std::string& text, const std::string& part)
+    {
+        EXPECT_EQ(Install(text), QVB_ERROR_SPEC) << text;
+        EXPECT_NE(error.find(part), std::string::npos) << text << ": " << error;
+        EXPECT_EQ(QVB_InstrumentCount(), 0) << text;
+    }
+    // Opens the instrument as it says that it is opened.
+    void Open(int32_t index)
+    {
+        QvbInstrument instrument;
+        ASSERT_EQ(QVB_Instrument(index, &instrument), 0);
+        CameraConfig config;
+        QV_InitCfg(&config);
+        config.InterfaceLink = instrument.InterfaceLink;
+        QV_InitOptions(&config, instrument.Camera);
+        QV_Open(instrument.Platform, instrument.Sensor, instrument.InterfaceAddress,
+                instrument.InterfaceType, 0, instrument.Camera, 0, nullptr, nullptr);
+    }
+    std::vector<uint16_t> Frame(int32_t shutter, int32_t camera)
+    {
+        std::vector<uint16_t> pixels(static_cast<size_t>(QV_GetDimX(camera)) *
+                                     static_cast<size_t>(QV_GetDimY(camera)));
+        QV_GetCCD(shutter, 0.1, pixels.data(), camera);
+        EXPECT_EQ(QV_Status(camera), 0);
+        return pixels;
+    }
+    std::string TextOf(const std::string& name)
+    {
+        std::ostringstream text;
+        text << std::ifstream(Path(name)).rdbuf();
+        return text.str();
+    }
+};
+
+// The scene "ramp" in bins of n x n from a row on: the sum of column + row. Behind the last
+// row there is nothing.
+std::vector<uint16_t> Ramp(int32_t n, int32_t firstRow = 0)
+{
+    std::vector<uint16_t> pixels;
+    for (int32_t row = firstRow; row < firstRow + Rows; row += n) {
+        for (int32_t column = 0; column < Columns; column += n) {
+            int32_t sum = 0;
+            for (int32_t y = row; y < row + n && y < Rows; ++y) {
+                for (int32_t x = column; x < column + n; ++x) sum += x + y;
+            }
+            pixels.push_back(static_cast<uint16_t>(sum));
+        }
+    }
+    return pixels;
+}
+
+// Pixel by pixel a driver drops the line that is half of the dummy lines, and one more: 3 rows
+// unbinned (4 dummies), but 4 in bins of two (2 dummies). So the binned picture begins a row
+// later than the whole one.
+TEST_F(VirtualWorld, FramesAreTheSceneOnEveryKindOfLink)
+{
+    const struct {
+        const char* text;
+        int32_t firstBinnedRow;
+    } rows[] = {
+        {"platform=42,sensor=255", 0},
+        {"platform=44,sensor=255,decoder=1", 0},
+        {"platform=24,sensor=255,decoder=3", 0},
+        {"platform=22,sensor=255", 1},
+        {"platform=22,sensor=255,link=1,decoder=1", 1},
+        {"platform=40,sensor=255", 1},
+        {"platform=41,sensor=255", 1},
+        {"platform=60,sensor=255", 1},
+        {"platform=60,sensor=255,link=0", 1},
+        {"platform=70,sensor=255", 0},
+        {"platform=71,sensor=255", 0},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.text);
+        ASSERT_EQ(Install(std::string("time=virtual;") + row.text + ",scene=ramp"), 0) << error;
+        EXPECT_EQ(error, "");
+        Open(0);
+        ASSERT_EQ(QV_Status(0), 0);
+        EXPECT_EQ(Frame(1, 0), Ramp(1));
+        QV_SetBinning(2, 2, 0);
+        EXPECT_EQ(Frame(1, 0), Ramp(2, row.firstBinnedRow));
+        QV_Close(0);
+    }
+}
+
+TEST_F(VirtualWorld, DarkFramesAreDark)
+{
+    for (const char* text : {"platform=42,sensor=255", "platform=40,sensor=255"}) {
+        SCOPED_TRACE(text);
+        ASSERT_EQ(Install(std::string("time=virtual;") + text + ",scene=flat"), 0) << error;
+        Open(0);
+        EXPECT_EQ(Frame(0, 0), std::vector<uint16_t>(Columns * Rows, 0));
+        QV_Close(0);
+    }
+}
+
+// The first line of a transfer line by line gives up the last of its pixels to the second.
+TEST_F(VirtualWorld, LineByLineTheRowsBehindTheFirstAreTheScene)
+{
+    ASSERT_EQ(Install("platform=42,sensor=255,scene=ramp,revision=100,time=virtual"), 0);
+    Open(0);
+    std::vector<uint16_t> pixels = Frame(1, 0);
+    std::vector<uint16_t> wanted = Ramp(1);
+    const auto second = [](const std::vector<uint16_t>& all) {
+        return std::vector<uint16_t>(all.begin() + Columns, all.end() - 6);
+    };
+    EXPECT_EQ(second(pixels), second(wanted));
+}
+
+TEST_F(VirtualWorld, CamerasHaveTheirOwnNumbersAndScenes)
+{
+    ASSERT_EQ(Install("platform=42,sensor=255,scene=flat;"
+                      "platform=44,sensor=255,scene=dark,camera=3;platform=40,sensor=kaf400e,"
+                      "address=0x278,time=virtual"),
+              0);
+    ASSERT_EQ(QVB_InstrumentCount(), 3);
+    QvbInstrument instrument;
+    ASSERT_EQ(QVB_Instrument(1, &instrument), 0);
+    EXPECT_EQ(instrument.Camera, 3);
+    EXPECT_EQ(instrument.Platform, 44);
+    EXPECT_EQ(instrument.Sensor, 255);
+    EXPECT_EQ(instrument.InterfaceType, QV_INTERFACE_PCI_CARD);
+    EXPECT_EQ(instrument.InterfaceAddress, -1);
+    EXPECT_STREQ(instrument.SceneFile, "");
+    ASSERT_EQ(QVB_Instrument(2, &instrument), 0);
+    EXPECT_EQ(instrument.Camera, 2);
+    EXPECT_EQ(instrument.InterfaceType, QV_INTERFACE_PRINTER_PORT);
+    EXPECT_EQ(instrument.InterfaceAddress, 0x278);
+    for (int32_t index = 0; index < 3; ++index) Open(index);
+    EXPECT_EQ(Frame(1, 0), std::vector<uint16_t>(Columns * Rows, 20000));
+    EXPECT_EQ(Frame(1, 3), std::vector<uint16_t>(Columns * Rows, 0));
+    EXPECT_EQ(QV_Status(2), 0);
+}
+
+TEST_F(VirtualWorld, StarsGoByTheSeed)
+{
+    std::vector<uint16_t> fields[3];
+    const char* const seeds[] = {"7", "7", "8"};
+    for (int i = 0; i < 3; ++i) {
+        ASSERT_EQ(Install(std::string("platform=42,sensor=255,time=virtual,seed=") + seeds[i]), 0);
+        Open(0);
+        fields[i] = Frame(1, 0);
+        QV_Close(0);
+    }
+    EXPECT_EQ(fields[0], fields[1]);
+    EXPECT_NE(fields[0], fields[2]);
+}
+
+// 12 x 8 pixels over 24 x 16: each is seen four times.
+TEST_F(VirtualWorld, HostsGiveScenesOfTheirOwn)
+{
+    std::vector<uint16_t> picture(12 * 8);
+    for (size_t i = 0; i < picture.size(); ++i) picture[i] = static_cast<uint16_t>(1000 + i);
+    const QvbScene scene = {picture.data(), 12, 8};
+    ASSERT_EQ(Install("platform=42,sensor=255,scene=./sky.fits,time=virtual"), 0);
+    QvbInstrument instrument;
+    ASSERT_EQ(QVB_Instrument(0, &instrument), 0);
+    EXPECT_STREQ(instrument.SceneFile, "./sky.fits");
+    Open(0);
+    EXPECT_EQ(Frame(1, 0), std::vector<uint16_t>(Columns * Rows, 0));
+    ASSERT_EQ(QVB_SetScene(0, &scene), 0);
+    picture.assign(picture.size(), 0); // it was copied
+    const std::vector<uint16_t> pixels = Frame(1, 0);
+    for (size_t row = 0; row < Rows; ++row) {
+        for (size_t column = 0; column < Columns; ++column) {
+            ASSERT_EQ(pixels[row * Columns + column], 1000 + row / 2 * 12 + column / 2);
+        }
+    }
+    EXPECT_EQ(QVB_SetScene(1, &scene), QVB_ERROR_ARGUMENT);
+    EXPECT_EQ(QVB_SetScene(-1, &scene), QVB_ERROR_ARGUMENT);
+    EXPECT_EQ(QVB_SetScene(0, nullptr), QVB_ERROR_ARGUMENT);
+    const QvbScene tooWide = {picture.data(), 65536, 1};
+    const QvbScene empty = {picture.data(), 0, 1};
+    const QvbScene none = {nullptr, 1, 1};
+    for (const QvbScene* wrong : {&tooWide, &empty, &none}) {
+        EXPECT_EQ(QVB_SetScene(0, wrong), QVB_ERROR_ARGUMENT);
+    }
+}
+
+TEST_F(VirtualWorld, CameraMemoryAndTemperatureAreThoseOfTheText)
+{
+    ASSERT_EQ(Install("platform=42,sensor=255,time=virtual,serial=4711,ambient=-7.5"), 0);
+    Open(0);
+    EXPECT_EQ(QV_GetSerNum(0), 4711);
+    EXPECT_NEAR(QV_ReadTemp(QV_CELSIUS, 0), -7.5, 0.3);
+}
+
+TEST_F(VirtualWorld, FaultsEndInTheLibrarysCodes)
+{
+    const struct {
+        const char* text;
+        int32_t code;
+    } rows[] = {
+        {"fault=no-driver", 13},
+        {"fault=device-open:1", 13},
+        {"fault=dma-lock:1:lasts", 9},
+        {"state=locked", 4},
+        {"camera=1", 15},
+        {"state=unlinked,decoder=1", 10},
+        {"fault=any:1", 13},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.text);
+        ASSERT_EQ(Install(std::string("time=virtual;platform=44,sensor=255,") + row.text), 0);
+        QvbInstrument instrument;
+        QVB_Instrument(0, &instrument);
+        CameraConfig config;
+        QV_InitCfg(&config);
+        config.InterfaceLink = instrument.InterfaceLink;
+        QV_InitOptions(&config, 0);
+        QV_Open(44, 255, -1, 2, 0, 0, 0, nullptr, nullptr);
+        EXPECT_EQ(QV_Status(0), row.code);
+        QV_Close(0);
+    }
+}
+
+TEST_F(VirtualWorld, AStalledLinkEndsTheFrameWithItsCode)
+{
+    ASSERT_EQ(Install("platform=42,sensor=255,time=virtual,state=stalls:100"), 0);
+    Open(0);
+    std::vector<uint16_t> pixels(Columns * Rows);
+    QV_GetCCD(1, 0.1, pixels.data(), 0);
+    EXPECT_EQ(QV_Status(0), 2);
+}
+
+TEST_F(VirtualWorld, PortsMayBeRefused)
+{
+    ASSERT_EQ(Install("platform=40,sensor=255,fault=refused-ports,time=virtual"), 0);
+    Open(0);
+    EXPECT_NE(QV_Status(0), 0);
+}
+
+TEST_F(VirtualWorld, TextsThatAreWrongNameTheKeyAndWhatIsAllowed)
+{
+    ExpectRefused("", "is not KEY=VALUE");
+    ExpectRefused("platform", "\"platform\" is not KEY=VALUE");
+    ExpectRefused("colour=red", "\"colour\": no such key; there are platform, sensor");
+    ExpectRefused("sensor=255,platform=42", "sensor: comes behind the platform=");
+    ExpectRefused("platform=42;sensor=255", "sensor: comes behind the platform=");
+    ExpectRefused("time=virtual", "platform: missing");
+    ExpectRefused("platform=", "platform: \"\" is not a platform's code or name");
+    ExpectRefused("platform=99", "platform: \"99\" is not");
+    ExpectRefused("platform=42,sensor=-1", "sensor: \"-1\" is not");
+    ExpectRefused("platform=42,sensor=255,sensor=250", "sensor: given twice");
+    ExpectRefused("platform=42,sensor=99999999999999999999", "sensor: ");
+    ExpectRefused("platform=42,camera=8", "camera: \"8\" is not a camera number, 0 to 7");
+    ExpectRefused("platform=42,decoder=2", "decoder: \"2\" is not");
+    ExpectRefused("platform=42,revision=65536", "revision: ");
+    ExpectRefused("platform=42,ambient=nan", "ambient: \"nan\" is not");
+    ExpectRefused("platform=42,ambient=61", "-50 to 60");
+    ExpectRefused("platform=42,ambient=20x", "ambient: ");
+    ExpectRefused("platform=42,seed=4294967296", "seed: ");
+    ExpectRefused("platform=42,scene=moon", "stars, flat, ramp, dark");
+    ExpectRefused("platform=42,state=sad", "state: \"sad\" is not off, locked");
+    ExpectRefused("platform=42,state=stalls:", "state: ");
+    ExpectRefused("platform=42,time=slow", "time: \"slow\" is not real or virtual");
+    ExpectRefused("platform=42,time=real,time=real", "time: given twice");
+    ExpectRefused("platform=42,fault=device-open", "fault: \"device-open\" is not");
+    ExpectRefused("platform=42,fault=device-open:0", "fault: ");
+    ExpectRefused("platform=42,fault=fire:1", "one of allocate");
+    ExpectRefused("platform=42,fault=any:1:last", "fault: ");
+    ExpectRefused("platform=42,", "\"\" is not KEY=VALUE");
+}
+
+TEST_F(VirtualWorld, InstrumentsThatCannotBeAreRefusedByName)
+{
+    ExpectRefused("platform=200", "platform: there is no virtual instrument of 200 OSPREY yet; "
+                                  "there are 22,");
+    ExpectRefused("platform=DEMO", "1 DEMO");
+    ExpectRefused("platform=42,sensor=2000", "does not carry 2000 ");
+    ExpectRefused("platform=42,sensor=255,link=0", "42 BRIAR-PCI has no link of kind 0; it has 2");
+    ExpectRefused("platform=42,sensor=255,decoder=1", "decoder: 42 BRIAR-PCI has no serial");
+    ExpectRefused("platform=42,sensor=255,address=0x378", "address: the card needs none");
+    ExpectRefused("platform=42,sensor=255,camera=1;platform=44,sensor=255",
+                  "camera: number 1 has two instruments");
+    ExpectRefused("platform=40,sensor=255;platform=40,sensor=255", "16 apart");
+    std::string nine = "platform=42,sensor=255";
+    for (int i = 1; i < 9; ++i) nine += ";platform=42,sensor=255";
+    ExpectRefused(nine, "room for 8 instruments");
+}
+
+TEST_F(VirtualWorld, MissingDefinitionsAreTold)
+{
+    EXPECT_EQ(Install("platform=42,sensor=250"), QVB_ERROR_DEFINITION);
+    EXPECT_NE(error.find("42 BRIAR-PCI with sensor 250"), std::string::npos) << error;
+    std::filesystem::remove(folder / "qvn.cfg");
+    EXPECT_EQ(Install("platform=42,sensor=255"), 5);
+    EXPECT_NE(error.find("Platform definition not found"), std::string::npos) << error;
+}
+
+TEST_F(VirtualWorld, LongTextsAreShownShortAndFitTheirRoom)
+{
+    const std::string text = "platform=42,sensor=" + std::string(100000, 'x') + "\n\x01";
+    EXPECT_EQ(Install(text), QVB_ERROR_SPEC);
+    EXPECT_LT(error.size(), 200u);
+    char room[8];
+    memset(room, 'z', sizeof room);
+    EXPECT_EQ(QVB_Install("\x01\n", room, 5), QVB_ERROR_SPEC);
+    EXPECT_STREQ(room, "\"?\?\"");
+    EXPECT_EQ(room[5], 'z');
+    EXPECT_EQ(QVB_Install("x", nullptr, 100), QVB_ERROR_SPEC);
+    EXPECT_EQ(QVB_Install("x", room, 0), QVB_ERROR_SPEC);
+    EXPECT_EQ(QVB_Install(nullptr, room, sizeof room), QVB_ERROR_ARGUMENT);
+}
+
+TEST_F(VirtualWorld, TextsMayStandInAFile)
+{
+    std::ofstream(folder / "lab.txt") << "# two cameras\r\n\n  time=virtual\nplatform=42\n"
+                                         "sensor=255\r\nscene=a,b;c.fits\nplatform=44\nsensor=255";
+    ASSERT_EQ(Install("@" + Path("lab.txt")), 0) << error;
+    ASSERT_EQ(QVB_InstrumentCount(), 2);
+    QvbInstrument instrument;
+    QVB_Instrument(0, &instrument);
+    EXPECT_STREQ(instrument.SceneFile, "a,b;c.fits");
+    EXPECT_EQ(QVB_TimeIsVirtual(), 1);
+    ASSERT_EQ(QVB_Uninstall(), 0);
+
+    std::ofstream(folder / "wrong.txt") << "platform=42\n\nsensor=red\n";
+    ExpectRefused("@" + Path("wrong.txt"), "wrong.txt, line 3: sensor: \"red\"");
+    std::ofstream(folder / "empty.txt") << "";
+    ExpectRefused("@" + Path("empty.txt"), "platform: missing");
+    std::ofstream(folder / "long.txt") << std::string(65537, '\n');
+    ExpectRefused("@" + Path("long.txt"), "longer than 65536");
+    std::ofstream(folder / "zero.txt") << std::string("platform=42\0,", 13);
+    ExpectRefused("@" + Path("zero.txt"), "platform: \"42?,\"");
+    ExpectRefused("@" + Path("none.txt"), "No such file");
+    ExpectRefused("@" + folder.string(), "cannot be read");
+    ExpectRefused("@", "No such file");
+}
+
+TEST_F(VirtualWorld, AWorldIsNotChangedUnderAnOpenCamera)
+{
+    ASSERT_EQ(Install("platform=42,sensor=255,time=virtual"), 0);
+    Open(0);
+    EXPECT_EQ(Install("platform=44,sensor=255"), QVB_ERROR_CAMERA_OPEN);
+    EXPECT_EQ(error, "a camera is open");
+    EXPECT_EQ(QVB_Uninstall(), QVB_ERROR_CAMERA_OPEN);
+    EXPECT_EQ(QVB_InstrumentCount(), 1);
+    EXPECT_EQ(Frame(1, 0).size(), size_t{Columns * Rows});
+}
+
+TEST_F(VirtualWorld, AWrongTextLeavesTheWorldAsItIs)
+{
+    ASSERT_EQ(Install("platform=42,sensor=255,time=virtual,scene=flat"), 0);
+    EXPECT_EQ(Install("platform=44,sensor=red"), QVB_ERROR_SPEC);
+    EXPECT_EQ(QVB_InstrumentCount(), 1);
+    Open(0);
+    EXPECT_EQ(Frame(1, 0)[0], 20000);
+}
+
+TEST_F(VirtualWorld, UninstallingBringsBackTheOperatingSystem)
+{
+    ASSERT_EQ(Install("platform=42,sensor=255,time=virtual"), 0);
+    ASSERT_EQ(QVB_Uninstall(), 0);
+    EXPECT_EQ(QVB_InstrumentCount(), 0);
+    EXPECT_EQ(QVB_TimeIsVirtual(), 0);
+    QvbInstrument instrument;
+    EXPECT_EQ(QVB_Instrument(0, &instrument), QVB_ERROR_ARGUMENT);
+    EXPECT_EQ(QVB_Uninstall(), 0);
+    const double before = QVB_Seconds();
+    QV_Delay(2);
+    EXPECT_GE(QVB_Seconds() - before, 0.002);
+}
+
+TEST_F(VirtualWorld, VirtualTimeGoesOnWithinCalls)
+{
+    ASSERT_EQ(Install("platform=42,sensor=255,time=virtual"), 0);
+    EXPECT_EQ(QVB_TimeIsVirtual(), 1);
+    const double before = QVB_Seconds();
+    EXPECT_EQ(QVB_Seconds(), before);
+    QV_Delay(3600000);
+    EXPECT_EQ(QVB_Seconds(), before + 3600);
+}
+
+TEST_F(VirtualWorld, RealTimeTakesItsTime)
+{
+    ASSERT_EQ(Install("platform=42,sensor=255,scene=ramp"), 0);
+    EXPECT_EQ(QVB_TimeIsVirtual(), 0);
+    Open(0);
+    const double before = QVB_Seconds();
+    EXPECT_EQ(Frame(1, 0), Ramp(1)); // of 0.1 seconds
+    EXPECT_GE(QVB_Seconds() - before, 0.1);
+}
+
+TEST_F(VirtualWorld, ATraceHasTheTrafficUntilItEnds)
+{
+    ASSERT_EQ(QVB_Trace(Path("trace.txt").c_str()), 0);
+    ASSERT_EQ(Install("platform=42,sensor=255,time=virtual"), 0);
+    Open(0);
+    QV_Close(0);
+    ASSERT_EQ(QVB_Trace(nullptr), 0);
+    Open(0);
+    const std::string text = TextOf("trace.txt");
+    EXPECT_EQ(text.rfind("card open\n", 0), 0u);
+    const std::string end = "card unlock\ncard close\n";
+    ASSERT_GE(text.size(), end.size());
+    EXPECT_EQ(text.substr(text.size() - end.size()), end);
+    EXPECT_EQ(text.find("stray"), std::string::npos);
+    EXPECT_EQ(QVB_Trace((folder / "no" / "where").c_str()), QVB_ERROR_TRACE_FILE);
+    EXPECT_EQ(QVB_Trace(nullptr), 0);
+}
+
+TEST_F(VirtualWorld, ATraceThatDoesNotFitTheDiskIsTold)
+{
+    ASSERT_EQ(Install("platform=42,sensor=255,time=virtual"), 0);
+    ASSERT_EQ(QVB_Trace("/dev/full"), 0);
+    Open(0);
+    QV_Close(0);
+    EXPECT_EQ(QVB_Uninstall(), QVB_ERROR_TRACE_FILE);
+    EXPECT_EQ(QVB_InstrumentCount(), 0);
+}
+
+} // namespace
