@@ -192,4 +192,40 @@ TEST_F(Examples, CoolingPrintsAFallingTemperature)
     EXPECT_NE(outcome.text.find("not yet at the target"), std::string::npos) << outcome.text;
 }
 
+// The middle of 64 x 48 lies in the third of four fields across and the second of two down:
+// 6000. The sensor begins at the 20 degrees around it.
+TEST_F(Examples, VirtualCameraCoolsAndSeesTheHostsScene)
+{
+    std::ofstream(Folder / "qvn.cfg")
+        << "rmk_camera_library: {\n"
+           "  ccd_definitions: { kaf400e: { Xpix = 64; Ypix = 48; Dummy = [4, 2, 2, 1];\n"
+           "    HorDummyPix = 4; HorRegSize = 80; }; };\n"
+           "  camera_platforms: { BRIAR-R3: { ADbit = [16, 0]; TimeBase = 40.0; FpgaId = 42;\n"
+           "    kaf400e: { SamplingClock = [0.5, 0.5]; VerticalPhasePeriod = 5; }; }; };\n"
+           "};\n";
+    const Outcome outcome = Execute(QVN_VIRTUAL_CAMERA + Quoted(""));
+    ASSERT_EQ(outcome.exitCode, 0) << outcome.text;
+    double before = 0.0, seconds = 0.0, after = 0.0;
+    int width = 0, height = 0, middle = 0;
+    ASSERT_EQ(sscanf(outcome.text.c_str(), "before %lf C after %lf s %lf C frame %d x %d, %d",
+                     &before, &seconds, &after, &width, &height, &middle),
+              6)
+        << outcome.text;
+    EXPECT_NEAR(before, 20.0, 0.5);
+    EXPECT_GE(seconds, 600.0);
+    EXPECT_LT(after, before);
+    EXPECT_EQ(width, 64);
+    EXPECT_EQ(height, 48);
+    EXPECT_EQ(middle, 6000);
+}
+
+TEST_F(Examples, VirtualCameraWithoutDefinitionsSaysSo)
+{
+    const Outcome outcome = Execute(QVN_VIRTUAL_CAMERA + Quoted("nowhere"));
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_NE(outcome.text.find("installing failed: platform: 44 BRIAR-R3 with sensor 255"),
+              std::string::npos)
+        << outcome.text;
+}
+
 } // namespace

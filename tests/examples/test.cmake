@@ -7,6 +7,8 @@ target_link_libraries(test_examples PRIVATE qvn_options GTest::gtest GTest::gtes
 target_compile_definitions(test_examples PRIVATE
   QVN_FIRST_FRAME_C="$<TARGET_FILE:example_first_frame>"
   QVN_FIRST_FRAME_CPP="$<TARGET_FILE:example_first_frame_cpp>"
-  QVN_COOLING="$<TARGET_FILE:example_cooling>")
-add_dependencies(test_examples example_first_frame example_first_frame_cpp example_cooling)
+  QVN_COOLING="$<TARGET_FILE:example_cooling>"
+  QVN_VIRTUAL_CAMERA="$<TARGET_FILE:example_virtual_camera>")
+add_dependencies(test_examples example_first_frame example_first_frame_cpp example_cooling
+  example_virtual_camera)
 gtest_discover_tests(test_examples DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300)

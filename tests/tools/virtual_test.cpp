@@ -1,0 +1,215 @@
+// qvn with --virtual and --trace: a sensor of 24 x 16, small enough to know each pixel.
+#include "tests/tools/fixture.h"
+
+namespace {
+
+constexpr int32_t Columns = 24, Rows = 16;
+
+struct QvnVirtual : QvnProgram {
+    void SetUp() override
+    {
+        QvnProgram::SetUp();
+        std::string text =
+            "rmk_camera_library: { ccd_definitions: { kaf400e: { Xpix = 24; Ypix = 16; Dummy = [ "
+            "4, 2, 2, 1 ]; HorDummyPix = 4; HorRegSize = 32; }; }; camera_platforms: {\n";
+        for (const char* platform : {"BRIAR", "BRIAR-PCI", "BRIAR-R3"}) {
+            text += std::string(platform) +
+                    ": { ADbit = [ 16, 0 ]; TimeBase = 40.0; FpgaId = 42; kaf400e: { "
+                    "SamplingClock = [ 0.5, 0.5 ]; VerticalPhasePeriod = 5; }; };\n";
+        }
+        WriteText(scratch, "qvn.cfg", text + "}; };\n");
+    }
+
+    ProgramResult RunVirtual(std::vector<std::string> arguments, const std::string& text)
+    {
+        arguments.insert(arguments.end(), {"--virtual", text});
+        return Run(arguments);
+    }
+    void ExpectPicture(const std::string& name, uint16_t (*pixel)(int32_t x, int32_t y))
+    {
+        const Picture picture = ReadPng(scratch, name);
+        ASSERT_EQ(picture.width, Columns);
+        ASSERT_EQ(picture.height, Rows);
+        for (int32_t y = 0; y < Rows; ++y) {
+            for (int32_t x = 0; x < Columns; ++x) {
+                ASSERT_EQ(PixelAt(picture, x, y), pixel(x, y)) << x << ", " << y;
+            }
+        }
+    }
+};
+
+uint16_t Ramp(int32_t x, int32_t y)
+{
+    return static_cast<uint16_t>(x + y);
+}
+
+TEST_F(QvnVirtual, TakesAFrameOfTheSceneWithTheInstrumentsOwnCodes)
+{
+    const ProgramResult result = RunVirtual({"expose", "--seconds", "30", "--output", "f.png"},
+                                            "platform=42,sensor=255,scene=ramp,time=virtual");
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_LT(result.seconds, 20.0); // virtual ones pass at once
+    ExpectPicture("f.png", Ramp);
+}
+
+TEST_F(QvnVirtual, OptionsMayStandAheadOfTheCommand)
+{
+    const ProgramResult result = Run({"--virtual", "platform=40,sensor=255,scene=ramp", "--trace",
+                                      "t.txt", "expose", "--seconds", "0.1", "--output", "f.png"});
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+    ExpectPicture("f.png", Ramp);
+    EXPECT_TRUE(Contains(ReadText(scratch, "t.txt"), "port acquire 0378"));
+}
+
+TEST_F(QvnVirtual, AScenesFileIsSeen)
+{
+    ASSERT_EQ(RunVirtual({"expose", "--seconds", "0", "--output", "sky.fits"},
+                         "platform=42,sensor=255,scene=ramp,time=virtual")
+                  .exitCode,
+              0);
+    const ProgramResult result = RunVirtual({"expose", "--seconds", "0", "--output", "f.png"},
+                                            "platform=44,sensor=255,scene=sky.fits,time=virtual");
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+    ExpectPicture("f.png", Ramp);
+
+    const ProgramResult missing =
+        RunVirtual({"info"}, "platform=44,sensor=255,scene=no.png,time=virtual");
+    EXPECT_EQ(missing.exitCode, 1);
+    EXPECT_TRUE(Contains(missing.err, "scene no.png: No such file")) << missing.err;
+}
+
+// Column 2 to 9 and row 3 to 6 of bins of two: the bin's first pixel is at (4 + 2x, 6 + 2y);
+// rows of a window begin at that of half the dummy lines, here one row earlier. The last four
+// pixels do not come.
+TEST_F(QvnVirtual, WindowsAndBinsAreThoseOfTheScene)
+{
+    const ProgramResult result = RunVirtual({"expose", "--seconds", "0", "--output", "f.png",
+                                             "--binning", "2,2", "--window", "2,3,8,4"},
+                                            "platform=42,sensor=255,scene=ramp,time=virtual");
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+    const Picture picture = ReadPng(scratch, "f.png");
+    ASSERT_EQ(picture.width, 8);
+    ASSERT_EQ(picture.height, 4);
+    for (int32_t i = 0; i < 8 * 4 - 4; ++i) {
+        const int32_t x = 4 + 2 * (i % 8), y = 5 + 2 * (i / 8);
+        ASSERT_EQ(PixelAt(picture, i % 8, i / 8), 4 * (x + y) + 4) << i;
+    }
+}
+
+TEST_F(QvnVirtual, InfoTellsTheInstrumentOfItsNumber)
+{
+    const char* world = "time=virtual;platform=42,sensor=255;platform=44,sensor=255,camera=5";
+    const ProgramResult first = RunVirtual({"info"}, world);
+    ASSERT_EQ(first.exitCode, 0) << first.err;
+    EXPECT_TRUE(Contains(first.out, "42 BRIAR-PCI")) << first.out;
+    const ProgramResult fifth = RunVirtual({"info", "--camera", "5"}, world);
+    ASSERT_EQ(fifth.exitCode, 0) << fifth.err;
+    EXPECT_TRUE(Contains(fifth.out, "44 BRIAR-R3")) << fifth.out;
+    const ProgramResult none = RunVirtual({"info", "--camera", "1"}, world);
+    EXPECT_EQ(none.exitCode, 1);
+    EXPECT_TRUE(Contains(none.err, "--camera 1: no --virtual instrument has this number"));
+}
+
+TEST_F(QvnVirtual, ListShowsTheInstruments)
+{
+    const char* world = "platform=42,sensor=255;platform=40,sensor=255,camera=5";
+    const ProgramResult table = RunVirtual({"list"}, world);
+    ASSERT_EQ(table.exitCode, 0) << table.err;
+    EXPECT_EQ(table.out, "Camera  Platform         Sensor          Link\n"
+                         "     0   42 BRIAR-PCI     255 kaf400e    2\n"
+                         "     5   40 BRIAR         255 kaf400e    0 at 0x378\n");
+    const ProgramResult json = RunVirtual({"list", "--json"}, world);
+    EXPECT_TRUE(Contains(json.out, "{\"camera\": 5, \"platform\": {\"code\": 40, \"name\": "
+                                   "\"BRIAR\"}, \"sensor\": {\"code\": 255, \"name\": "
+                                   "\"kaf400e\"}, \"interface\": [0, 888]}"))
+        << json.out;
+}
+
+TEST_F(QvnVirtual, AnHourOfCoolingPassesAtOnceInVirtualTime)
+{
+    const ProgramResult result = RunVirtual({"temperature", "--target", "-5", "--seconds", "3600",
+                                             "--interval", "1800", "--log", "c.csv"},
+                                            "platform=44,sensor=255,time=virtual");
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_LT(result.seconds, 600.0);
+    const std::string log = ReadText(scratch, "c.csv");
+    EXPECT_TRUE(Contains(log, "\n1800.")) << log;
+    EXPECT_TRUE(Contains(log, "\n3600.")) << log;
+}
+
+TEST_F(QvnVirtual, CoolingIsAwaitedInVirtualTime)
+{
+    const ProgramResult result =
+        RunVirtual({"expose", "--cool", "15", "--seconds", "0", "--output", "f.png"},
+                   "platform=44,sensor=255,time=virtual,scene=ramp");
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+    ExpectPicture("f.png", Ramp);
+}
+
+TEST_F(QvnVirtual, FaultsAreToldAsThoseOfRealCameras)
+{
+    const ProgramResult result = RunVirtual({"info"}, "platform=44,sensor=255,fault=no-driver");
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_TRUE(Contains(result.err, "(error 13)")) << result.err;
+}
+
+TEST_F(QvnVirtual, WrongTextsAreToldAndNothingIsOpened)
+{
+    const ProgramResult key = RunVirtual({"info", "--trace", "t.txt"}, "platform=42,colour=red");
+    EXPECT_EQ(key.exitCode, 1);
+    EXPECT_TRUE(Contains(key.err, "\"colour\": no such key; there are platform")) << key.err;
+    EXPECT_FALSE(FileExists(scratch, "t.txt"));
+    const ProgramResult usb = RunVirtual({"info"}, "platform=200");
+    EXPECT_EQ(usb.exitCode, 1);
+    EXPECT_TRUE(Contains(usb.err, "no virtual instrument of 200 OSPREY yet")) << usb.err;
+}
+
+TEST_F(QvnVirtual, MissingDefinitionsAreToldWithAdvice)
+{
+    const ProgramResult result = RunVirtual({"info"}, "platform=42,sensor=250");
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_TRUE(Contains(result.err, "42 BRIAR-PCI with sensor 250")) << result.err;
+    EXPECT_TRUE(Contains(result.err, "qvn init")) << result.err;
+}
+
+TEST_F(QvnVirtual, ArgumentsThatDoNotGoTogetherAreRefused)
+{
+    const std::string text = "platform=42,sensor=255";
+    for (const std::vector<std::string>& arguments :
+         {std::vector<std::string>{"info", "--trace", "t.txt"},
+          {"--virtual", text, "info", "--virtual", text},
+          {"--virtual", text, "init", "sky"},
+          {"--virtual", text, "wave", "show", "wave.bin"},
+          {"info", "--virtual", ""}}) {
+        const ProgramResult result = Run(arguments);
+        EXPECT_EQ(result.exitCode, 2) << result.err;
+        EXPECT_TRUE(Contains(result.err, "--virtual") || Contains(result.err, "--trace"))
+            << result.err;
+    }
+    EXPECT_EQ(FilesIn(scratch), std::vector<std::string>{"qvn.cfg"});
+}
+
+TEST_F(QvnVirtual, ATraceIsANewFile)
+{
+    const std::string text = "platform=42,sensor=255,time=virtual";
+    ASSERT_EQ(RunVirtual({"info", "--trace", "t.txt"}, text).exitCode, 0);
+    const std::string trace = ReadText(scratch, "t.txt");
+    EXPECT_EQ(trace.rfind("card open\n", 0), 0u) << trace.substr(0, 100);
+    EXPECT_TRUE(Contains(trace, "card close\n"));
+    const ProgramResult again = RunVirtual({"info", "--trace", "t.txt"}, text);
+    EXPECT_EQ(again.exitCode, 1);
+    EXPECT_TRUE(Contains(again.err, "checking --trace")) << again.err;
+    EXPECT_EQ(ReadText(scratch, "t.txt"), trace);
+    EXPECT_EQ(RunVirtual({"info", "--trace", "no/t.txt"}, text).exitCode, 1);
+}
+
+TEST_F(QvnVirtual, ATraceThatDoesNotFitIsTold)
+{
+    scratch.largestFile = 4096;
+    const ProgramResult result =
+        RunVirtual({"info", "--trace", "t.txt"}, "platform=42,sensor=255,time=virtual");
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_TRUE(Contains(result.err, "writing --trace: not all of it arrived")) << result.err;
+}
+
+} // namespace
