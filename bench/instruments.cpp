@@ -30,6 +30,7 @@ enum class Stream : uint8_t {
     Own,    // the camera sends what its counters say
     Pixels, // each by itself
     Dma,    // drops four of a whole frame, six of a transfer line by line
+    Even,   // drops four of a whole frame
 };
 
 struct InstrumentRow {
@@ -41,21 +42,22 @@ struct InstrumentRow {
 
 // clang-format off
 const InstrumentRow Rows[] = {
-    // platform  links               decoder       stream
-    {22,         {2, 4, 1},          false, true,  Stream::Pixels},
-    {23,         {2, 4, 1},          false, true,  Stream::Pixels},
-    {24,         {2, 4, NoLink},     true,  false, Stream::Dma},
-    {25,         {2, 4, NoLink},     true,  false, Stream::Dma},
-    {30,         {2, 4, NoLink},     true,  false, Stream::Dma},
-    {40,         {0, NoLink, NoLink}, false, false, Stream::Pixels},
-    {41,         {1, NoLink, NoLink}, false, false, Stream::Pixels},
-    {42,         {2, 4, NoLink},     false, false, Stream::Dma},
-    {44,         {2, 4, NoLink},     true,  false, Stream::Dma},
-    {47,         {2, 4, NoLink},     true,  false, Stream::Dma},
-    {60,         {2, 4, 0},          false, false, Stream::Pixels},
-    {70,         {70, 2, 4},         false, false, Stream::Own},
-    {71,         {70, 2, 4},         false, false, Stream::Own},
-    {80,         {2, 4, NoLink},     true,  false, Stream::Pixels},
+    // platform  links                decoder       stream
+    {22,        {2, 4, 1},            false, true,  Stream::Pixels},
+    {23,        {2, 4, 1},            false, true,  Stream::Pixels},
+    {24,        {2, 4, NoLink},       true,  false, Stream::Dma},
+    {25,        {2, 4, NoLink},       true,  false, Stream::Dma},
+    {28,        {2, 4, NoLink},       false, false, Stream::Even},
+    {30,        {2, 4, NoLink},       true,  false, Stream::Dma},
+    {40,        {0, NoLink, NoLink},  false, false, Stream::Pixels},
+    {41,        {1, NoLink, NoLink},  false, false, Stream::Pixels},
+    {42,        {2, 4, NoLink},       false, false, Stream::Dma},
+    {44,        {2, 4, NoLink},       true,  false, Stream::Dma},
+    {47,        {2, 4, NoLink},       true,  false, Stream::Dma},
+    {60,        {2, 4, 0},            false, false, Stream::Pixels},
+    {70,        {70, 2, 4},           false, false, Stream::Own},
+    {71,        {70, 2, 4},           false, false, Stream::Own},
+    {80,        {2, 4, NoLink},       true,  false, Stream::Pixels},
 };
 // clang-format on
 
@@ -245,7 +247,7 @@ StreamForm FormOf(const PlannedInstrument& instrument)
     if (row.stream == Stream::Own || ownClock) return {0, 0, 0};
     if (row.stream == Stream::Pixels) return {0, dummy / 2 + 1, dummy + 1};
     if (instrument.what.revision == WholeFrames) return {4, dummy / 2, dummy + 1};
-    return {6, dummy / 2 + 1, dummy + 1};
+    return {static_cast<uint8_t>(row.stream == Stream::Dma ? 6 : 0), dummy / 2 + 1, dummy + 1};
 }
 
 uint32_t WordNs(const PlannedInstrument& instrument)

@@ -64,6 +64,7 @@ void SetConditions(const VirtualSpec& spec)
 
 void Forget()
 {
+    EmuRecordTo(nullptr); // the last line is told, too
     EmuReset();
     ForgetLights();
     Installed = {};

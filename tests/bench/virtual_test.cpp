@@ -22,7 +22,7 @@ std::string Definitions()
                        "16; Dummy = [ 4, 2, 2, 1 ]; HorDummyPix = 4; HorRegSize = 32; }; };\n "
                        "camera_platforms: {\n";
     for (const char* platform : {"Tarn_III", "Tarn_IV", "BRIAR", "BRIAR-ISA", "BRIAR-PCI",
-                                 "BRIAR-R3", "HERON", "uNOD", "uNOD_II"}) {
+                                 "BRIAR-R3", "HERON", "uNOD", "uNOD_II", "Tarn_V"}) {
         text += std::string("  ") + platform +
                 ": { ADbit = [ 16, 0 ]; TimeBase = 40.0; FpgaId = 42; kaf400e: { SamplingClock = [ "
                 "0.5, 0.5 ]; VerticalPhasePeriod = 5; }; };\n";
@@ -129,6 +129,7 @@ TEST_F(VirtualWorld, FramesAreTheSceneOnEveryKindOfLink)
         {"platform=41,sensor=255", 1},
         {"platform=60,sensor=255", 1},
         {"platform=60,sensor=255,link=0", 1},
+        {"platform=28,sensor=255", 0},
         {"platform=70,sensor=255", 0},
         {"platform=71,sensor=255", 0},
     };
@@ -161,8 +162,8 @@ TEST_F(VirtualWorld, LineByLineTheRowsBehindTheFirstAreTheScene)
 {
     ASSERT_EQ(Install("platform=42,sensor=255,scene=ramp,revision=100,time=virtual"), 0);
     Open(0);
-    std::vector<uint16_t> pixels = Frame(1, 0);
-    std::vector<uint16_t> wanted = Ramp(1);
+    const std::vector<uint16_t> pixels = Frame(1, 0);
+    const std::vector<uint16_t> wanted = Ramp(1);
     const auto second = [](const std::vector<uint16_t>& all) {
         return std::vector<uint16_t>(all.begin() + Columns, all.end() - 6);
     };
@@ -444,13 +445,14 @@ TEST_F(VirtualWorld, RealTimeTakesItsTime)
     EXPECT_GE(QVB_Seconds() - before, 0.1);
 }
 
-TEST_F(VirtualWorld, ATraceHasTheTrafficUntilItEnds)
+TEST_F(VirtualWorld, ATraceHasTheTrafficUntilTheWorldEnds)
 {
     ASSERT_EQ(QVB_Trace(Path("trace.txt").c_str()), 0);
     ASSERT_EQ(Install("platform=42,sensor=255,time=virtual"), 0);
     Open(0);
     QV_Close(0);
-    ASSERT_EQ(QVB_Trace(nullptr), 0);
+    ASSERT_EQ(QVB_Uninstall(), 0);
+    ASSERT_EQ(Install("platform=42,sensor=255,time=virtual"), 0);
     Open(0);
     const std::string text = TextOf("trace.txt");
     EXPECT_EQ(text.rfind("card open\n", 0), 0u);

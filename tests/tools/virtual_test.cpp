@@ -63,11 +63,11 @@ TEST_F(QvnVirtual, OptionsMayStandAheadOfTheCommand)
 
 TEST_F(QvnVirtual, AScenesFileIsSeen)
 {
-    ASSERT_EQ(RunVirtual({"expose", "--seconds", "0", "--output", "sky.fits"},
+    ASSERT_EQ(RunVirtual({"expose", "--seconds", "0.01", "--output", "sky.fits"},
                          "platform=42,sensor=255,scene=ramp,time=virtual")
                   .exitCode,
               0);
-    const ProgramResult result = RunVirtual({"expose", "--seconds", "0", "--output", "f.png"},
+    const ProgramResult result = RunVirtual({"expose", "--seconds", "0.01", "--output", "f.png"},
                                             "platform=44,sensor=255,scene=sky.fits,time=virtual");
     ASSERT_EQ(result.exitCode, 0) << result.err;
     ExpectPicture("f.png", Ramp);
@@ -83,9 +83,9 @@ TEST_F(QvnVirtual, AScenesFileIsSeen)
 // pixels do not come.
 TEST_F(QvnVirtual, WindowsAndBinsAreThoseOfTheScene)
 {
-    const ProgramResult result = RunVirtual({"expose", "--seconds", "0", "--output", "f.png",
+    const ProgramResult result = RunVirtual({"expose", "--seconds", "0.01", "--output", "f.png",
                                              "--binning", "2,2", "--window", "2,3,8,4"},
-                                            "platform=42,sensor=255,scene=ramp,time=virtual");
+                                            "platform=44,sensor=255,scene=ramp,time=virtual");
     ASSERT_EQ(result.exitCode, 0) << result.err;
     const Picture picture = ReadPng(scratch, "f.png");
     ASSERT_EQ(picture.width, 8);
@@ -140,7 +140,7 @@ TEST_F(QvnVirtual, AnHourOfCoolingPassesAtOnceInVirtualTime)
 TEST_F(QvnVirtual, CoolingIsAwaitedInVirtualTime)
 {
     const ProgramResult result =
-        RunVirtual({"expose", "--cool", "15", "--seconds", "0", "--output", "f.png"},
+        RunVirtual({"expose", "--cool", "15", "--seconds", "0.01", "--output", "f.png"},
                    "platform=44,sensor=255,time=virtual,scene=ramp");
     ASSERT_EQ(result.exitCode, 0) << result.err;
     ExpectPicture("f.png", Ramp);
