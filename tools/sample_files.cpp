@@ -8,9 +8,9 @@
 #include <system_error>
 #include <vector>
 
+#include "emulator/star_field.h"
 #include "tools/embedded.h"
 #include "tools/little_endian.h"
-#include "emulator/star_field.h"
 
 namespace fs = std::filesystem;
 

@@ -11,10 +11,10 @@
 #include <gtest/gtest.h>
 
 #include "emulator/emulator.h"
+#include "emulator/star_field.h"
 #include "include/qvn.h"
 #include "tests/samples/expected.h"
 #include "tools/sample_files.h"
-#include "emulator/star_field.h"
 
 namespace fs = std::filesystem;
 

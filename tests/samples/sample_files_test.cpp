@@ -11,8 +11,8 @@
 
 #include <gtest/gtest.h>
 
-#include "tools/sample_files.h"
 #include "emulator/star_field.h"
+#include "tools/sample_files.h"
 
 namespace fs = std::filesystem;
 
