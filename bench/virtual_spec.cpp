@@ -179,12 +179,14 @@ bool SetSerial(const std::string& text, VirtualSpec*, VirtualInstrument* instrum
     return ParseInteger(text, 0, 65534, &instrument->serial);
 }
 
+// In the order of SceneKind.
+const char* const SceneNames[] = {"stars", "flat", "ramp", "dark"};
+
 bool SetScene(const std::string& text, VirtualSpec*, VirtualInstrument* instrument)
 {
-    constexpr const char* Names[] = {"stars", "flat", "ramp", "dark"};
-    const auto* const name = std::find(std::begin(Names), std::end(Names), text);
-    instrument->scene = static_cast<SceneKind>(name - std::begin(Names));
-    if (name != std::end(Names)) return true;
+    const auto* const name = std::find(std::begin(SceneNames), std::end(SceneNames), text);
+    instrument->scene = static_cast<SceneKind>(name - std::begin(SceneNames));
+    if (name != std::end(SceneNames)) return true;
     instrument->sceneFile = text;
     return text.find_first_of("./") != std::string::npos;
 }
