@@ -22,7 +22,7 @@ const PlatformBinding PlatformBindings[] = {
     {  22,  Keep,  2,       0,     Keep, 0,       Tarn3Rules,     nullptr },
     {  23,  Keep,  2,       0,     Keep, 1,       Tarn3Rules,     nullptr },
     {  24,  Keep,  2,       0,     Keep, 0,       Tarn4Rules,     nullptr },
-    {  25,  Keep,  2,       0,     Keep, 0,       Tarn4PlusRules, nullptr },
+    {  25,  Keep,  2,       0,     Keep, 0,       Tarn4PlusRules, nullptr, &Tarn4PlusExtras },
     {  28,  Keep,  1,       Keep,  Keep, Keep,    Tarn5Rules,     nullptr, &Tarn5Extras },
     {  30,  6,     1,       0,     Keep, Keep,    LarchRules,     nullptr },
     {  40,  6,     1,       0,     Keep, Keep,    BriarPortRules, nullptr },

@@ -63,6 +63,9 @@ struct DriverExtras {
     int32_t (*SerialNumber)(int32_t camera) = nullptr; // where it is no word of that memory
     void (*SetFan)(double percent, int32_t camera) = nullptr;
     int32_t (*QueryStatus)(int32_t which, int32_t camera) = nullptr; // power, card transfer
+    // Of a bus camera's read: directly ahead of the image's section, and behind all.
+    void (*BeforeLines)(int32_t camera) = nullptr;
+    void (*AfterRead)(int32_t camera) = nullptr;
 };
 
 using OpsSlot = void (*)();

@@ -54,57 +54,20 @@ void EndNoiseReduction(int32_t camera)
     if (CameraTable[camera].DnrMode != 0) WriteShadow(VideoMode, camera);
 }
 
-constexpr BusReader Reader(const ReadForm& form)
-{
-    return {.form = &form, .beforeLines = BeginNoiseReduction, .afterRead = EndNoiseReduction};
-}
-const BusReader WholeReader = Reader(WholeFrameForm);
-const BusReader LineReader = Reader(LineForm);
-const BusReader PixelReader = Reader(PixelForm);
-
-int32_t ReadWholeFrame(int32_t shutter, int32_t width, int32_t height, uint16_t* buffer,
-                       int32_t camera)
-{
-    return ReadBusFrame(WholeReader, shutter, width, height, buffer, camera);
-}
-
-int32_t ReadWholeWindow(int32_t shutter, int32_t, int32_t y, int32_t width, int32_t height,
-                        uint16_t* buffer, int32_t camera)
-{
-    return ReadBusWindow(WholeReader, shutter, y, width, height, buffer, camera);
-}
-
-int32_t ReadFrameByLines(int32_t shutter, int32_t width, int32_t height, uint16_t* buffer,
-                         int32_t camera)
-{
-    return ReadBusFrame(LineReader, shutter, width, height, buffer, camera);
-}
-
-int32_t ReadWindowByLines(int32_t shutter, int32_t, int32_t y, int32_t width, int32_t height,
-                          uint16_t* buffer, int32_t camera)
-{
-    return ReadBusWindow(LineReader, shutter, y, width, height, buffer, camera);
-}
-
-int32_t ReadFrameByPixels(int32_t shutter, int32_t width, int32_t height, uint16_t* buffer,
-                          int32_t camera)
-{
-    return ReadBusFrame(PixelReader, shutter, width, height, buffer, camera);
-}
-
 const CameraOps Tarn4PlusOps = {
     .OpenCamera = OpenTarn4Plus,
     .SetPortBits = SetBusPortBits,
     .LoadSequencer = LoadTarn4PlusPattern,
     .SetShutter = SetTarn4PlusShutter,
     .SetGain = SetTarn4PlusGain,
-    .ReadTimed = ReadFrameByPixels,
 };
 
-const CameraOps WholeReadOps = {.ReadFrame = ReadWholeFrame, .ReadWindow = ReadWholeWindow};
-const CameraOps LineReadOps = {.ReadFrame = ReadFrameByLines, .ReadWindow = ReadWindowByLines};
-
 } // namespace
+
+const DriverExtras Tarn4PlusExtras = {
+    .BeforeLines = BeginNoiseReduction,
+    .AfterRead = EndNoiseReduction,
+};
 
 const BindingRule Tarn4PlusRules[] = {
     {.ops = &CommonOps},
@@ -114,7 +77,8 @@ const BindingRule Tarn4PlusRules[] = {
     {.ops = &TarnOps},
     {.ops = &VideoTemperatureOps},
     {.ops = &Tarn4PlusOps},
-    {.ops = &WholeReadOps, .optionsSet = OptionCardDma},
-    {.ops = &LineReadOps, .optionsClear = OptionCardDma},
+    {.ops = &DmaFrameOps, .optionsSet = OptionCardDma},
+    {.ops = &DmaLineOps, .optionsClear = OptionCardDma},
+    {.ops = &PixelTimedOps},
     {},
 };

@@ -3,3 +3,4 @@
 #include "core/binding.h"
 
 extern const BindingRule Tarn4PlusRules[];
+extern const DriverExtras Tarn4PlusExtras;

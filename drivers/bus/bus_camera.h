@@ -127,16 +127,10 @@ struct ReadForm {
 };
 extern const ReadForm WholeFrameForm, LineForm, PixelForm;
 
-// A family's own steps; null for none.
-struct BusReader {
-    const ReadForm* form;
-    void (*beforeLines)(int32_t camera); // directly ahead of the image's RunSequence
-    void (*afterRead)(int32_t camera);   // behind everything
-};
 // 0, 2 for a link that failed, or 9 if the DMA buffer had to grow and could not.
-int32_t ReadBusFrame(const BusReader& reader, int32_t shutter, int32_t width, int32_t height,
+int32_t ReadBusFrame(const ReadForm& form, int32_t shutter, int32_t width, int32_t height,
                      uint16_t* buffer, int32_t camera);
-int32_t ReadBusWindow(const BusReader& reader, int32_t shutter, int32_t y, int32_t width,
+int32_t ReadBusWindow(const ReadForm& form, int32_t shutter, int32_t y, int32_t width,
                       int32_t height, uint16_t* buffer, int32_t camera);
 
 // Their parts. ExposeForRead: clear, trigger, exposure, announcement, each as the

@@ -169,57 +169,55 @@ uint64_t DmaPixelsOf(const ReadForm& form, const BusFrame& frame)
     return form.dmaPixels == nullptr ? 0 : form.dmaPixels(frame);
 }
 
-void StartLines(const BusReader& reader, int32_t lines, int32_t camera)
+void StartLines(int32_t lines, int32_t camera)
 {
-    if (reader.beforeLines != nullptr) reader.beforeLines(camera);
+    const DriverExtras* extras = CameraTable[camera].Extras;
+    if (extras != nullptr && extras->BeforeLines != nullptr) extras->BeforeLines(camera);
     RunSequence(LineSection, static_cast<uint32_t>(lines), 0, camera);
 }
 
-int32_t FetchAndEnd(const BusReader& reader, const BusFrame& frame, int32_t camera)
+int32_t FetchAndEnd(const ReadForm& form, const BusFrame& frame, int32_t camera)
 {
-    const int32_t error = FetchFrame(*reader.form, frame, camera);
-    if (reader.afterRead != nullptr) reader.afterRead(camera);
+    const DriverExtras* extras = CameraTable[camera].Extras;
+    const int32_t error = FetchFrame(form, frame, camera);
+    if (extras != nullptr && extras->AfterRead != nullptr) extras->AfterRead(camera);
     return error;
 }
-
-constexpr BusReader WholeFrameReader = {&WholeFrameForm, nullptr, nullptr};
-constexpr BusReader LineReader = {&LineForm, nullptr, nullptr};
-constexpr BusReader PixelReader = {&PixelForm, nullptr, nullptr};
 
 int32_t ReadWholeFrame(int32_t shutter, int32_t width, int32_t height, uint16_t* buffer,
                        int32_t camera)
 {
-    return ReadBusFrame(WholeFrameReader, shutter, width, height, buffer, camera);
+    return ReadBusFrame(WholeFrameForm, shutter, width, height, buffer, camera);
 }
 
 int32_t ReadWholeWindow(int32_t shutter, int32_t, int32_t y, int32_t width, int32_t height,
                         uint16_t* buffer, int32_t camera)
 {
-    return ReadBusWindow(WholeFrameReader, shutter, y, width, height, buffer, camera);
+    return ReadBusWindow(WholeFrameForm, shutter, y, width, height, buffer, camera);
 }
 
 int32_t ReadFrameByLines(int32_t shutter, int32_t width, int32_t height, uint16_t* buffer,
                          int32_t camera)
 {
-    return ReadBusFrame(LineReader, shutter, width, height, buffer, camera);
+    return ReadBusFrame(LineForm, shutter, width, height, buffer, camera);
 }
 
 int32_t ReadWindowByLines(int32_t shutter, int32_t, int32_t y, int32_t width, int32_t height,
                           uint16_t* buffer, int32_t camera)
 {
-    return ReadBusWindow(LineReader, shutter, y, width, height, buffer, camera);
+    return ReadBusWindow(LineForm, shutter, y, width, height, buffer, camera);
 }
 
 int32_t ReadFrameByPixels(int32_t shutter, int32_t width, int32_t height, uint16_t* buffer,
                           int32_t camera)
 {
-    return ReadBusFrame(PixelReader, shutter, width, height, buffer, camera);
+    return ReadBusFrame(PixelForm, shutter, width, height, buffer, camera);
 }
 
 int32_t ReadWindowByPixels(int32_t shutter, int32_t, int32_t y, int32_t width, int32_t height,
                            uint16_t* buffer, int32_t camera)
 {
-    return ReadBusWindow(PixelReader, shutter, y, width, height, buffer, camera);
+    return ReadBusWindow(PixelForm, shutter, y, width, height, buffer, camera);
 }
 
 // A camera of an array has been exposed together with the others.
@@ -227,8 +225,8 @@ int32_t ReadArrayByPixels(int32_t, int32_t width, int32_t height, uint16_t* buff
 {
     const BusFrame frame = FullFrame(width, height, buffer, camera);
     ReportProgress("Image downloading", 0, camera);
-    StartLines(PixelReader, LineCount(frame), camera);
-    return FetchAndEnd(PixelReader, frame, camera);
+    StartLines(LineCount(frame), camera);
+    return FetchAndEnd(PixelForm, frame, camera);
 }
 
 } // namespace
@@ -328,28 +326,28 @@ int32_t FetchFrame(const ReadForm& form, const BusFrame& frame, int32_t camera)
     return error;
 }
 
-int32_t ReadBusFrame(const BusReader& reader, int32_t shutter, int32_t width, int32_t height,
+int32_t ReadBusFrame(const ReadForm& form, int32_t shutter, int32_t width, int32_t height,
                      uint16_t* buffer, int32_t camera)
 {
     const BusFrame frame = FullFrame(width, height, buffer, camera);
-    const int32_t error = GrowDma(DmaPixelsOf(*reader.form, frame), camera);
+    const int32_t error = GrowDma(DmaPixelsOf(form, frame), camera);
     if (error != ErrorNone) return error;
     ExposeForRead(shutter, camera);
-    StartLines(reader, LineCount(frame), camera);
-    return FetchAndEnd(reader, frame, camera);
+    StartLines(LineCount(frame), camera);
+    return FetchAndEnd(form, frame, camera);
 }
 
-int32_t ReadBusWindow(const BusReader& reader, int32_t shutter, int32_t y, int32_t width,
+int32_t ReadBusWindow(const ReadForm& form, int32_t shutter, int32_t y, int32_t width,
                       int32_t height, uint16_t* buffer, int32_t camera)
 {
     const BusFrame frame = WindowFrame(width, height, buffer);
-    const int32_t error = GrowDma(DmaPixelsOf(*reader.form, frame), camera);
+    const int32_t error = GrowDma(DmaPixelsOf(form, frame), camera);
     if (error != ErrorNone) return error;
     ExposeForRead(shutter, camera);
-    RunSequence(RowSection, RowsToSkip(*reader.form, y, camera), 1, camera);
+    RunSequence(RowSection, RowsToSkip(form, y, camera), 1, camera);
     FlushRegisterBy(RunSequence, camera);
-    StartLines(reader, LineCount(frame), camera);
-    return FetchAndEnd(reader, frame, camera);
+    StartLines(LineCount(frame), camera);
+    return FetchAndEnd(form, frame, camera);
 }
 
 void ReportLine(const BusFrame& frame, int32_t line, int32_t camera)

@@ -248,8 +248,7 @@ TEST_F(BusReadout, WindowByPixelsSkipsAllDummyLines)
 {
     Open(0);
     CameraTable[0].VerBinning = 3;
-    const BusReader reader = {&PixelForm, nullptr, nullptr};
-    EXPECT_EQ(ReadBusWindow(reader, 0, 5, Width, 2, frame.data(), 0), 0);
+    EXPECT_EQ(ReadBusWindow(PixelForm, 0, 5, Width, 2, frame.data(), 0), 0);
     ExpectRun(0, 16, 0);
     ExpectUntouched(16);
     const std::vector<std::string> wanted = {"address 0x0012", "address 0x001C", "address 0x0002"};
@@ -339,13 +338,15 @@ TEST_F(BusReadout, CameraOfAnArrayIsOnlyRead)
 TEST_F(BusReadout, FamilysOwnStepsStandAroundTheLines)
 {
     Open(OptionCardDma);
-    const BusReader reader = {&WholeFrameForm,
-                              [](int32_t camera) { WriteRegisterWith(8, 0x8000, camera); },
-                              [](int32_t camera) { WriteShadow(8, camera); }};
-    EXPECT_EQ(ReadBusFrame(reader, 0, Width, Height, frame.data(), 0), 0);
+    DriverExtras extras;
+    extras.BeforeLines = [](int32_t camera) { WriteRegisterWith(8, 0x8000, camera); };
+    extras.AfterRead = [](int32_t camera) { WriteShadow(8, camera); };
+    CameraTable[0].Extras = &extras;
+    EXPECT_EQ(ReadBusFrame(WholeFrameForm, 0, Width, Height, frame.data(), 0), 0);
     const std::string log = TakeBusLog();
     EXPECT_NE(log.find("downloading 0; reg 8 0x8000; reg 0 0x0020"), std::string::npos);
     EXPECT_EQ(log.substr(log.size() - 26), "reg 0 0x0000; reg 8 0x0000");
+    CameraTable[0].Extras = nullptr;
 }
 
 TEST_F(BusReadout, BufferThatCannotGrowIsAnErrorAndNothingIsMoved)
