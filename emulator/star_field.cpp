@@ -208,7 +208,8 @@ void PaintHotColumns(const Field& field)
 void MakeStarField(uint16_t* pixels, uint32_t columns, uint32_t rows, uint32_t seed)
 {
     if (columns == 0 || rows == 0) return;
-    const Field field = {pixels, columns, rows, seed};
+    Field field = {nullptr, columns, rows, seed};
+    field.pixels = pixels;
     PaintSky(field);
     PaintStars(field);
     PaintHotColumns(field);
