@@ -276,7 +276,8 @@ void WriteTarn5Memory(int32_t address, uint16_t value, int32_t camera)
 int32_t StartTarn5(const Tarn5Start& start, int32_t attach, int32_t camera)
 {
     CameraRecord& record = CameraTable[camera];
-    if (record.Ops.ReadRegister(Tarn5VersionRegister, camera) != record.Platform.FpgaId) {
+    if (record.Ops.ReadRegister(Tarn5VersionRegister, camera) !=
+        static_cast<uint16_t>(record.Platform.FpgaId)) {
         return ErrorCameraNotFound;
     }
     if (!IsCoprocessorThere(camera)) return ErrorCoprocessor;
