@@ -428,6 +428,14 @@ TEST_F(Tarn5, OpenFailsWithoutVersionOrCoprocessor)
     EXPECT_EQ(Bus.log.back(), "read 19");
 }
 
+// The definition's field is signed, the register is not.
+TEST_F(Tarn5, VersionHasSixteenBits)
+{
+    record.Platform.FpgaId = -32767;
+    Answers = {{31, {0x8001}}, {19, {4369}}};
+    EXPECT_EQ(StartTarn5({}, 0, 0), 0);
+}
+
 // What is below 1 is raised to 2.
 TEST_F(Tarn5, DividerIsCutAndAtLeastTwo)
 {
