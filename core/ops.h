@@ -63,6 +63,8 @@ struct DriverExtras {
     int32_t (*SerialNumber)(int32_t camera) = nullptr; // where it is no word of that memory
     void (*SetFan)(double percent, int32_t camera) = nullptr;
     int32_t (*QueryStatus)(int32_t which, int32_t camera) = nullptr; // power, card transfer
+    void (*SetShutterLine)(bool isLight, int32_t camera) = nullptr;  // where it is no register
+    void (*SetDecimation)(int32_t mode, int32_t camera) = nullptr;   // the same of the bits sent
     // Of a bus camera's read: directly ahead of the image's section, and behind all.
     void (*BeforeLines)(int32_t camera) = nullptr;
     void (*AfterRead)(int32_t camera) = nullptr;

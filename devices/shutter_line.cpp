@@ -38,8 +38,8 @@ struct ShutterRow {
     HeldRule held = Ignored;
 };
 
-// The first row that fits holds. 48, 300 and 450 have a line that is no
-// register: it belongs to their drivers.
+// The first row that fits holds. 48, 300 and 450 have a line that is no register: it
+// belongs to their drivers.
 // clang-format off
 constexpr ShutterRow ShutterRows[] = {
     // code sensor mode  counter             reg     keep    light dark    stored held
@@ -81,7 +81,13 @@ const ShutterRow& FindRow(const CameraRecord& record)
 void SetLine(const ShutterRow& row, bool isLight, bool isLong, int32_t camera)
 {
     CameraRecord& record = CameraTable[camera];
-    if (row.reg == NoLine) return;
+    if (row.reg == NoLine) {
+        const DriverExtras* extras = record.Extras;
+        if (extras != nullptr && extras->SetShutterLine != nullptr) {
+            extras->SetShutterLine(isLight, camera);
+        }
+        return;
+    }
     if (record.ShutterHeld != 0) {
         if (row.held == KeepsLine) return;
         if (row.held == KeepsShortDark && !isLight && !isLong) return;

@@ -1,0 +1,84 @@
+// The cameras on USB, at the level of bytes on their pipe: 300, 450 (commands with an
+// acknowledge), 29, 48, 400 (pairs of address and value), 61, 200 (flagged register
+// numbers), and behind the adaptor library 205 (bytes) and 28 (words).
+//
+// 61, 200, 205 and 28 play the loaded pattern on the sensor: light falls on it when the
+// exposure counter is started with a time that is not zero and the shutter line is up
+// (register 6, on 28 register 3, bit 2); all rows are then full, until they are clocked
+// out. A pixel is as long as the pattern takes.
+//
+// The others compute the frame from the geometry that they were told. Their sensor's
+// pixel (column, row) belongs to bin (column / hbin, row / vbin); a bin is the sum of its
+// pixels, at most 65535; what lies outside the sensor is 0. With `first` the first bin
+// of a line and `top` its first row of pixels:
+//
+//   300, 450  Lines of the width of command 9. Command 10 sends width x height words from
+//             first 0, top 0; command 11 its own width a line, from x, y in bins. With
+//             sensor 5000 the lines of a full frame are those of two fields, 256 apart in
+//             the stream: line n + 3 of the stream is row 2n, line n + 259 row 2n + 1. Light: the
+//             shutter line (command 19) and the frame command's own byte are not 0.
+//   29        Width x height words from parameters 8, 9; first and top in bins from 6, 7.
+//             Light: the last command before the exposure was 19, not 18.
+//   48        Words 2 to 11 of the readout order. Cells of the register are skipped as word 4
+//             says, the leading cells among them, and as many behind as word 5 says; the line
+//             has what is left, in bins. Rows are skipped as word 6 says (16 bits signed, none
+//             below 0). Lines as word 3 says. Light: byte register 22, and the exposure
+//             counter was started with a time that is not zero.
+//   400       Bins and lines from the start (1, 8) up to the end (3, 10), counted from 0: the
+//             sensor's leading cells take `leading` bins. Always light.
+#pragma once
+#include <cstdint>
+
+#include "emulator/line_maps.h"
+#include "emulator/sensor.h"
+
+// What stands in the camera. Whatever is 0 takes the value given here.
+struct EmuUsbCamera {
+    int32_t platform;
+    int32_t sensor;
+    uint16_t version;        // of the hardware
+    uint16_t firmware;       // 29: word 2; 4098. 48: reply to 114; 100
+    EmuChip chip;            // with the scene; none: a black one
+    EmuLineMap lines;        // of the pattern, by EmuFindLineMap (61, 200, 205, 28)
+    uint32_t wordNs;         // time of a pattern word, of a pixel where there is none; 1000
+    double ambient;          // degrees Celsius; 20
+    uint16_t memory[64];     // camera memory
+    const char* serial;      // of the USB device; "00000001" and so on
+    const char* description; // of the USB device; the platform's name and zeros
+    bool variant;            // 200: status 10 has bit 1 set
+    uint8_t badStatus;       // 61, 200: readings of status 15 that are wrong after power-up
+};
+
+// Adds a camera to the next free USB port, or to the adaptor; its index, which is that
+// of the port or the adaptor's device number as well. 0 to 7, or -1.
+int32_t EmuPlugUsbCamera(const EmuUsbCamera& setup);
+void EmuUnplugUsbCamera(int32_t camera);
+void EmuReplugUsbCamera(int32_t camera); // in the state of power-up
+
+// --- what a test does with it ---
+
+uint16_t EmuUsbRegister(int32_t camera, int32_t reg);     // 29: of its parameters (words)
+uint32_t EmuUsbLongRegister(int32_t camera, int32_t reg); // 32 bits from there on, low byte first
+uint16_t EmuUsbMemoryWord(int32_t camera, int32_t word);
+void EmuUsbSetMemoryWord(int32_t camera, int32_t word, uint16_t value);
+uint32_t EmuUsbPatternBytes(int32_t camera, uint32_t address, uint32_t count, uint8_t* bytes);
+void EmuUsbTrigger(int32_t camera, bool seen);       // the external trigger line
+void EmuUsbSetWheel(int32_t camera, bool zero);      // the filter wheel's zero sensor
+void EmuUsbMute(int32_t camera, uint32_t afterByte); // its answers stop there; 0xFFFFFFFF: never
+double EmuUsbTemperature(int32_t camera);            // of the sensor now
+void EmuUsbSetTemperature(int32_t camera, double celsius); // from here it drifts on
+int32_t EmuUsbCoolerPower(int32_t camera);                 // the code as it was sent
+bool EmuUsbCoolerOn(int32_t camera);
+uint16_t EmuUsbFan(int32_t camera); // the code as it was sent
+uint32_t
+EmuUsbExposures(int32_t camera); // how often light fell on the sensor, or a frame had light
+uint32_t EmuUsbGainWord(int32_t camera,
+                        int32_t word); // of the front end; 300, 450: words of command 12
+uint32_t EmuUsbCommands(int32_t camera, int32_t command); // 300, 450, 29, 48: how often it came
+uint16_t EmuUsbGeometry(int32_t camera, int32_t word);    // 300, 450: words of command 9
+uint32_t EmuUsbStrayBytes(int32_t camera); // bytes that belong to no sentence of its language
+
+// The adaptor's library; true after reset. `entry`: one that it does not have.
+void EmuHaveAdaptorLibrary(bool present);
+void EmuHideAdaptorEntry(const char* entry);
+uint32_t EmuAdaptorOpen(); // devices open

@@ -1,0 +1,80 @@
+// What the sources of the USB cameras share.
+#pragma once
+#include <cstdint>
+
+#include "emulator/eeprom.h"
+#include "emulator/sequencer.h"
+#include "emulator/thermal.h"
+#include "emulator/usb.h"
+#include "emulator/usb_camera.h"
+#include "platform/system.h"
+
+struct EmuUsbState;
+
+// How cameras of one kind take what comes along their pipe.
+struct EmuUsbDialect {
+    void (*powerUp)(EmuUsbState* camera);
+    // Bytes of one write; for 28 behind the adaptor two bytes an item, low byte first.
+    void (*receive)(EmuUsbState* camera, const uint8_t* bytes, uint32_t count);
+};
+
+struct EmuUsbState {
+    EmuUsbCamera setup;
+    const EmuUsbDialect* dialect;
+    int32_t index; // its own, and that of its port or adaptor device
+    bool adaptor;
+    bool powered;
+    uint32_t mute, sent; // bytes after which it is silent, bytes sent
+
+    // The sentence that is being received.
+    uint8_t sentence[32];
+    uint32_t received;
+    uint32_t stray;
+
+    uint16_t registers[256];
+    uint16_t memory[64];
+    EmuPatternMemory pattern;
+    EmuSensor sensor;
+    uint16_t repeat, end; // of the section
+    uint32_t exposures;
+    uint64_t exposureEnds;
+    bool armed, trigger, wheelZero;
+
+    EmuThermal thermal;
+    uint32_t driveCode;
+    bool coolerOn;
+    uint16_t fan;
+    uint16_t conversion; // the last temperature reading
+    uint32_t gainWords[8];
+
+    // For cameras that are told a geometry; others leave it alone.
+    uint16_t geometry[32];
+    uint32_t commands[256];
+    bool light;
+};
+
+extern const EmuUsbDialect EmuTolmE;      // 300, 450
+extern const EmuUsbDialect EmuR4Dsp;      // 48
+extern const EmuUsbDialect EmuTolm;       // 400
+extern const EmuUsbDialect EmuTarnU;      // 29
+extern const EmuUsbDialect EmuHeronPlus;  // 61, 200
+extern const EmuUsbDialect EmuOspreyPlus; // 205
+extern const EmuUsbDialect EmuTarn5Usb;   // 28
+
+// usb_camera.cpp
+// Sends along the camera's pipe, whichever it is, until it is mute.
+void EmuUsbSend(EmuUsbState* camera, const uint8_t* bytes, uint32_t count, uint64_t at,
+                uint32_t byteNs);
+void EmuUsbDropSent(EmuUsbState* camera);          // what the host has not taken
+EmuUsbState* EmuFindAdaptorCamera(int32_t device); // null: nothing there
+
+// A pixel of the sensor's scene, 0 outside of it; a bin of it, at most 65535.
+uint16_t EmuSceneBin(const EmuUsbState& camera, int64_t column, int64_t row, uint32_t hbin,
+                     uint32_t vbin);
+
+// adaptor.cpp
+LibraryApi EmuAdaptorLibrary(); // loads ./qvn/kzbusb, passes other names on
+// What a camera sends through the adaptor, and what its memory chip holds.
+void EmuAdaptorReply(int32_t device, const uint8_t* bytes, uint32_t count, uint64_t at,
+                     uint32_t byteNs);
+void EmuAdaptorDropReplies(int32_t device);
