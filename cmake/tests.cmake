@@ -10,10 +10,7 @@ add_library(qvn_test_support STATIC ${QVN_SUPPORT})
 target_link_libraries(qvn_test_support
   PUBLIC qvn_options qvn_objects qvn_emulator GTest::gtest)
 # Tests are compiled once and run once: the compiler's time counts, not theirs.
-set(QVN_TEST_OPTIONS $<$<CONFIG:RelWithDebInfo>:-g1>)
-if(NOT QVN_SANITIZE)
-  list(APPEND QVN_TEST_OPTIONS $<$<CONFIG:RelWithDebInfo>:-O0>)
-endif()
+set(QVN_TEST_OPTIONS $<$<CONFIG:RelWithDebInfo>:-O0> $<$<CONFIG:RelWithDebInfo>:-g1>)
 target_compile_options(qvn_test_support PRIVATE ${QVN_TEST_OPTIONS})
 # The headers that cost more to compile than most tests are compiled once.
 target_precompile_headers(qvn_test_support PRIVATE <gtest/gtest.h> <string> <vector>)

@@ -2,6 +2,7 @@
 // the routine of the same name behind it.
 #include "include/qvn.h"
 
+#include "acquisition/correction.h"
 #include "acquisition/matrix.h"
 #include "acquisition/single.h"
 #include "catalogue/camera_config_file.h"
@@ -151,6 +152,11 @@ CAMERA_EXPORT(int32_t, QV_GetGain, GetGain, (int32_t camera), (camera))
 CAMERA_EXPORT(void, QV_SetUsrGain, SetUsrGain, (int32_t gain, int32_t high, int32_t offset, int32_t camera), (gain, high, offset, camera))
 CAMERA_EXPORT(void, QV_SetFanSpeed, SetFanSpeed, (double percent, int32_t camera), (percent, camera))
 
+// image correction in the camera
+CAMERA_EXPORT(void, QV_SetDNR, SetDNR, (int32_t mode, int32_t camera), (mode, camera))
+CAMERA_EXPORT(int32_t, QV_GetDNR, GetDNR, (int32_t camera), (camera))
+CAMERA_EXPORT(void, QV_SetBitDecimation, SetBitDecimation, (int32_t mode, int32_t camera), (mode, camera))
+
 // interface card
 CAMERA_EXPORT(uint32_t, QV_GetKZBPCIAddress, GetKZBPCIAddress, (int32_t camera), (camera))
 CAMERA_EXPORT(uint32_t, QV_GetKZBPCIRevision, GetKZBPCIRevision, (int32_t selected, int32_t camera), (selected, camera))
@@ -180,9 +186,6 @@ NOT_BUILT(void, QV_GetImage, (uint16_t*, int32_t))
 NOT_BUILT(void, QV_FlushAcquisition, (int32_t))
 NOT_BUILT(void, QV_OpenArray, (const void*, int32_t, int32_t, int32_t, uint32_t, int32_t, QvExposureCallback, QvProgressCallback))
 NOT_BUILT(void, QV_AGetCCD, (int32_t, const double*, uint16_t**, int32_t))
-NOT_BUILT(void, QV_SetDNR, (int32_t, int32_t))
-NOT_BUILT(int32_t, QV_GetDNR, (int32_t))
-NOT_BUILT(void, QV_SetBitDecimation, (int32_t, int32_t))
 NOT_BUILT(void, QV_SetFilter, (int32_t, int32_t))
 NOT_BUILT(void, QV_CalibFW, (int32_t))
 NOT_BUILT(void, QV_OpenFW, (int32_t, int32_t, int32_t, int32_t))
