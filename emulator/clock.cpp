@@ -178,6 +178,11 @@ void EmuWait(uint32_t microseconds)
     }
 }
 
+uint64_t EmuNextEvent()
+{
+    return RealTime ? EmuNow() + UsPerMs : FindNext().at;
+}
+
 ClockApi EmuClock()
 {
     return {TickCount, Sleep, SleepMicroseconds, Relax, WallSeconds};

@@ -53,6 +53,12 @@ enum EmuCall : int32_t {
     EmuPortRead,      // all ones
     EmuPortWrite,     // does not arrive
     EmuLibraryLoad,   // not found
+    EmuUsbList,       // devices cannot be listed
+    EmuUsbOpen,       // the device cannot be opened
+    EmuUsbRead,       // half of the bytes come, rounded down
+    EmuUsbWrite,      // does not arrive
+    EmuUsbSetting,    // any other call of the USB library: refused; a close closes still
+    EmuAdaptorCall,   // of the adaptor's library: returns 0 and does nothing
     EmuAnyCall,       // each call of the kinds from EmuDeviceOpen on, as its kind fails
     EmuCallCount
 };

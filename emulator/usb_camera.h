@@ -61,11 +61,12 @@ uint16_t EmuUsbRegister(int32_t camera, int32_t reg);     // 29: of its paramete
 uint32_t EmuUsbLongRegister(int32_t camera, int32_t reg); // 32 bits from there on, low byte first
 uint16_t EmuUsbMemoryWord(int32_t camera, int32_t word);
 void EmuUsbSetMemoryWord(int32_t camera, int32_t word, uint16_t value);
+// Of the pattern memory; words are stored low byte first. How many there are.
 uint32_t EmuUsbPatternBytes(int32_t camera, uint32_t address, uint32_t count, uint8_t* bytes);
-void EmuUsbTrigger(int32_t camera, bool seen);       // the external trigger line
-void EmuUsbSetWheel(int32_t camera, bool zero);      // the filter wheel's zero sensor
-void EmuUsbMute(int32_t camera, uint32_t afterByte); // its answers stop there; 0xFFFFFFFF: never
-double EmuUsbTemperature(int32_t camera);            // of the sensor now
+void EmuUsbTrigger(int32_t camera, bool seen);   // the external trigger line
+void EmuUsbSetWheel(int32_t camera, bool zero);  // the filter wheel's zero sensor
+void EmuUsbMute(int32_t camera, uint32_t bytes); // it sends no more than these; 0xFFFFFFFF: all
+double EmuUsbTemperature(int32_t camera);        // of the sensor now
 void EmuUsbSetTemperature(int32_t camera, double celsius); // from here it drifts on
 int32_t EmuUsbCoolerPower(int32_t camera);                 // the code as it was sent
 bool EmuUsbCoolerOn(int32_t camera);

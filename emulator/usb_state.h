@@ -2,7 +2,7 @@
 #pragma once
 #include <cstdint>
 
-#include "emulator/eeprom.h"
+#include "emulator/pipe.h"
 #include "emulator/sequencer.h"
 #include "emulator/thermal.h"
 #include "emulator/usb.h"
@@ -16,6 +16,7 @@ struct EmuUsbDialect {
     void (*powerUp)(EmuUsbState* camera);
     // Bytes of one write; for 28 behind the adaptor two bytes an item, low byte first.
     void (*receive)(EmuUsbState* camera, const uint8_t* bytes, uint32_t count);
+    void (*trigger)(EmuUsbState* camera) = nullptr; // the trigger line goes up
 };
 
 struct EmuUsbState {
@@ -24,7 +25,8 @@ struct EmuUsbState {
     int32_t index; // its own, and that of its port or adaptor device
     bool adaptor;
     bool powered;
-    uint32_t mute, sent; // bytes after which it is silent, bytes sent
+    uint32_t mute;       // bytes that it still sends; 0xFFFFFFFF: without end
+    EmuPipe adaptorPipe; // what it sends to the adaptor, and the adaptor has not handed out
 
     // The sentence that is being received.
     uint8_t sentence[32];
@@ -72,9 +74,16 @@ EmuUsbState* EmuFindAdaptorCamera(int32_t device); // null: nothing there
 uint16_t EmuSceneBin(const EmuUsbState& camera, int64_t column, int64_t row, uint32_t hbin,
                      uint32_t vbin);
 
-// adaptor.cpp
+// Of full cooling, which is reached with `most`.
+void EmuUsbDriveCooler(EmuUsbState* camera, uint32_t code, bool on, uint32_t most);
+// What the converter makes of the sensor's temperature, 0 to `most`.
+uint16_t EmuUsbThermometer(const EmuUsbState& camera, double countsPerKelvin, uint32_t most);
+
+// A byte that belongs to no sentence: counted and noted.
+void EmuUsbStray(EmuUsbState* camera, uint8_t byte);
+
+// usb.cpp
+int32_t EmuPlugUsbAt(int32_t port, const EmuUsbDevice& device);
+
+// adaptor.cpp: takes from a camera's pipe what the adaptor hands out
 LibraryApi EmuAdaptorLibrary(); // loads ./qvn/kzbusb, passes other names on
-// What a camera sends through the adaptor, and what its memory chip holds.
-void EmuAdaptorReply(int32_t device, const uint8_t* bytes, uint32_t count, uint64_t at,
-                     uint32_t byteNs);
-void EmuAdaptorDropReplies(int32_t device);

@@ -16,6 +16,10 @@ uint64_t EmuNow();
 // The same for a delay that a caller asked for, which real time must not shorten.
 void EmuWait(uint32_t microseconds);
 
+// When a tick of the timer or a scheduled action falls due next; UINT64_MAX: never. In
+// real time a millisecond from now, since other threads do as they like.
+uint64_t EmuNextEvent();
+
 // Counts a call that a plan may make fail; true if this one does.
 bool EmuFails(EmuCall call);
 
@@ -33,6 +37,7 @@ LibraryApi EmuLibraries();
 DeviceApi EmuDevices();
 RegisterApi EmuRegisters();
 PortApi EmuPorts();
+UsbApi EmuUsb();
 MemoryApi EmuMemory();
 
 // Stops virtual time for good, or lets it run again.
@@ -46,6 +51,8 @@ void EmuResetBusCameras();
 void EmuResetTraffic();
 void EmuResetCards();
 void EmuResetPorts();
+void EmuResetUsb();
+void EmuResetUsbCameras();
 
 // What instruments do on their own while time passes.
 void EmuRunDma();

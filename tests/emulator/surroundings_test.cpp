@@ -236,7 +236,7 @@ TEST_F(EmptySockets, NoLibraryNoDriverNoPort)
 
 TEST_F(EmptySockets, UsbListsNothingAndFindsNothing)
 {
-    constexpr uint32_t noDevice = 2;
+    constexpr uint32_t invalidHandle = 1, noDevice = 2;
     uint32_t count = 7;
     uint64_t handle = 7;
     char serial[16] = "old", description[64] = "old";
@@ -245,13 +245,13 @@ TEST_F(EmptySockets, UsbListsNothingAndFindsNothing)
     EXPECT_EQ(System.usb.Open(0, &handle), noDevice);
     EXPECT_EQ(handle, 0u);
     count = 7;
-    EXPECT_EQ(System.usb.Read(0, serial, 1, &count), noDevice);
+    EXPECT_EQ(System.usb.Read(0, serial, 1, &count), invalidHandle);
     EXPECT_EQ(count, 0u);
     count = 7;
-    EXPECT_EQ(System.usb.Write(0, "a", 1, &count), noDevice);
+    EXPECT_EQ(System.usb.Write(0, "a", 1, &count), invalidHandle);
     EXPECT_EQ(count, 0u);
-    EXPECT_EQ(System.usb.DeviceInfo(0, serial, description), noDevice);
+    EXPECT_EQ(System.usb.DeviceInfo(0, serial, description), invalidHandle);
     EXPECT_STREQ(serial, "");
     EXPECT_STREQ(description, "");
-    EXPECT_EQ(EmuMicroseconds(), 5u);
+    EXPECT_EQ(EmuMicroseconds(), 5u * 125) << "a microframe for each call";
 }
