@@ -11,6 +11,7 @@
 #include "drivers/tarn4.h"
 #include "drivers/tarn4_plus.h"
 #include "drivers/tarn5/tarn5.h"
+#include "drivers/tolm_e.h"
 #include "drivers/unod.h"
 #include "sequencer/builders/builders.h"
 #include "sequencer/firmware_geometry.h"
@@ -34,6 +35,8 @@ const PlatformBinding PlatformBindings[] = {
     {  70,  Keep,  1,       Keep,  Keep, Keep,    UnodRules,      nullptr },
     {  71,  Keep,  1,       2,     Keep, Keep,    Unod2Rules,     nullptr },
     {  80,  6,     2,       0,     Keep, Keep,    SepRules,       nullptr },
+    { 300,  6,     1,       Keep,  Keep, Keep,    TolmERules,     CloseTolmE, &TolmEExtras },
+    { 450,  6,     1,       Keep,  Keep, Keep,    TolmERules,     CloseTolmE, &TolmEExtras },
     {},
 };
 
@@ -109,7 +112,9 @@ const BuilderRow BuilderRows[] = {
     { 205, Ccd3011b,           BuildWaveOspreyPlusCcd3011b },
     { 205, OspreyCcd55Sensors, BuildWaveOspreyPlusCcd55 },
     { 205, nullptr,            BuildWaveOspreyPlusKaf },
+    { 300, nullptr,            BuildWaveCommand },
     { 400, nullptr,            StoreBinning },
+    { 450, nullptr,            BuildWaveCommand },
     {},
 };
 // clang-format on
