@@ -116,14 +116,10 @@ const ConverterRow& RowOf(const EmuBusState& camera)
     return *row;
 }
 
-// What the circuit shows: the camera memory has the correction that leads from there
-// to the truth, (shown + offset) * span, both in tenths.
 double Shown(const EmuBusState& camera, double celsius)
 {
-    const auto offset = static_cast<int16_t>(camera.eeprom.words[0]);
-    const auto span = static_cast<int16_t>(camera.eeprom.words[1]);
-    if (span <= 0 || camera.setup.platform == 70) return celsius;
-    return celsius / (span / 10.0) - offset / 10.0;
+    if (camera.setup.platform == 70) return celsius;
+    return EmuUncorrected(celsius, camera.eeprom.words[0], camera.eeprom.words[1]);
 }
 
 } // namespace

@@ -8,6 +8,7 @@ namespace {
 
 constexpr double MostCooling = 60.0;
 constexpr double TimeConstant = 60e6; // microseconds
+constexpr double ZeroCelsius = 273.15;
 
 } // namespace
 
@@ -28,4 +29,17 @@ double EmuTemperatureNow(const EmuThermal& thermal)
     const double goal = thermal.ambient - thermal.cooling;
     const double elapsed = static_cast<double>(EmuNow() - thermal.since);
     return goal + (thermal.temperature - goal) * std::exp(-elapsed / TimeConstant);
+}
+
+double EmuUncorrected(double celsius, uint16_t offset, uint16_t span)
+{
+    const auto tenths = static_cast<int16_t>(span);
+    if (tenths <= 0) return celsius;
+    return celsius / (tenths / 10.0) - static_cast<int16_t>(offset) / 10.0;
+}
+
+uint16_t EmuKelvinCount(double celsius, double countsPerKelvin, uint32_t most)
+{
+    const double count = (celsius + ZeroCelsius) * countsPerKelvin;
+    return static_cast<uint16_t>(std::lround(std::fmin(std::fmax(count, 0.0), most)));
 }

@@ -13,3 +13,9 @@ struct EmuThermal {
 EmuThermal EmuMakeThermal(double ambient);
 void EmuSetCooling(EmuThermal* thermal, double part); // of full cooling, 0 to 1
 double EmuTemperatureNow(const EmuThermal& thermal);
+
+// What the circuit shows of a temperature: camera memory has the correction that leads
+// from there to the truth, (shown + offset) * span, both in tenths.
+double EmuUncorrected(double celsius, uint16_t offset, uint16_t span);
+// What a converter makes of it: counts in proportion to Kelvin, 0 to `most`.
+uint16_t EmuKelvinCount(double celsius, double countsPerKelvin, uint32_t most);

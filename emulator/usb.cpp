@@ -59,10 +59,12 @@ Port* Find(uint64_t handle)
     return nullptr;
 }
 
-EmuPipe* FindPipe(uint64_t handle)
+EmuPipe* LookedAt(uint64_t handle)
 {
     Port* const port = Find(handle);
-    return port != nullptr ? &port->sent : nullptr;
+    if (port == nullptr) return nullptr;
+    if (port->device.look != nullptr) port->device.look(port->device.unit);
+    return &port->sent;
 }
 
 bool Listens(const Port& port)
@@ -223,9 +225,9 @@ uint32_t GetQueueStatus(uint64_t handle, uint32_t* count)
     EmuSpend(TransferUs);
     const std::lock_guard<std::mutex> guard(EmuLinkLock());
     const bool lost = EmuDeviceFails(EmuUsbSetting);
-    const Port* const port = Find(handle);
-    const bool refused = lost || port == nullptr;
-    *count = refused ? 0 : EmuPipeReadable(port->sent);
+    const EmuPipe* const pipe = LookedAt(handle);
+    const bool refused = lost || pipe == nullptr;
+    *count = refused ? 0 : EmuPipeReadable(*pipe);
     EmuNote("usb queue %u%s", *count, End(refused));
     return refused ? InvalidHandle : Ok;
 }
@@ -243,7 +245,7 @@ uint32_t Read(uint64_t handle, void* buffer, uint32_t bytes, uint32_t* got)
 {
     *got = 0;
     EmuSpend(TransferUs);
-    EmuPipeAwait(FindPipe, handle, bytes, ReadTimeout(handle) * UsPerMs);
+    EmuPipeAwait(LookedAt, handle, bytes, ReadTimeout(handle) * UsPerMs);
     uint32_t taken = 0;
     {
         const std::lock_guard<std::mutex> guard(EmuLinkLock());

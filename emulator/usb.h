@@ -9,8 +9,8 @@
 // virtual run. On a device that was pulled out every call but Close fails at once.
 //
 // The library may be called from several threads. The functions here may not, nor while a
-// call of the library runs, but for EmuUsbReply and EmuUsbDropReplies inside of `receive`
-// and `reset`.
+// call of the library runs, but for EmuUsbReply and EmuUsbDropReplies inside of `receive`,
+// `reset` and `look`.
 #pragma once
 #include <cstdint>
 
@@ -22,6 +22,8 @@ struct EmuUsbDevice {
     int32_t unit;                                                        // handed to the functions
     void (*receive)(int32_t unit, const uint8_t* bytes, uint32_t count); // one write
     void (*reset)(int32_t unit); // ResetDevice, or the device is plugged in again
+    // The host looks for bytes and may wait for them; null: that makes no difference.
+    void (*look)(int32_t unit) = nullptr;
 };
 
 // The port, which is the index that Open takes; -1 when all eight are in use.

@@ -29,8 +29,12 @@ struct Family {
 };
 
 const Family Families[] = {
-    {29, "Tarn_U", &EmuTarnU, true, false, false},   {48, "R4-DSP", &EmuR4Dsp, true, false, false},
-    {300, "WREN", &EmuTolmE, false, false, false},   {400, "TOLM", &EmuTolm, true, false, false},
+    {29, "Tarn_U", &EmuTarnU, true, false, false},
+    {48, "R4-DSP", &EmuR4Dsp, true, false, false},
+    {61, "HERON_Plus", &EmuHeronPlus, false, false, false},
+    {200, "OSPREY", &EmuHeronPlus, false, false, true},
+    {300, "WREN", &EmuTolmE, false, false, false},
+    {400, "TOLM", &EmuTolm, true, false, false},
     {450, "TOLM_E", &EmuTolmE, false, false, false},
 };
 
@@ -94,6 +98,13 @@ void ResetChip(int32_t camera)
     if (state != nullptr) state->received = 0;
 }
 
+void Look(int32_t camera)
+{
+    EmuUsbState* const state = Plugged(camera);
+    const bool looks = state != nullptr && state->powered && state->dialect->look != nullptr;
+    if (looks) state->dialect->look(state);
+}
+
 bool PlugDevice(const EmuUsbState& state, const Family& family)
 {
     char serial[16];
@@ -108,6 +119,7 @@ bool PlugDevice(const EmuUsbState& state, const Family& family)
         state.index,
         Receive,
         ResetChip,
+        Look,
     };
     return EmuPlugUsbAt(state.index, device) >= 0;
 }

@@ -4,6 +4,7 @@
 
 #include "emulator/pipe.h"
 #include "emulator/sequencer.h"
+#include "emulator/shift_lines.h"
 #include "emulator/thermal.h"
 #include "emulator/usb.h"
 #include "emulator/usb_camera.h"
@@ -11,12 +12,23 @@
 
 struct EmuUsbState;
 
+// A section between its start and its first word.
+struct EmuUsbPlay {
+    uint16_t page;
+    bool byHand;        // started by the host: played as the host goes on
+    bool followsCount;  // starts as the exposure counter ends
+    bool awaitsTrigger; // so does the counter
+    uint64_t counts;    // microseconds, of that counter
+};
+
 // How cameras of one kind take what comes along their pipe.
 struct EmuUsbDialect {
     void (*powerUp)(EmuUsbState* camera);
     // Bytes of one write; for 28 behind the adaptor two bytes an item, low byte first.
     void (*receive)(EmuUsbState* camera, const uint8_t* bytes, uint32_t count);
     void (*trigger)(EmuUsbState* camera) = nullptr; // the trigger line goes up
+    // The host looks for what the camera sends, and may wait for it.
+    void (*look)(EmuUsbState* camera) = nullptr;
 };
 
 struct EmuUsbState {
@@ -41,6 +53,7 @@ struct EmuUsbState {
     uint32_t exposures;
     uint64_t exposureEnds;
     bool armed, trigger, wheelZero;
+    EmuUsbPlay play;
 
     EmuThermal thermal;
     uint32_t driveCode;
@@ -48,6 +61,10 @@ struct EmuUsbState {
     uint16_t fan;
     uint16_t conversion; // the last temperature reading
     uint32_t gainWords[8];
+    EmuShiftWord drive, gain; // on their way to the converter and the front end
+    bool sampled;             // the converter holds what it is to convert
+    uint16_t channelCount;    // the last conversion of another channel (205)
+    uint8_t badLeft;          // readings of status 15 that will be wrong
 
     // For cameras that are told a geometry; others leave it alone.
     uint16_t geometry[32];
@@ -84,6 +101,21 @@ void EmuUsbStray(EmuUsbState* camera, uint8_t byte);
 
 // usb.cpp
 int32_t EmuPlugUsbAt(int32_t port, const EmuUsbDevice& device);
+
+// usb_play.cpp: sections of the cameras that play a pattern, under three lines of control.
+enum EmuSectionLine : uint32_t { EmuByHand = 1, EmuStart = 2, EmuSends = 4 };
+void EmuUsbSections(EmuUsbState* camera, uint32_t before, uint32_t now, uint16_t page);
+void EmuUsbStopSections(EmuUsbState* camera);
+// The exposure counter is started; light falls on the sensor if the shutter opens. On
+// the trigger: as its line goes up.
+void EmuUsbCount(EmuUsbState* camera, uint64_t microseconds, bool onTrigger);
+void EmuUsbLook(EmuUsbState* camera);
+void EmuUsbTriggered(EmuUsbState* camera);
+
+// heron_registers.cpp: byte registers of 61, 200 and 205
+void EmuHeronPowerUp(EmuUsbState* camera);
+void EmuHeronWrite(EmuUsbState* camera, uint32_t reg, uint8_t value);
+uint8_t EmuHeronRead(EmuUsbState* camera, uint32_t number);
 
 // adaptor.cpp: takes from a camera's pipe what the adaptor hands out
 LibraryApi EmuAdaptorLibrary(); // loads ./qvn/kzbusb, passes other names on
