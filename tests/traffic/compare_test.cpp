@@ -58,6 +58,27 @@ TEST(TrafficCompare, ValuesAndStarsFillIn)
               "");
 }
 
+TEST(TrafficCompare, WritesAreComparedWhereverTheirLinesBreak)
+{
+    const char wire[] =
+        "usb > 9C 00\nusb + 9C 02 x 2\nusb + 9C 04\nusb < 1 of 1\nadaptor > 0B 01\n";
+    EXPECT_EQ(TrafficDiffers("0: usb + 9C 02\nusb > 9C\nusb + 00\nbits 00\nusb + 9C\nusb + 04\n"
+                             "usb < 1 of 1\nadaptor > 0B\nadaptor + 01",
+                             wire),
+              "");
+    EXPECT_NE(TrafficDiffers("usb > 9C 00 9C 02 9C 04\nusb < 1 of 1\nadaptor > 0B 01", wire), "");
+    EXPECT_NE(TrafficDiffers("usb > 9C 00 9C 02 9C 02\nusb > 9C 04\n...", wire), "");
+}
+
+TEST(TrafficCompare, AnyTakesAllSuchLinesOrNone)
+{
+    EXPECT_EQ(TrafficDiffers("card open\nany sleep *\nany address *\nany data 0009\npixel x 4\n"
+                             "any sleep *",
+                             Conversation),
+              "");
+    EXPECT_NE(TrafficDiffers("card open\nany address 8004\ndata 0009\n...", Conversation), "");
+}
+
 TEST(TrafficCompare, TellsTheLineAndItsSurroundings)
 {
     EXPECT_EQ(TrafficDiffers("card open\nreg 3 000A\npixel x 4\nsleep 2", Conversation),
