@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "catalogue/catalogue.h"
 #include "emulator/bus_camera.h"
 #include "emulator/bus_links.h"
 #include "emulator/emulator.h"
@@ -11,32 +10,9 @@
 
 namespace {
 
-// Patterns that bin by position have their bins at whole multiples: so has the image.
-constexpr int32_t LeadingCells = 12;
-constexpr int32_t RegisterCells = 38;
-constexpr int32_t SensorRows = ImageRows + 4; // the image and what its dummy lines clock
 constexpr uint16_t PortBase = 0x378;
-constexpr uint16_t Version = 0x2A;
-constexpr int32_t Dummies[] = {3, 2, 1, 4}; // above a binning of 4 there is one line
 constexpr uint16_t Fill = 0xAAAA, Guard = 0xBEEF;
 constexpr size_t GuardPixels = 8;
-
-uint32_t Scene(uint32_t column, uint32_t row)
-{
-    return 100 * (row + 1) + column + 1;
-}
-
-// Columns and rows, the last ones excluded; nothing behind the sensor's edges.
-uint16_t SceneSum(int32_t column, int32_t lastColumn, int32_t row, int32_t lastRow)
-{
-    uint32_t sum = 0;
-    for (int32_t i = column; i < std::min(lastColumn, ImageColumns); ++i) {
-        for (int32_t j = row; j < std::min(lastRow, SensorRows); ++j) {
-            sum += Scene(static_cast<uint32_t>(i), static_cast<uint32_t>(j));
-        }
-    }
-    return static_cast<uint16_t>(sum);
-}
 
 int32_t DummyLines(const VirtualFrame& frame)
 {
@@ -55,15 +31,7 @@ int32_t FirstRow(const VirtualFrame& frame)
 
 uint16_t BinOf(const VirtualFrame& frame, int32_t k, int32_t row)
 {
-    int32_t begin = (frame.x + k) * frame.hbin;
-    int32_t end = begin + frame.hbin;
-    if (frame.strobe == Strobe::FirstColumn) end = begin + 1;
-    if (frame.strobe == Strobe::Position) {
-        const int32_t firstBin = (LeadingCells + frame.x + frame.hbin - 1) / frame.hbin;
-        begin = (firstBin + k) * frame.hbin - LeadingCells;
-        end = std::min(begin + frame.hbin, frame.x + frame.columns * frame.hbin);
-    }
-    return SceneSum(begin, end, row, row + frame.vbin);
+    return StrobedBin({frame.strobe, frame.hbin, frame.vbin, frame.x, frame.columns}, k, row);
 }
 
 // Cameras that clock themselves expose dark frames too, and have no shutter.
@@ -80,8 +48,8 @@ uint16_t Streamed(const VirtualFrame& frame, int32_t n)
     const int32_t k = n % frame.columns;
     switch (frame.rule) {
     case ReadRule::Plain:
-        return static_cast<uint16_t>(Scene(static_cast<uint32_t>(n % ImageColumns),
-                                           static_cast<uint32_t>(n / ImageColumns)));
+        return static_cast<uint16_t>(SmallScene(static_cast<uint32_t>(n % ImageColumns),
+                                                static_cast<uint32_t>(n / ImageColumns)));
     case ReadRule::Counted:
         return SceneSum((frame.x + k) * frame.hbin, (frame.x + k + 1) * frame.hbin,
                         (frame.y + line) * frame.vbin, (frame.y + line + 1) * frame.vbin);
@@ -100,38 +68,6 @@ void CopyLines(const VirtualFrame& frame, std::vector<uint16_t>* pixels)
         }
         target += frame.rule == ReadRule::Lines && line == first ? std::max(W - 6, 0) : W;
     }
-}
-
-std::string Definitions(const VirtualSetup& setup)
-{
-    const std::string sensor = CCDtoName(setup.sensor, 0);
-    return std::string("rmk_camera_library:\n{\n  ccd_definitions:\n  {\n    ") + sensor +
-           R"(:
-    {
-      Manufacturer = 20; Xpix = 24; Ypix = 16;
-      XpixDim = 9.0; YpixDim = 9.0; Xarea = 0.2; Yarea = 0.1;
-      Dummy = [ 3, 2, 1, 4 ]; HorDummyPix = 12; HorRegSize = 38;
-      Antiblooming = 0; MultipleOutput = 0; Shutter = 1; FWC = 100000.0; CCF = 1.0;
-    };
-  };
-  camera_platforms:
-  {
-    )" + PTFtoName(setup.platform, 0) +
-           R"(:
-    {
-      ADbit = [ 16, 0 ]; TimeBase = 40.0; FpgaId = 42; ADclock = 0.5;
-      NumberOfGains = 4; AntiBloomingTimer = 0;
-      )" + sensor +
-           R"(:
-      {
-        AmplifierDelay = 1.0; SamplingClock = [ 0.5, 0.5 ];
-        VerticalPhasePeriod = )" +
-           std::to_string(setup.phase) + R"(; Gain = [ 1.0, 2.0, 4.0, 8.0 ];
-      };
-    };
-  };
-};
-)";
 }
 
 void PlugLink(const VirtualSetup& setup, int32_t bus)
@@ -186,12 +122,12 @@ void VirtualCameraTest::TearDown()
 
 void VirtualCameraTest::Plug(const VirtualSetup& setup)
 {
-    WriteDefinitions(Definitions(setup));
+    WriteDefinitions(SmallDefinitions({setup.platform, setup.sensor, setup.phase}));
     EmuBusCamera camera = {};
     camera.platform = setup.platform;
     camera.sensor = setup.sensor;
-    camera.version = Version;
-    camera.chip = {ImageColumns, SensorRows, LeadingCells, RegisterCells, Scene};
+    camera.version = SmallVersion;
+    camera.chip = {ImageColumns, SensorRows, LeadingCells, RegisterCells, SmallScene};
     if (setup.platform == 70 || setup.platform == 71) camera.chip.rows = ImageRows;
     camera.wordNs = 500;
     camera.memory[1] = 10;

@@ -1,9 +1,5 @@
 // A bus camera at the end of its virtual link, opened and read through the exported
 // functions alone, and what its pixels must be.
-//
-// The sensor has 24 columns behind 12 leading cells in a register of 38, and 16 rows in
-// the image. A pixel holds 100 x (row + 1) + column + 1. Dummy lines for vertical
-// binnings of 1 to 4: 3, 2, 1, 4.
 #pragma once
 #include <cstdint>
 #include <string>
@@ -12,15 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "include/qvn.h"
-
-inline constexpr int32_t ImageColumns = 24, ImageRows = 16;
-
-// What a strobe of the pattern's line converts.
-enum class Strobe {
-    Bin,         // the sum of its bin
-    FirstColumn, // the first column of its bin alone
-    Position,    // bins at register positions that are multiples; x counts unbinned columns
-};
+#include "tests/support/small_sensor.h"
 
 // How the words of the stream become pixels.
 enum class ReadRule {
