@@ -1,6 +1,7 @@
 #include "acquisition/single.h"
 
 #include "acquisition/matrix.h"
+#include "acquisition/window.h"
 #include "core/convert.h"
 #include "core/errors.h"
 #include "core/flags.h"
@@ -15,30 +16,6 @@ namespace {
 enum class Handshake { Own, Hosts };
 
 using FrameOperation = decltype(CameraOps::ReadFrame) CameraOps::*;
-
-struct Window {
-    int32_t x, y, width, height; // binned pixels
-};
-
-// All widths that reach the hardware are even.
-int32_t EvenWidth(int32_t width)
-{
-    return width & ~1;
-}
-
-int32_t BinnedSize(int32_t size, int32_t binning)
-{
-    return binning > 0 ? size / binning : 0;
-}
-
-void RestoreFullFrame(int32_t camera)
-{
-    CameraRecord& record = CameraTable[camera];
-    if (record.WindowBuilt == 0) return;
-    record.WindowBuilt = 0;
-    RebuildSequencer(0, 0, EvenWidth(record.Ccd.Xpix), record.HorBinning, record.VerBinning,
-                     camera);
-}
 
 // A failed read keeps the timer away from the broken link: required.
 void EndRead(int32_t error, Handshake handshake, int32_t camera)
@@ -60,15 +37,6 @@ void ReadFull(FrameOperation operation, Handshake handshake, int32_t shutter, do
     record.ExposureTime = exposure;
     RestoreFullFrame(camera);
     EndRead((record.Ops.*operation)(shutter, width, height, target, camera), handshake, camera);
-}
-
-bool IsBuilt(const Window& window, const CameraRecord& record)
-{
-    return record.WindowBuilt != 0 && record.BuiltWindowX == window.x &&
-           record.BuiltWindowY == window.y && record.BuiltWindowWidth == window.width &&
-           record.BuiltWindowHeight == window.height &&
-           record.BuiltHorBinning == record.HorBinning &&
-           record.BuiltVerBinning == record.VerBinning;
 }
 
 void BuildWindow(const Window& window, int32_t camera)
@@ -96,7 +64,7 @@ void ReadWindowed(Handshake handshake, int32_t shutter, double exposure, const W
     if (target == nullptr) return;
     if (handshake == Handshake::Own) StopNow(camera);
     Select(camera);
-    if (!IsBuilt(window, record)) BuildWindow(window, camera);
+    if (!IsWindowBuilt(window, record)) BuildWindow(window, camera);
     record.ExposureTime = exposure;
     EndRead(
         record.Ops.ReadWindow(shutter, window.x, window.y, width, window.height, target, camera),

@@ -65,6 +65,13 @@ struct DriverExtras {
     int32_t (*QueryStatus)(int32_t which, int32_t camera) = nullptr; // power, card transfer
     void (*SetShutterLine)(bool isLight, int32_t camera) = nullptr;  // where it is no register
     void (*SetDecimation)(int32_t mode, int32_t camera) = nullptr;   // the same of the bits sent
+    void (*ShiftRows)(uint32_t rows, int32_t camera) = nullptr; // the image, toward its register
+    // A frame in steps, where the card fetches it: readies camera and card (47 only),
+    // starts, copies what has come, gives it up.
+    void (*ArmFrame)(double exposure, int32_t camera) = nullptr;
+    void (*StartFrame)(int32_t mode, int32_t camera) = nullptr;
+    void (*FetchFrame)(uint16_t* buffer, int32_t camera) = nullptr;
+    void (*GiveUpFrame)(int32_t camera) = nullptr;
     // Of a bus camera's read: directly ahead of the image's section, and behind all.
     void (*BeforeLines)(int32_t camera) = nullptr;
     void (*AfterRead)(int32_t camera) = nullptr;
