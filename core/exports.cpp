@@ -2,7 +2,9 @@
 // the routine of the same name behind it.
 #include "include/qvn.h"
 
+#include "acquisition/armed.h"
 #include "acquisition/correction.h"
+#include "acquisition/kinetics.h"
 #include "acquisition/matrix.h"
 #include "acquisition/single.h"
 #include "catalogue/camera_config_file.h"
@@ -152,6 +154,14 @@ CAMERA_EXPORT(int32_t, QV_GetGain, GetGain, (int32_t camera), (camera))
 CAMERA_EXPORT(void, QV_SetUsrGain, SetUsrGain, (int32_t gain, int32_t high, int32_t offset, int32_t camera), (gain, high, offset, camera))
 CAMERA_EXPORT(void, QV_SetFanSpeed, SetFanSpeed, (double percent, int32_t camera), (percent, camera))
 
+// kinetics, armed acquisition
+CAMERA_EXPORT(void, QV_Kinetics, Kinetics, (int32_t shutter, double exposure, int32_t frames, int32_t x, int32_t y, int32_t width, int32_t height, uint16_t** buffers, int32_t camera), (shutter, exposure, frames, x, y, width, height, buffers, camera))
+CAMERA_EXPORT(void, QV_KineticsCCD, KineticsCCD, (int32_t shutter, double interval, int32_t shifts, int32_t lines, uint16_t* buffer, int32_t camera), (shutter, interval, shifts, lines, buffer, camera))
+CAMERA_EXPORT(void, QV_ArmAcquisition, ArmAcquisition, (double exposure, int32_t camera), (exposure, camera))
+CAMERA_EXPORT(void, QV_StartAcquisition, StartAcquisition, (int32_t mode, int32_t camera), (mode, camera))
+CAMERA_EXPORT(void, QV_GetImage, GetImage, (uint16_t* buffer, int32_t camera), (buffer, camera))
+CAMERA_EXPORT(void, QV_FlushAcquisition, FlushAcquisition, (int32_t camera), (camera))
+
 // image correction in the camera
 CAMERA_EXPORT(void, QV_SetDNR, SetDNR, (int32_t mode, int32_t camera), (mode, camera))
 CAMERA_EXPORT(int32_t, QV_GetDNR, GetDNR, (int32_t camera), (camera))
@@ -178,12 +188,6 @@ CAMERA_EXPORT(int32_t, QV_PeekW, PeekW, (int32_t address, int32_t camera), (addr
 CAMERA_EXPORT(int32_t, QV_QuerySts, QuerySts, (int32_t which, int32_t camera), (which, camera))
 CAMERA_EXPORT(int32_t, QV_GetAD, GetAD, (int32_t channel, int32_t camera), (channel, camera))
 
-NOT_BUILT(void, QV_Kinetics, (int32_t, double, int32_t, int32_t, int32_t, int32_t, int32_t, uint16_t**, int32_t))
-NOT_BUILT(void, QV_KineticsCCD, (int32_t, double, int32_t, int32_t, uint16_t*, int32_t))
-NOT_BUILT(void, QV_ArmAcquisition, (double, int32_t))
-NOT_BUILT(void, QV_StartAcquisition, (int32_t, int32_t))
-NOT_BUILT(void, QV_GetImage, (uint16_t*, int32_t))
-NOT_BUILT(void, QV_FlushAcquisition, (int32_t))
 NOT_BUILT(void, QV_OpenArray, (const void*, int32_t, int32_t, int32_t, uint32_t, int32_t, QvExposureCallback, QvProgressCallback))
 NOT_BUILT(void, QV_AGetCCD, (int32_t, const double*, uint16_t**, int32_t))
 NOT_BUILT(void, QV_SetFilter, (int32_t, int32_t))

@@ -109,3 +109,12 @@ const BindingRule BriarPciRules[] = {
     {.ops = &BusArrayOps},
     {},
 };
+
+const DriverExtras BriarExtras = {.ShiftRows = ShiftBusRows};
+
+const DriverExtras BriarPciExtras = {
+    .ShiftRows = ShiftBusRows,
+    .StartFrame = StartBusFrame,
+    .FetchFrame = FetchBusFrame,
+    .GiveUpFrame = GiveUpBusFrame,
+};

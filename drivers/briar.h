@@ -5,3 +5,6 @@
 extern const BindingRule BriarPortRules[]; // 40
 extern const BindingRule BriarIsaRules[];  // 41
 extern const BindingRule BriarPciRules[];  // 42
+
+extern const DriverExtras BriarExtras;    // 40, 41
+extern const DriverExtras BriarPciExtras; // 42

@@ -141,4 +141,19 @@ const BindingRule R3Rules[] = {
     {},
 };
 
-const DriverExtras R3Extras = {.QueryStatus = R3QueryStatus};
+const DriverExtras R3Extras = {
+    .QueryStatus = R3QueryStatus,
+    .ShiftRows = ShiftBusRows,
+    .StartFrame = StartBusFrame,
+    .FetchFrame = FetchBusFrame,
+    .GiveUpFrame = GiveUpBusFrame,
+};
+
+const DriverExtras R3PlusExtras = {
+    .QueryStatus = R3QueryStatus,
+    .ShiftRows = ShiftBusRows,
+    .ArmFrame = ArmBusFrame,
+    .StartFrame = StartArmedBusFrame,
+    .FetchFrame = FetchArmedBusFrame,
+    .GiveUpFrame = GiveUpBusFrame,
+};

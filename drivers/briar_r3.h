@@ -3,4 +3,5 @@
 #include "core/binding.h"
 
 extern const BindingRule R3Rules[];
-extern const DriverExtras R3Extras;
+extern const DriverExtras R3Extras;     // 44
+extern const DriverExtras R3PlusExtras; // 47: it times an armed exposure itself

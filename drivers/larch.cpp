@@ -155,3 +155,9 @@ const BindingRule LarchRules[] = {
     {.ops = &OwnClockOps, .sensors = OwnClockSensors},
     {},
 };
+
+const DriverExtras LarchExtras = {
+    .StartFrame = StartBusFrame,
+    .FetchFrame = FetchBusFrame,
+    .GiveUpFrame = GiveUpBusFrame,
+};

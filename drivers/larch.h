@@ -3,3 +3,4 @@
 #include "core/binding.h"
 
 extern const BindingRule LarchRules[];
+extern const DriverExtras LarchExtras;

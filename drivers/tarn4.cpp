@@ -98,3 +98,9 @@ const BindingRule Tarn4Rules[] = {
     {.ops = &PixelTimedOps},
     {},
 };
+
+const DriverExtras Tarn4Extras = {
+    .StartFrame = StartBusFrame,
+    .FetchFrame = FetchBusFrame,
+    .GiveUpFrame = GiveUpBusFrame,
+};

@@ -3,3 +3,4 @@
 #include "core/binding.h"
 
 extern const BindingRule Tarn4Rules[];
+extern const DriverExtras Tarn4Extras;

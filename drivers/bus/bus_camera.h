@@ -46,6 +46,8 @@ using SequencePlayer = void (*)(BusSequence sequence, uint32_t repeat, int32_t w
                                 int32_t camera);
 void ClearSensorBy(SequencePlayer play, int32_t camera);
 void FlushRegisterBy(SequencePlayer play, int32_t camera);
+// The image goes so many rows toward its register, and waits there.
+void ShiftBusRows(uint32_t rows, int32_t camera);
 void ClearBusSensor(int32_t camera); // slot 10
 void ClearBusOnce(int32_t camera);   // slot 23
 
@@ -144,10 +146,22 @@ uint32_t RowsToSkip(const ReadForm& form, int32_t y, int32_t camera); // ahead o
 int32_t FetchFrame(const ReadForm& form, const BusFrame& frame, int32_t camera);
 void ReportLine(const BusFrame& frame, int32_t line, int32_t camera);
 void StartDma(uint64_t pixels, int32_t camera);
+void StartDmaWords(uint32_t words, int32_t camera);     // of 32 bits
+void StartStream(int32_t camera);                       // the camera's side of a frame
+void ArmStream(int32_t width, int32_t camera);          // the link's, for lines of so many pixels
 int32_t AwaitFrameDma(uint64_t pixels, int32_t camera); // with progress; 0 or 2
 int32_t AwaitLineDma(int32_t camera);                   // 0 or 2
 // Words of the DMA buffer from `first` on, as far as it is locked.
 void CopyLocked(uint16_t* target, uint64_t first, uint64_t count, int32_t camera);
+
+// --- a frame in steps, by DMA: see DriverExtras ---
+
+void ArmBusFrame(double exposure, int32_t camera); // 47: the camera times the exposure
+void StartArmedBusFrame(int32_t mode, int32_t camera);
+void FetchArmedBusFrame(uint16_t* buffer, int32_t camera);
+void StartBusFrame(int32_t mode, int32_t camera); // 24, 30, 42, 44: the host does
+void FetchBusFrame(uint16_t* buffer, int32_t camera);
+void GiveUpBusFrame(int32_t camera);
 
 // --- analog ---
 

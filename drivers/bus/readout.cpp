@@ -77,25 +77,14 @@ bool HasSerialStream(const CameraRecord& record)
 }
 
 // The remote serializer is told how long a line is, in bytes of both lanes.
-uint32_t SerialLineWord(const BusFrame& frame)
+uint32_t SerialLineWord(int32_t width)
 {
-    return static_cast<uint32_t>(frame.width) * 4 + 3;
+    return static_cast<uint32_t>(width) * 4 + 3;
 }
 
 void ArmDma(const BusFrame& frame, int32_t camera)
 {
-    const CameraRecord& record = CameraTable[camera];
-    if (HasSerialStream(record)) {
-        const uint32_t control =
-            (ReadCard(CardControlReg, camera) & ~AddressCycle) | ReadCycle | PixelMode;
-        WriteCard(CardControlReg, control, camera);
-        System.clock.Sleep(SerialArmMs);
-        WriteCard(CardDataReg, SerialLineWord(frame), camera);
-        WriteCard(CardControlReg, (control & ~(ReadCycle | PixelMode)) | StreamMode | SerialStream,
-                  camera);
-    } else {
-        record.Ops.ResetLink(camera);
-    }
+    ArmStream(frame.width, camera);
     SetReadoutPriority(1, camera);
 }
 
@@ -112,7 +101,7 @@ void StartNextLine(const BusFrame& frame, int32_t camera)
 {
     StartDma(PixelsOfLine(frame), camera);
     if (!HasSerialStream(CameraTable[camera])) return;
-    WriteCard(CardDataReg, SerialLineWord(frame), camera);
+    WriteCard(CardDataReg, SerialLineWord(frame.width), camera);
     WriteCard(CardControlReg, ReadCard(CardControlReg, camera), camera);
 }
 
@@ -312,11 +301,8 @@ uint32_t RowsToSkip(const ReadForm& form, int32_t y, int32_t camera)
 
 int32_t FetchFrame(const ReadForm& form, const BusFrame& frame, int32_t camera)
 {
-    const CameraOps& ops = CameraTable[camera].Ops;
     if (form.dmaPixels != nullptr) StartDma(form.dmaPixels(frame), camera);
-    ops.WriteAddress(StreamAddress, camera);
-    WriteRegisterWith(SequencerControl, StartFrame, camera);
-    WriteRegisterWith(SequencerControl, RunSequencer, camera);
+    StartStream(camera);
     form.arm(frame, camera);
     const int32_t error = form.transfer(frame, camera);
     SetReadoutPriority(0, camera);
@@ -356,11 +342,39 @@ void ReportLine(const BusFrame& frame, int32_t line, int32_t camera)
     ReportProgress(nullptr, static_cast<int32_t>(int64_t{line} * 100 / frame.height), camera);
 }
 
+void ArmStream(int32_t width, int32_t camera)
+{
+    const CameraRecord& record = CameraTable[camera];
+    if (!HasSerialStream(record)) {
+        record.Ops.ResetLink(camera);
+        return;
+    }
+    const uint32_t control =
+        (ReadCard(CardControlReg, camera) & ~AddressCycle) | ReadCycle | PixelMode;
+    WriteCard(CardControlReg, control, camera);
+    System.clock.Sleep(SerialArmMs);
+    WriteCard(CardDataReg, SerialLineWord(width), camera);
+    WriteCard(CardControlReg, (control & ~(ReadCycle | PixelMode)) | StreamMode | SerialStream,
+              camera);
+}
+
+void StartStream(int32_t camera)
+{
+    CameraTable[camera].Ops.WriteAddress(StreamAddress, camera);
+    WriteRegisterWith(SequencerControl, StartFrame, camera);
+    WriteRegisterWith(SequencerControl, RunSequencer, camera);
+}
+
 // The card moves words of 32 bits: the last pixel of an odd count stays behind.
 void StartDma(uint64_t pixels, int32_t camera)
 {
+    StartDmaWords(static_cast<uint32_t>(pixels / 2), camera);
+}
+
+void StartDmaWords(uint32_t words, int32_t camera)
+{
     WriteCard(CardDmaAddressReg, CameraTable[camera].DmaAddress / 4, camera);
-    WriteCard(CardDmaCountReg, static_cast<uint32_t>(pixels / 2), camera);
+    WriteCard(CardDmaCountReg, words, camera);
     WriteCard(CardDmaControlReg, CardDmaStart, camera);
 }
 

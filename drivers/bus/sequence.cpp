@@ -76,6 +76,11 @@ void FlushRegisterBy(SequencePlayer play, int32_t camera)
     play(PixelSection, Positive(CameraTable[camera].Ccd.HorRegSize), 1, camera);
 }
 
+void ShiftBusRows(uint32_t rows, int32_t camera)
+{
+    RunSequence(RowSection, rows, 1, camera);
+}
+
 void ClearBusSensor(int32_t camera)
 {
     ClearSensorBy(RunSequence, camera);
