@@ -77,7 +77,7 @@ void EmuBusReset(EmuBusState* camera)
     camera->toTemperature = false;
     camera->converting = false;
     camera->converted = false;
-    camera->letters = 0;
+    camera->letter.count = 0;
     EmuEepromLines(&camera->eeprom, false, false, false);
     EmuDriveCooler(camera, 0, false);
 }

@@ -6,6 +6,7 @@
 #include "emulator/eeprom.h"
 #include "emulator/sequencer.h"
 #include "emulator/shift_lines.h"
+#include "emulator/tarn5.h"
 #include "emulator/thermal.h"
 
 struct EmuBusState;
@@ -81,9 +82,7 @@ struct EmuBusState {
     uint16_t conversion;
 
     // coprocessor (28)
-    uint16_t letter[16];
-    uint32_t letters;
-    uint16_t answer;
+    EmuLetter letter;
     uint16_t fan;
 };
 

@@ -41,11 +41,6 @@ double Shifted(const EmuBusState&, double celsius)
     return Current(celsius + Kelvin - 62.5, 4990.0, 38.14697265625);
 }
 
-double Tarn5(const EmuBusState&, double celsius)
-{
-    return (celsius + Kelvin) * 7.85 / (0.0006103515625 * 1000);
-}
-
 // 1 / T = A + B ln R + C (ln R)^3, solved for R: the sum grows with ln R.
 double ThermistorOhm(double celsius)
 {
@@ -92,7 +87,6 @@ const ConverterRow Rows[] = {
     {23,  Any, Tarn3,    65535, 0},
     {24,  Any, Tarn3,    65535, 0},
     {25,  Any, Shifted,  65535, 0x8000},
-    {28,  Any, Tarn5,    4095,  0},
     {30,  500, Larch500, 65535, 0x8000},
     {30,  506, Larch506, 65535, 0x8000},
     {30,  Any, Shifted,  65535, 0x8000},
@@ -134,7 +128,7 @@ uint16_t EmuConvertTemperature(const EmuBusState& camera)
 
 void EmuDriveCooler(EmuBusState* camera, uint32_t code, bool on)
 {
-    const double most = camera->setup.platform == 28 ? 255 : 4095;
+    constexpr double most = 4095;
     camera->driveCode = code;
     camera->coolerOn = on;
     EmuSetCooling(&camera->thermal, on ? code / most : 0.0);

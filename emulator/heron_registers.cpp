@@ -103,11 +103,6 @@ uint64_t Long(const EmuUsbState& camera, uint32_t reg)
     return Pair(camera, reg) | static_cast<uint64_t>(Pair(camera, reg + 2)) << 16;
 }
 
-bool Rises(uint8_t before, uint8_t now, uint8_t bit)
-{
-    return (now & ~before & bit) != 0;
-}
-
 constexpr double CountMillivolts = 0.6103515625;
 
 uint16_t ConvertTemperature(const EmuUsbState& camera)
@@ -147,9 +142,10 @@ void LatchDrive(EmuUsbState* camera)
 
 void WriteConvert(EmuUsbState* camera, uint8_t before, uint8_t now)
 {
-    if (Rises(before, now, Sample)) camera->sampled = true;
-    if (Rises(before, now, ToConverter)) ConvertSample(camera);
-    if (Rises(before, now, DriveLatch)) LatchDrive(camera);
+    const int32_t rising = now & ~before;
+    if (rising & Sample) camera->sampled = true;
+    if (rising & ToConverter) ConvertSample(camera);
+    if (rising & DriveLatch) LatchDrive(camera);
 }
 
 void WriteCount(EmuUsbState* camera, uint8_t, uint8_t)
@@ -168,7 +164,7 @@ void WriteControl(EmuUsbState* camera, uint8_t, uint8_t now)
 
 void WriteAnalog(EmuUsbState* camera, uint8_t before, uint8_t now)
 {
-    if (Rises(before, now, Thermal)) camera->drive = {};
+    if (now & ~before & Thermal) camera->drive = {};
 }
 
 uint32_t SectionLines(uint8_t value)
@@ -193,8 +189,9 @@ void TakeFrontEndWord(EmuUsbState* camera)
 
 void WriteLines(EmuUsbState* camera, uint8_t before, uint8_t now)
 {
-    if (Rises(before, now, LineStrobe)) camera->gain = {};
-    if (Rises(before, now, LineClock)) {
+    const int32_t rising = now & ~before;
+    if (rising & LineStrobe) camera->gain = {};
+    if (rising & LineClock) {
         const bool data = (now & LineData) != 0;
         if (now & LineStrobe) {
             EmuShiftIn(&camera->gain, data);
@@ -202,7 +199,7 @@ void WriteLines(EmuUsbState* camera, uint8_t before, uint8_t now)
             EmuShiftIn(&camera->drive, data);
         }
     }
-    if (Rises(now, before, LineStrobe)) TakeFrontEndWord(camera);
+    if (before & ~now & LineStrobe) TakeFrontEndWord(camera);
 }
 
 void WriteCommand(EmuUsbState* camera, uint8_t, uint8_t now)

@@ -6,6 +6,10 @@
 #include <cstdint>
 #include <vector>
 
+// What a call of the host costs, and the bytes that it moves.
+inline constexpr uint64_t EmuTransferUs = 125; // a microframe
+inline constexpr uint64_t EmuBytesPerUs = 40;
+
 struct EmuPipeChunk {
     std::vector<uint8_t> bytes;
     uint64_t at;     // microseconds

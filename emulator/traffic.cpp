@@ -67,21 +67,42 @@ void NoteLine(const char* format, va_list arguments)
     ++Kept.count;
 }
 
-bool Recording()
+} // namespace
+
+bool EmuRecording()
 {
     return Storing || Listening;
 }
-
-} // namespace
 
 void EmuRecordCycles(bool on)
 {
     Cycles = on;
 }
 
+void EmuNoteSent(const char* link, const uint8_t* bytes, size_t items, size_t itemBytes,
+                 const char* end)
+{
+    constexpr size_t itemsPerLine = 32;
+    if (!EmuRecording()) return;
+    std::string line = std::string(link) + " >";
+    for (size_t i = 0; i < items; ++i) {
+        if (i != 0 && i % itemsPerLine == 0) {
+            EmuNote("%s", line.c_str());
+            line = std::string(link) + " +";
+        }
+        line += ' ';
+        for (size_t byte = itemBytes; byte > 0; --byte) {
+            char text[3];
+            snprintf(text, sizeof text, "%02X", bytes[i * itemBytes + byte - 1]);
+            line += text;
+        }
+    }
+    EmuNote("%s%s", line.c_str(), end);
+}
+
 void EmuNote(const char* format, ...)
 {
-    if (!Recording()) return;
+    if (!EmuRecording()) return;
     va_list arguments;
     va_start(arguments, format);
     NoteLine(format, arguments);
@@ -90,7 +111,7 @@ void EmuNote(const char* format, ...)
 
 void EmuNoteAccess(const char* format, ...)
 {
-    if (!Recording() || Cycles) return;
+    if (!EmuRecording() || Cycles) return;
     va_list arguments;
     va_start(arguments, format);
     NoteLine(format, arguments);
@@ -99,7 +120,7 @@ void EmuNoteAccess(const char* format, ...)
 
 void EmuNoteCycle(const char* format, ...)
 {
-    if (!Recording() || !Cycles) return;
+    if (!EmuRecording() || !Cycles) return;
     va_list arguments;
     va_start(arguments, format);
     NoteLine(format, arguments);

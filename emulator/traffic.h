@@ -14,6 +14,11 @@
 //   library load io / library free
 //   sleep 2                       milliseconds of System.clock.Sleep
 //   delay 10                      microseconds of System.clock.SleepMicroseconds
+//   adaptor mode 8                a call of the adaptor's library; also load, init, open, close,
+//                                 timeout 65535, eeprom at 81, free
+//   adaptor eeprom 2 ?            a byte of its memory chip is read; "= 0A": written
+//   adaptor > 00 BF               what is sent, 32 items a line, further ones behind "adaptor +"
+//   adaptor < 1                   items that are asked for
 //   stray ...                     an access that nothing in the world is made for
 //
 // A call that a fault took away has " lost" behind its line.
@@ -29,6 +34,7 @@
 // is written to those of DMA.
 #pragma once
 #include <cstddef>
+#include <cstdint>
 #include <string>
 
 void EmuRecord(bool on);
@@ -36,6 +42,10 @@ void EmuRecordCycles(bool on); // cycles in place of accesses; off after reset
 // Also to here, a line when a different one follows it; null: not any more, after the
 // line that is still open.
 void EmuRecordTo(void (*line)(const char* text));
+bool EmuRecording();
+// What was sent along `link`, 32 items a line; items of two bytes come low byte first.
+void EmuNoteSent(const char* link, const uint8_t* bytes, size_t items, size_t itemBytes,
+                 const char* end);
 void EmuNote(const char* format, ...) __attribute__((format(printf, 1, 2)));
 // The same for an access of a link, and for a cycle on its cable.
 void EmuNoteAccess(const char* format, ...) __attribute__((format(printf, 1, 2)));

@@ -22,14 +22,11 @@ enum Status : uint32_t {
 };
 
 constexpr int32_t PortCount = 8;
-constexpr uint64_t TransferUs = 125; // a microframe
-constexpr uint64_t BytesPerUs = 40;
 constexpr uint64_t UsPerMs = 1000;
 constexpr uint32_t DefaultLatencyMs = 16;
 constexpr uint32_t PurgeReceive = 1;
 constexpr uint8_t ModeReset = 0, ModeSynchronous = 64;
 constexpr size_t SerialLength = 15, DescriptionLength = 63;
-constexpr uint32_t BytesPerLine = 32;
 
 struct Port {
     bool used, plugged;
@@ -90,7 +87,7 @@ const char* End(bool refused)
 
 uint32_t ListDevices(uint32_t* count)
 {
-    EmuSpend(TransferUs);
+    EmuSpend(EmuTransferUs);
     const std::lock_guard<std::mutex> guard(EmuLinkLock());
     const bool refused = EmuDeviceFails(EmuUsbList) || NoLibrary;
     *count = 0;
@@ -101,7 +98,7 @@ uint32_t ListDevices(uint32_t* count)
 
 uint32_t Open(int32_t index, uint64_t* handle)
 {
-    EmuSpend(TransferUs);
+    EmuSpend(EmuTransferUs);
     const std::lock_guard<std::mutex> guard(EmuLinkLock());
     Port* const port = PortAt(index);
     const bool lost = EmuDeviceFails(EmuUsbOpen);
@@ -129,7 +126,7 @@ template <typename... Values> std::string Line(const char* format, Values... val
 // Time passes before the lock is taken: what runs meanwhile may be calls too.
 template <typename Effect> uint32_t Set(uint64_t handle, const std::string& line, Effect effect)
 {
-    EmuSpend(TransferUs);
+    EmuSpend(EmuTransferUs);
     const std::lock_guard<std::mutex> guard(EmuLinkLock());
     const bool lost = EmuDeviceFails(EmuUsbSetting);
     Port* const port = Find(handle);
@@ -143,7 +140,7 @@ template <typename Effect> uint32_t Set(uint64_t handle, const std::string& line
 // A handle is gone even if the call fails, and that of a device that was pulled out too.
 uint32_t Close(uint64_t handle)
 {
-    EmuSpend(TransferUs);
+    EmuSpend(EmuTransferUs);
     const std::lock_guard<std::mutex> guard(EmuLinkLock());
     const bool lost = EmuDeviceFails(EmuUsbSetting);
     bool closed = false;
@@ -222,7 +219,7 @@ uint32_t ResetPort(uint64_t handle)
 
 uint32_t GetQueueStatus(uint64_t handle, uint32_t* count)
 {
-    EmuSpend(TransferUs);
+    EmuSpend(EmuTransferUs);
     const std::lock_guard<std::mutex> guard(EmuLinkLock());
     const bool lost = EmuDeviceFails(EmuUsbSetting);
     const EmuPipe* const pipe = LookedAt(handle);
@@ -244,7 +241,7 @@ uint32_t ReadTimeout(uint64_t handle)
 uint32_t Read(uint64_t handle, void* buffer, uint32_t bytes, uint32_t* got)
 {
     *got = 0;
-    EmuSpend(TransferUs);
+    EmuSpend(EmuTransferUs);
     EmuPipeAwait(LookedAt, handle, bytes, ReadTimeout(handle) * UsPerMs);
     uint32_t taken = 0;
     {
@@ -256,34 +253,19 @@ uint32_t Read(uint64_t handle, void* buffer, uint32_t bytes, uint32_t* got)
         EmuNote("usb < %u of %u%s", *got, bytes, End(port == nullptr));
         if (port == nullptr) return InvalidHandle;
     }
-    EmuSpend(taken / BytesPerUs);
+    EmuSpend(taken / EmuBytesPerUs);
     return Ok;
-}
-
-void NoteWrite(const uint8_t* bytes, uint32_t count, bool refused)
-{
-    std::string line = "usb >";
-    for (uint32_t i = 0; i < count; ++i) {
-        if (i != 0 && i % BytesPerLine == 0) {
-            EmuNote("%s", line.c_str());
-            line = "usb +";
-        }
-        char text[4];
-        snprintf(text, sizeof text, " %02X", bytes[i]);
-        line += text;
-    }
-    EmuNote("%s%s", line.c_str(), End(refused));
 }
 
 uint32_t Write(uint64_t handle, const void* buffer, uint32_t bytes, uint32_t* put)
 {
     *put = 0;
-    EmuSpend(TransferUs + bytes / BytesPerUs);
+    EmuSpend(EmuTransferUs + bytes / EmuBytesPerUs);
     const std::lock_guard<std::mutex> guard(EmuLinkLock());
     const auto* const data = static_cast<const uint8_t*>(buffer);
     const bool lost = EmuDeviceFails(EmuUsbWrite);
     const Port* const port = Find(handle);
-    NoteWrite(data, bytes, lost || port == nullptr);
+    EmuNoteSent("usb", data, bytes, 1, End(lost || port == nullptr));
     if (port == nullptr) return InvalidHandle;
     if (lost) return IoError;
     *put = bytes;

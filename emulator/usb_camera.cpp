@@ -28,15 +28,19 @@ struct Family {
     bool wide;        // its pattern has words of 16 bits
 };
 
+// clang-format off
 const Family Families[] = {
-    {29, "Tarn_U", &EmuTarnU, true, false, false},
-    {48, "R4-DSP", &EmuR4Dsp, true, false, false},
-    {61, "HERON_Plus", &EmuHeronPlus, false, false, false},
-    {200, "OSPREY", &EmuHeronPlus, false, false, true},
-    {300, "WREN", &EmuTolmE, false, false, false},
-    {400, "TOLM", &EmuTolm, true, false, false},
-    {450, "TOLM_E", &EmuTolmE, false, false, false},
+    {28,  "Tarn_V",      &EmuTarn5Usb,   false, true,  true},
+    {29,  "Tarn_U",      &EmuTarnU,      true,  false, false},
+    {48,  "R4-DSP",      &EmuR4Dsp,      true,  false, false},
+    {61,  "HERON_Plus",  &EmuHeronPlus,  false, false, false},
+    {200, "OSPREY",      &EmuHeronPlus,  false, false, true},
+    {205, "OSPREY_Plus", &EmuOspreyPlus, false, true,  true},
+    {300, "WREN",        &EmuTolmE,      false, false, false},
+    {400, "TOLM",        &EmuTolm,       true,  false, false},
+    {450, "TOLM_E",      &EmuTolmE,      false, false, false},
 };
+// clang-format on
 
 std::unique_ptr<EmuUsbState> Cameras[CameraCount];
 

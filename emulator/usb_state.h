@@ -5,6 +5,7 @@
 #include "emulator/pipe.h"
 #include "emulator/sequencer.h"
 #include "emulator/shift_lines.h"
+#include "emulator/tarn5.h"
 #include "emulator/thermal.h"
 #include "emulator/usb.h"
 #include "emulator/usb_camera.h"
@@ -65,6 +66,8 @@ struct EmuUsbState {
     bool sampled;             // the converter holds what it is to convert
     uint16_t channelCount;    // the last conversion of another channel (205)
     uint8_t badLeft;          // readings of status 15 that will be wrong
+    EmuLetter letter;         // to the coprocessor (28)
+    bool statusDue;           // the status that is selected has not been taken (28)
 
     // For cameras that are told a geometry; others leave it alone.
     uint16_t geometry[32];
@@ -116,6 +119,3 @@ void EmuUsbTriggered(EmuUsbState* camera);
 void EmuHeronPowerUp(EmuUsbState* camera);
 void EmuHeronWrite(EmuUsbState* camera, uint32_t reg, uint8_t value);
 uint8_t EmuHeronRead(EmuUsbState* camera, uint32_t number);
-
-// adaptor.cpp: takes from a camera's pipe what the adaptor hands out
-LibraryApi EmuAdaptorLibrary(); // loads ./qvn/kzbusb, passes other names on

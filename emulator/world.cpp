@@ -10,7 +10,7 @@ SystemTable VirtualWorld()
         .timer = EmuTimers(),
         .process = EmuProcess(),
         .file = EmuFiles(),
-        .library = EmuLibraries(),
+        .library = EmuAdaptorLibrary(),
         .device = EmuDevices(),
         .registers = EmuRegisters(),
         .port = EmuPorts(),
@@ -45,6 +45,7 @@ void EmuReset()
     EmuResetPorts();
     EmuResetUsbCameras();
     EmuResetUsb();
+    EmuResetAdaptor();
 }
 
 void EmuInstall()

@@ -33,7 +33,8 @@ ClockApi EmuClock();
 TimerApi EmuTimers();
 ProcessApi EmuProcess();
 FileApi EmuFiles();
-LibraryApi EmuLibraries();
+LibraryApi EmuLibraries();      // io
+LibraryApi EmuAdaptorLibrary(); // kzbusb; other names go to EmuLibraries
 DeviceApi EmuDevices();
 RegisterApi EmuRegisters();
 PortApi EmuPorts();
@@ -53,6 +54,7 @@ void EmuResetCards();
 void EmuResetPorts();
 void EmuResetUsb();
 void EmuResetUsbCameras();
+void EmuResetAdaptor();
 
 // What instruments do on their own while time passes.
 void EmuRunDma();
