@@ -117,8 +117,12 @@ int32_t LoadWave(const char* path, const WaveSink& sink, int32_t camera)
     const bool read = ReadImage(file, sink.bytesOnly, &image);
     fclose(file);
     if (!read) return 0;
-    memcpy(CameraTable[camera].SequenceTable, image.header.entries, sizeof image.header.entries);
-    PutImage(image, sink, camera);
+    const bool ready = sink.reserve == nullptr || sink.reserve(image.header.wordCount, camera);
+    if (ready) {
+        memcpy(CameraTable[camera].SequenceTable, image.header.entries,
+               sizeof image.header.entries);
+        PutImage(image, sink, camera);
+    }
     System.memory.Release(image.words);
-    return 1;
+    return ready ? 1 : 0;
 }

@@ -100,6 +100,8 @@ void PresetCalibration(int32_t camera);
 // Words 0 and 1 as tenths; a span that is not above 0 leaves both as they are.
 void CalibrateFromMemory(int32_t camera);
 void CalibrateFromWords(uint16_t offset, uint16_t span, int32_t camera);
+// The same for a head that is not the sub-camera.
+void CalibrateHead(int32_t head, uint16_t offset, uint16_t span, int32_t camera);
 
 // --- reading ---
 
@@ -114,11 +116,14 @@ struct BusFrame {
     int32_t dummy;         // lines besides it
     int32_t firstKept;     // line that is the image's first
     int32_t reportEvery;   // lines
-    int32_t skew;          // line DMA: words by which the second kept line overlaps the first
+    int32_t skew;          // lines: words by which the second kept line overlaps the first
     uint16_t* buffer;
 };
 BusFrame FullFrame(int32_t width, int32_t height, uint16_t* buffer, int32_t camera);
 BusFrame WindowFrame(int32_t width, int32_t height, uint16_t* buffer);
+bool IsKept(const BusFrame& frame, int32_t line);
+// By how many pixels a kept line moves the place of the next one.
+int32_t LineAdvance(const BusFrame& frame, int32_t line);
 
 // How the pixels come.
 struct ReadForm {
@@ -142,7 +147,8 @@ void ExposeForRead(int32_t shutter, int32_t camera);
 void ClearForRead(int32_t camera);
 void AwaitTriggerForRead(int32_t camera);
 void ExposeAndAnnounce(int32_t shutter, int32_t camera);
-uint32_t RowsToSkip(const ReadForm& form, int32_t y, int32_t camera); // ahead of a window
+// Rows ahead of a window: its own, and the dummy lines over `divisor`.
+uint32_t RowsToSkip(int32_t divisor, int32_t y, int32_t camera);
 int32_t FetchFrame(const ReadForm& form, const BusFrame& frame, int32_t camera);
 void ReportLine(const BusFrame& frame, int32_t line, int32_t camera);
 void StartDma(uint64_t pixels, int32_t camera);
@@ -196,6 +202,7 @@ uint32_t ConvertTemperature(uint16_t mask, uint16_t flip, int32_t camera);
 bool ConvertByPattern(uint32_t* mean, int32_t camera);
 // Stores (celsius + offset) * span of the sub-camera.
 void StoreTemperature(double celsius, int32_t camera);
+void StoreHeadTemperature(int32_t head, double celsius, int32_t camera);
 void SetBusCoolerPower(int32_t permille, int32_t camera); // slot 1
 uint32_t CoolerCode(int32_t permille);                    // 1 to 4095
 

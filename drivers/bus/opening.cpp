@@ -151,9 +151,14 @@ void CalibrateFromMemory(int32_t camera)
 
 void CalibrateFromWords(uint16_t offset, uint16_t span, int32_t camera)
 {
+    CalibrateHead(HeadIndex(CameraTable[camera]), offset, span, camera);
+}
+
+void CalibrateHead(int32_t head, uint16_t offset, uint16_t span, int32_t camera)
+{
     CameraRecord& record = CameraTable[camera];
     const double factor = static_cast<int16_t>(span) / 10.0;
     if (factor <= 0.0) return;
-    record.TemperatureSpan[HeadIndex(record)] = factor;
-    record.TemperatureOffset[HeadIndex(record)] = static_cast<int16_t>(offset) / 10.0;
+    record.TemperatureSpan[head] = factor;
+    record.TemperatureOffset[head] = static_cast<int16_t>(offset) / 10.0;
 }

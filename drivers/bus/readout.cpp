@@ -49,11 +49,6 @@ uint64_t PixelCount(const BusFrame& frame, int32_t lines)
     return static_cast<uint64_t>(frame.width) * static_cast<uint64_t>(lines);
 }
 
-bool IsKept(const BusFrame& frame, int32_t line)
-{
-    return line >= frame.firstKept && line - frame.firstKept < frame.height;
-}
-
 uint64_t LockedPixels(const CameraRecord& record)
 {
     return record.DmaBuffer == nullptr ? 0 : record.DmaBytes / sizeof(uint16_t);
@@ -115,8 +110,7 @@ int32_t TransferLines(const BusFrame& frame, int32_t camera)
         if (error != ErrorNone) return error;
         if (IsKept(frame, line)) {
             CopyLocked(target, 0, PixelsOfLine(frame), camera);
-            const int32_t overlap = line == frame.firstKept ? frame.skew : 0;
-            target += std::max(frame.width - overlap, 0);
+            target += LineAdvance(frame, line);
         }
         if (line + 1 < lines) StartNextLine(frame, camera);
         ReportLine(frame, line, camera);
@@ -253,6 +247,17 @@ BusFrame WindowFrame(int32_t width, int32_t height, uint16_t* buffer)
             .buffer = buffer};
 }
 
+bool IsKept(const BusFrame& frame, int32_t line)
+{
+    return line >= frame.firstKept && line - frame.firstKept < frame.height;
+}
+
+int32_t LineAdvance(const BusFrame& frame, int32_t line)
+{
+    const int32_t overlap = line == frame.firstKept ? frame.skew : 0;
+    return std::max(frame.width - overlap, 0);
+}
+
 int32_t GrowDma(uint64_t pixels, int32_t camera)
 {
     if (pixels <= LockedPixels(CameraTable[camera])) return ErrorNone;
@@ -290,12 +295,11 @@ void ExposeForRead(int32_t shutter, int32_t camera)
 }
 
 // The form by pixels counts all dummy lines, those by DMA half of them: required.
-uint32_t RowsToSkip(const ReadForm& form, int32_t y, int32_t camera)
+uint32_t RowsToSkip(int32_t divisor, int32_t y, int32_t camera)
 {
     const CameraRecord& record = CameraTable[camera];
     const int64_t rows = int64_t{y} * record.VerBinning;
-    const int32_t dummy =
-        record.VerBinning <= CountedBinnings ? DummyLines(record) / form.skipDivisor : 0;
+    const int32_t dummy = record.VerBinning <= CountedBinnings ? DummyLines(record) / divisor : 0;
     return static_cast<uint32_t>(std::clamp<int64_t>(rows + dummy, 0, UINT32_MAX));
 }
 
@@ -330,7 +334,7 @@ int32_t ReadBusWindow(const ReadForm& form, int32_t shutter, int32_t y, int32_t 
     const int32_t error = GrowDma(DmaPixelsOf(form, frame), camera);
     if (error != ErrorNone) return error;
     ExposeForRead(shutter, camera);
-    RunSequence(RowSection, RowsToSkip(form, y, camera), 1, camera);
+    RunSequence(RowSection, RowsToSkip(form.skipDivisor, y, camera), 1, camera);
     FlushRegisterBy(RunSequence, camera);
     StartLines(LineCount(frame), camera);
     return FetchAndEnd(form, frame, camera);

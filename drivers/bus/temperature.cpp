@@ -93,8 +93,12 @@ bool ConvertByPattern(uint32_t* mean, int32_t camera)
 
 void StoreTemperature(double celsius, int32_t camera)
 {
+    StoreHeadTemperature(HeadIndex(CameraTable[camera]), celsius, camera);
+}
+
+void StoreHeadTemperature(int32_t head, double celsius, int32_t camera)
+{
     CameraRecord& record = CameraTable[camera];
-    const int32_t head = HeadIndex(record);
     StoreReading(&record.CurrentTemperature,
                  (celsius + record.TemperatureOffset[head]) * record.TemperatureSpan[head]);
 }

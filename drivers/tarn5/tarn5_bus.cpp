@@ -107,7 +107,7 @@ int32_t ReadWindow(const ReadForm& form, int32_t shutter, int32_t y, BusFrame fr
     StopStream(camera);
     AwaitTriggerForRead(camera);
     ExposeAndAnnounce(shutter, camera);
-    RunTarn5Sequence(RowSection, RowsToSkip(form, y, camera), 1, camera);
+    RunTarn5Sequence(RowSection, RowsToSkip(form.skipDivisor, y, camera), 1, camera);
     FlushRegisterBy(RunTarn5Sequence, camera);
     StartDma(pixels, camera);
     RunTarn5Sequence(LineSection, static_cast<uint32_t>(frame.height), 2, camera);
