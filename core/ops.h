@@ -56,6 +56,12 @@ struct CameraOps {
     // clang-format on
 };
 
+// A register and its new value, as some links take several at once.
+struct RegisterPair {
+    uint16_t reg, value;
+};
+static_assert(sizeof(RegisterPair) == 4);
+
 // What some drivers have besides their slots; null: the camera has none.
 struct DriverExtras {
     uint16_t (*ReadMemory)(int32_t address, int32_t camera) = nullptr; // a word of camera memory
@@ -72,6 +78,8 @@ struct DriverExtras {
     void (*StartFrame)(int32_t mode, int32_t camera) = nullptr;
     void (*FetchFrame)(uint16_t* buffer, int32_t camera) = nullptr;
     void (*GiveUpFrame)(int32_t camera) = nullptr;
+    // Several registers in one transfer. Null: one after the other, by slot 18.
+    void (*WriteRegisters)(const RegisterPair* pairs, uint32_t count, int32_t camera) = nullptr;
     // Of a bus camera's read: directly ahead of the image's section, and behind all.
     void (*BeforeLines)(int32_t camera) = nullptr;
     void (*AfterRead)(int32_t camera) = nullptr;
