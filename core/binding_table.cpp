@@ -5,6 +5,7 @@
 #include "drivers/briar_r3.h"
 #include "drivers/demo/demo.h"
 #include "drivers/heron.h"
+#include "drivers/heron_plus.h"
 #include "drivers/larch.h"
 #include "drivers/sep.h"
 #include "drivers/tarn3.h"
@@ -32,6 +33,7 @@ const PlatformBinding PlatformBindings[] = {
     {  44,  6,     1,       0,     Keep, Keep,    R3Rules,        nullptr, &R3Extras },
     {  47,  6,     1,       0,     Keep, Keep,    R3Rules,        nullptr, &R3PlusExtras },
     {  60,  6,     1,       Keep,  Keep, Keep,    HeronRules,     nullptr },
+    {  61,  6,     1,       Keep,  Keep, Keep,    HeronPlusRules, CloseHeronPlus, &HeronPlusExtras },
     {  70,  Keep,  1,       Keep,  Keep, Keep,    UnodRules,      nullptr },
     {  71,  Keep,  1,       2,     Keep, Keep,    Unod2Rules,     nullptr },
     {  80,  6,     2,       0,     Keep, Keep,    SepRules,       nullptr },

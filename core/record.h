@@ -105,7 +105,8 @@ struct CameraRecord {
     uint16_t UserOffset;
     uint16_t FanLevel;
     uint8_t LineSkew;
-    int32_t FilterStep; // phase of the wheel's stepper, 0 to 3
+    uint8_t ReadingFrame; // USB cameras with a pattern: lines may come; shared with the timer
+    int32_t FilterStep;   // phase of the wheel's stepper, 0 to 3
     uint8_t AlternatePolarity;
     int32_t FilterStepDelay;
     int32_t FilterPosition;

@@ -1,0 +1,116 @@
+// Sequencer and memories of the cameras with registers of a byte.
+#include "core/record.h"
+#include "drivers/usb/byte_camera.h"
+#include "drivers/usb/pattern_stream.h"
+#include "platform/system.h"
+
+namespace {
+
+enum SequencerRegister : int32_t { CommandRegister = 0, SectionPage = 14, SequencerMode = 16 };
+
+enum SequencerModes : uint8_t {
+    NormalMode = 12,
+    HostMode = 140, // counters are loaded by the host
+    StartedMode = 188,
+    ArmedMode = 76, // starts and streams when the exposure ends
+    StreamMode = 204,
+};
+
+enum MemoryStatus : int32_t { MemoryByte = 13, MemoryHighByte = 14 };
+
+void AddCount(RegisterBatch* batch, uint32_t count, uint16_t loadRegister)
+{
+    AddPair(batch, MemoryLow, count & 0xFF);
+    AddPair(batch, MemoryHigh, count >> 8 & 0xFF);
+    AddPair(batch, loadRegister, 0);
+}
+
+void LoadSection(const SequenceLoad& load, uint16_t start, uint16_t end, uint32_t repeat,
+                 int32_t camera)
+{
+    RegisterBatch repeats = {};
+    AddPair(&repeats, SequencerMode, HostMode);
+    AddPair(&repeats, SectionPage, start >> 8);
+    AddCount(&repeats, repeat, load.repeatRegister);
+    SendBatch(repeats, camera);
+    System.clock.Sleep(load.pauseMs);
+    RegisterBatch length = {};
+    AddCount(&length, end, load.endRegister);
+    SendBatch(length, camera);
+    System.clock.Sleep(load.pauseMs);
+}
+
+void SetMode(SequencerModes mode, int32_t camera)
+{
+    CameraTable[camera].Ops.WriteRegister(SequencerMode, mode, camera);
+}
+
+} // namespace
+
+void RunByteSequence(const SequenceLoad& load, BusSequence sequence, uint32_t repeat, int32_t wait,
+                     int32_t camera)
+{
+    if (repeat == 0) return;
+    const uint16_t* entry = CameraTable[camera].SequenceTable + size_t{2} * sequence;
+    LoadSection(load, entry[0], entry[1], repeat, camera);
+    if (wait == 0) {
+        SetMode(ArmedMode, camera);
+        return;
+    }
+    RegisterBatch start = {};
+    AddPair(&start, SequencerMode, StartedMode);
+    AddPair(&start, SequencerMode, wait == 1 ? HostMode : StreamMode);
+    SendBatch(start, camera);
+    if (wait == 1) AwaitSection(sequence, repeat, camera);
+}
+
+void EndByteStream(int32_t camera)
+{
+    SetMode(NormalMode, camera);
+}
+
+void ByteCommand(int32_t command, int32_t camera)
+{
+    CameraTable[camera].Ops.WriteRegister(CommandRegister, command, camera);
+}
+
+void OpenByteMemory(uint32_t, int32_t camera)
+{
+    CameraTable[camera].Ops.WriteRegister(SequencerMode, WriteMemory, camera);
+}
+
+void CloseByteMemory(int32_t camera)
+{
+    SetMode(NormalMode, camera);
+    ReleaseStream(camera);
+}
+
+void AddMemoryAddress(RegisterBatch* batch, ByteMemoryMode mode, uint32_t address)
+{
+    AddPair(batch, SequencerMode, mode);
+    AddPair(batch, MemoryLow, address & 0xFF);
+    AddPair(batch, MemoryHigh, address >> 8 & 0xFF);
+}
+
+void PokeByteWord(uint32_t address, uint32_t value, bool strobe, int32_t camera)
+{
+    RegisterBatch batch = {};
+    AddMemoryAddress(&batch, WriteMemory, address);
+    AddPair(&batch, MemoryValue, value & 0xFF);
+    AddPair(&batch, MemoryValueHigh, value >> 8 & 0xFF);
+    if (strobe) AddPair(&batch, MemoryStrobe, 0);
+    AddPair(&batch, SequencerMode, NormalMode);
+    SendBatch(batch, camera);
+}
+
+uint32_t PeekByteWord(uint32_t address, int32_t camera)
+{
+    const CameraOps& ops = CameraTable[camera].Ops;
+    RegisterBatch batch = {};
+    AddMemoryAddress(&batch, ReadMemory, address);
+    SendBatch(batch, camera);
+    const uint32_t low = ops.ReadRegister(MemoryByte, camera) & 0xFFu;
+    const uint32_t high = ops.ReadRegister(MemoryHighByte, camera) & 0xFFu;
+    SetMode(NormalMode, camera);
+    return high << 8 | low;
+}
