@@ -24,6 +24,7 @@ constexpr uint8_t Erased = 0xFF;
 
 struct Device {
     bool known, open;
+    uint32_t powerUps; // of the camera that was there at the start
     uint32_t mode, timeout, chip;
 };
 
@@ -39,11 +40,13 @@ EmuUsbState* CameraAt(uint32_t device)
     return device < DeviceCount ? EmuFindAdaptorCamera(static_cast<int32_t>(device)) : nullptr;
 }
 
-// The device if it is open and there is still something at its far end.
+// The device if it is open, and the camera still there that it was opened for.
 Device* OpenDevice(uint32_t device)
 {
-    return CameraAt(device) != nullptr && World.devices[device].open ? &World.devices[device]
-                                                                     : nullptr;
+    const EmuUsbState* const camera = CameraAt(device);
+    if (camera == nullptr) return nullptr;
+    Device* const open = &World.devices[device];
+    return open->open && open->powerUps == camera->powerUps ? open : nullptr;
 }
 
 uint32_t ItemBytes(uint32_t mode)
@@ -78,9 +81,11 @@ template <typename Effect> uint32_t Run(const std::string& line, Effect effect)
 uint32_t Init(uint32_t device)
 {
     return Run("init", [device] {
-        if (CameraAt(device) == nullptr) return false;
+        const EmuUsbState* const camera = CameraAt(device);
+        if (camera == nullptr) return false;
         World.devices[device] = {};
         World.devices[device].known = true;
+        World.devices[device].powerUps = camera->powerUps;
         World.devices[device].timeout = FirstTimeout;
         return true;
     });
@@ -212,8 +217,9 @@ PortSetup SetupOf(uint32_t device)
 {
     const std::lock_guard<std::mutex> guard(EmuLinkLock());
     const Device* const port = PortOf(device);
-    return port != nullptr ? PortSetup{ItemBytes(port->mode), port->timeout * TimeoutUnitUs}
-                           : PortSetup{1, 0};
+    return port != nullptr
+               ? PortSetup{ItemBytes(port->mode), std::max(port->timeout, 1u) * TimeoutUnitUs}
+               : PortSetup{1, 1};
 }
 
 uint32_t Out(uint32_t device, const void* buffer, uint32_t count)

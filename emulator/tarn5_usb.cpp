@@ -86,12 +86,12 @@ void Receive(EmuUsbState* camera, const uint8_t* bytes, uint32_t count)
 
 void Look(EmuUsbState* camera)
 {
-    if (camera->statusDue) {
-        SendStatus(camera);
-    } else if (camera->play.followsCount) {
+    if (!camera->statusDue && camera->play.followsCount) {
         EmuUsbLook(camera);
-    } else if (camera->registers[EmuTarn5Select] & SelectsStatus &&
-               EmuPipeHolds(camera->adaptorPipe) == 0) {
+        return;
+    }
+    const bool selected = (camera->registers[EmuTarn5Select] & SelectsStatus) != 0;
+    if (camera->statusDue || (selected && EmuPipeHolds(camera->adaptorPipe) == 0)) {
         SendStatus(camera);
     }
 }

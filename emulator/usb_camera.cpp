@@ -3,7 +3,6 @@
 #include "emulator/usb_camera.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstdio>
 #include <memory>
 #include <string>
@@ -17,7 +16,6 @@ namespace {
 constexpr int32_t CameraCount = 8;
 constexpr uint32_t Never = 0xFFFFFFFF;
 constexpr size_t DescriptionLength = 24;
-constexpr double ZeroCelsius = 273.15;
 
 struct Family {
     int32_t platform;
@@ -73,6 +71,7 @@ void FillDefaults(EmuUsbCamera* setup)
 void PowerUp(EmuUsbState* state)
 {
     state->powered = true;
+    ++state->powerUps;
     state->received = 0;
     for (uint16_t& word : state->registers) word = 0;
     for (uint32_t& word : state->gainWords) word = 0;
@@ -228,9 +227,7 @@ void EmuUsbDriveCooler(EmuUsbState* camera, uint32_t code, bool on, uint32_t mos
 
 uint16_t EmuUsbThermometer(const EmuUsbState& camera, double countsPerKelvin, uint32_t most)
 {
-    const double kelvin = EmuTemperatureNow(camera.thermal) + ZeroCelsius;
-    const double count = std::fmin(std::fmax(kelvin * countsPerKelvin, 0.0), most);
-    return static_cast<uint16_t>(std::lround(count));
+    return EmuKelvinCount(EmuTemperatureNow(camera.thermal), countsPerKelvin, most);
 }
 
 void EmuUsbStray(EmuUsbState* camera, uint8_t byte)

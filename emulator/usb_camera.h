@@ -5,7 +5,10 @@
 // 61, 200, 205 and 28 play the loaded pattern on the sensor: light falls on it when the
 // exposure counter is started with a time that is not zero and the shutter line is up
 // (register 6, on 28 register 3, bit 2); all rows are then full, until they are clocked
-// out. A pixel is as long as the pattern takes.
+// out. With bit 0 of that register the counter waits for the trigger line. A section that
+// was armed is sent from the counter's end on, to a host that reads before or after; the
+// counter may be started anew until then. The bytes of a line come evenly over the time
+// that the pattern takes. Channel n of 205's second converter reads 512 n.
 //
 // The others compute the frame from the geometry that they were told. Their sensor's
 // pixel (column, row) belongs to bin (column / hbin, row / vbin); a bin is the sum of its

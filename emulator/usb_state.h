@@ -38,6 +38,7 @@ struct EmuUsbState {
     int32_t index; // its own, and that of its port or adaptor device
     bool adaptor;
     bool powered;
+    uint32_t powerUps;   // times that it was plugged in
     uint32_t mute;       // bytes that it still sends; 0xFFFFFFFF: without end
     EmuPipe adaptorPipe; // what it sends to the adaptor, and the adaptor has not handed out
 

@@ -161,6 +161,19 @@ TEST_F(Adaptor, ReadingEndsWhenTheCameraIsPulledOut)
     EXPECT_EQ(EmuAdaptorOpen(), 0u);
 }
 
+TEST_F(Adaptor, CameraThatIsPluggedInAgainHasToBeOpened)
+{
+    Plug(8);
+    EmuUnplugUsbCamera(camera);
+    EmuReplugUsbCamera(camera);
+    EXPECT_EQ(Out<uint8_t>({21, 88}), 0u);
+    EXPECT_EQ(Call("UsbClose"), 1u);
+    EXPECT_EQ(Call("UsbInit"), 1u);
+    EXPECT_EQ(Call("UsbOpen"), 1u);
+    EXPECT_EQ(Call("UsbParInit", 8), 1u);
+    EXPECT_EQ(Out<uint8_t>({21, 88}), 1u);
+}
+
 TEST_F(Adaptor, FaultTakesACallAway)
 {
     Plug(8);
