@@ -12,10 +12,16 @@ else()
 endif()
 list(APPEND QVN_SOURCES ${PROJECT_SOURCE_DIR}/platform/system.cpp
                         ${PROJECT_SOURCE_DIR}/platform/absent.cpp
-                        ${PROJECT_SOURCE_DIR}/platform/number_format.cpp)
+                        ${PROJECT_SOURCE_DIR}/platform/number_format.cpp
+                        ${PROJECT_SOURCE_DIR}/platform/usb.cpp
+                        ${PROJECT_SOURCE_DIR}/platform/usb_vendor.cpp)
 
 find_package(PkgConfig REQUIRED)
 pkg_check_modules(LIBCONFIG REQUIRED IMPORTED_TARGET libconfig)
+# Without it USB cameras need the vendor's library; docs/usb.md.
+if(QVN_LIBFTDI)
+  pkg_check_modules(LIBFTDI IMPORTED_TARGET libftdi1 libusb-1.0)
+endif()
 
 add_library(qvn_objects OBJECT ${QVN_SOURCES})
 target_compile_options(qvn_objects PRIVATE -fno-exceptions -fno-rtti -fvisibility=hidden)
@@ -24,6 +30,10 @@ set_target_properties(qvn_objects PROPERTIES POSITION_INDEPENDENT_CODE ON)
 target_link_libraries(qvn_objects
   PRIVATE qvn_options
   PUBLIC PkgConfig::LIBCONFIG Threads::Threads ${CMAKE_DL_LIBS})
+if(LIBFTDI_FOUND)
+  target_compile_definitions(qvn_objects PRIVATE QVN_LIBFTDI)
+  target_link_libraries(qvn_objects PUBLIC PkgConfig::LIBFTDI)
+endif()
 
 # The simulated pixels are the same on every processor, so products are rounded
 # before they are added; their loops are meant for vector instructions.

@@ -1,8 +1,10 @@
 #include "platform/absent.h"
 
+#include "platform/usb.h"
+
 namespace {
 
-constexpr uint32_t UsbFailure = 18; // the USB device library's "other error"
+constexpr uint32_t UsbFailure = UsbOtherError;
 
 uint64_t NoDeviceOpen(const char*)
 {

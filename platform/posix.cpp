@@ -7,15 +7,16 @@
 #include <fcntl.h>
 #include <pthread.h>
 #include <sched.h>
-#include <signal.h>
 #include <sys/stat.h>
 #include <time.h>
 #include <unistd.h>
 
-#include "platform/absent.h"
 #include "platform/linux/card.h"
 #include "platform/linux/ports.h"
+#include "platform/linux/signals.h"
+#include "platform/linux/usb_ftdi.h"
 #include "platform/system.h"
+#include "platform/usb.h"
 
 namespace {
 
@@ -139,17 +140,12 @@ uint32_t FinestPeriod()
 
 void NoPeriod(uint32_t) {}
 
-// The host's signals are for the host's threads: the timer's takes none but its
-// own faults.
 bool CreateThread(NativeTimer* timer)
 {
-    sigset_t blocked, before;
-    sigfillset(&blocked);
-    constexpr int faults[] = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP};
-    for (const int fault : faults) sigdelset(&blocked, fault);
-    pthread_sigmask(SIG_SETMASK, &blocked, &before);
+    sigset_t before;
+    BlockSignals(&before);
     const bool created = pthread_create(&timer->thread, nullptr, TimerThread, timer) == 0;
-    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    RestoreSignals(before);
     return created;
 }
 
@@ -321,7 +317,7 @@ void UseNativeSystem()
         .device = LinuxCard(),
         .registers = LinuxCardRegisters(),
         .port = LinuxPorts(),
-        .usb = AbsentUsb(),
+        .usb = NativeUsb({"libftd2xx.so", FtdiUsb()}),
         .memory = {malloc, free},
     };
 }

@@ -97,6 +97,10 @@ struct PortApi { // direct port instructions
     uint16_t (*In16)(uint16_t port);
 };
 
+// What DeviceInfo fills has at least so many bytes each, the ends included.
+inline constexpr uint32_t UsbSerialRoom = 16;
+inline constexpr uint32_t UsbDescriptionRoom = 64;
+
 struct UsbApi { // the USB device library; 0 or its status
     uint32_t (*ListDevices)(uint32_t* count);
     uint32_t (*Open)(int32_t index, uint64_t* handle);

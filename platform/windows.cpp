@@ -14,6 +14,7 @@
 
 #include "platform/absent.h"
 #include "platform/system.h"
+#include "platform/usb.h"
 
 namespace {
 
@@ -342,7 +343,7 @@ void UseNativeSystem()
         .device = {OpenDevice, ControlDevice, CloseDevice},
         .registers = AbsentRegisters(),
         .port = AbsentPorts(),
-        .usb = AbsentUsb(),
+        .usb = NativeUsb({"FTD2XX.dll", AbsentUsb()}),
         .memory = {malloc, free},
     };
 }

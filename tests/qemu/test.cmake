@@ -4,7 +4,8 @@ file(GLOB QVN_GUEST_SEAM CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/platform/linux/
 add_executable(qemu_guest EXCLUDE_FROM_ALL ${folder}/card_test.cpp ${folder}/ports_test.cpp
   ${PROJECT_SOURCE_DIR}/tests/native/nobody.cpp
   ${PROJECT_SOURCE_DIR}/platform/posix.cpp ${PROJECT_SOURCE_DIR}/platform/system.cpp
-  ${PROJECT_SOURCE_DIR}/platform/absent.cpp ${QVN_GUEST_SEAM})
+  ${PROJECT_SOURCE_DIR}/platform/absent.cpp ${PROJECT_SOURCE_DIR}/platform/usb.cpp
+  ${PROJECT_SOURCE_DIR}/platform/usb_vendor.cpp ${QVN_GUEST_SEAM})
 target_link_libraries(qemu_guest PRIVATE qvn_options GTest::gtest GTest::gtest_main
   Threads::Threads ${CMAKE_DL_LIBS})
 
