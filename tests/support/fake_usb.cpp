@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <regex>
 
 #include "core/binding.h"
 #include "core/flags.h"
@@ -242,6 +243,25 @@ std::string TakeUsbWrites()
     for (const std::string& line : Usb.log) {
         if (line.rfind(start, 0) != 0) continue;
         text += (text.empty() ? "" : "; ") + line.substr(start.size());
+    }
+    Usb.log.clear();
+    return text;
+}
+
+std::string TakePairLog()
+{
+    const std::regex request("84 (..) 85 (..) 86 (..) 87 (..) (..)");
+    std::string text;
+    for (std::string line : Usb.log) {
+        if (line.rfind("usb > ", 0) == 0) line = line.substr(6);
+        if (line.rfind("usb < ", 0) == 0) continue;
+        std::smatch found;
+        if (std::regex_search(line, found, request)) {
+            const std::string count = found.str(4) + found.str(3) + found.str(2) + found.str(1);
+            line = found.prefix().str() + "ask " + std::to_string(std::stoul(count, nullptr, 16)) +
+                   " of " + found.str(5);
+        }
+        text += (text.empty() ? "" : "; ") + line;
     }
     Usb.log.clear();
     return text;

@@ -61,6 +61,10 @@ std::string TakeUsbLog();
 // The same of the writes alone, without "usb > ".
 std::string TakeUsbWrites();
 
+// The writes and sleeps in the language of pairs: a request for bytes as "ask COUNT of REG",
+// decimal and hexadecimal.
+std::string TakePairLog();
+
 std::string HexBytes(const UsbBytes& bytes); // "44 01"
 
 class FakeUsbTest : public testing::Test {
