@@ -12,6 +12,7 @@
 #include "drivers/tarn4.h"
 #include "drivers/tarn4_plus.h"
 #include "drivers/tarn5/tarn5.h"
+#include "drivers/tarn_u.h"
 #include "drivers/tolm_e.h"
 #include "drivers/unod.h"
 #include "sequencer/builders/builders.h"
@@ -26,6 +27,7 @@ const PlatformBinding PlatformBindings[] = {
     {  24,  Keep,  2,       0,     Keep, 0,       Tarn4Rules,     nullptr, &Tarn4Extras },
     {  25,  Keep,  2,       0,     Keep, 0,       Tarn4PlusRules, nullptr, &Tarn4PlusExtras },
     {  28,  Keep,  1,       Keep,  Keep, Keep,    Tarn5Rules,     nullptr, &Tarn5Extras },
+    {  29,  0,     3,       0,     Keep, Keep,    TarnURules,     CloseTarnU, &TarnUExtras },
     {  30,  6,     1,       0,     Keep, Keep,    LarchRules,     nullptr, &LarchExtras },
     {  40,  6,     1,       0,     Keep, Keep,    BriarPortRules, nullptr, &BriarExtras },
     {  41,  6,     1,       0,     Keep, Keep,    BriarIsaRules,  nullptr, &BriarExtras },
@@ -90,6 +92,7 @@ const BuilderRow BuilderRows[] = {
     {  28, Ccd3011b,           BuildWaveTarn5Ccd,       InterfaceUsb },
     {  28, Ccd442,             BuildWaveTarn5Ccd442,    InterfaceUsb },
     {  28, nullptr,            BuildWaveTarn5 },
+    {  29, nullptr,            BuildWaveTarnU },
     {  30, Ccd4240,            BuildWaveLarchCcd4240 },
     {  30, KafSensors,         BuildWaveLarchKaf },
     {  30, Kaf4300,            BuildWaveLarchKaf4300 },

@@ -46,6 +46,13 @@ void StoreWordPeriod(int32_t camera)
     record.WordPeriodNs = ToUint16(record.Platform.SamplingClock[0] * 1000);
 }
 
+void PresetUsbCalibration(int32_t camera)
+{
+    CameraRecord& record = CameraTable[camera];
+    record.TemperatureSpan[camera] = record.TemperatureSpanWord / 10.0;
+    record.TemperatureOffset[camera] = record.TemperatureOffsetWord / 10.0;
+}
+
 bool IsTriggerWanted(int32_t camera)
 {
     const CameraRecord& record = CameraTable[camera];
@@ -76,6 +83,14 @@ int32_t ReceiveImage(void* buffer, uint32_t bytes, int32_t camera)
 double ConverterCelsius(uint32_t raw, double kiloohms)
 {
     return raw * 0.0006103515625 * 1000 / kiloohms - 273.15;
+}
+
+void StoreProcessorReading(uint32_t raw, int32_t camera)
+{
+    CameraRecord& record = CameraTable[camera];
+    const double celsius = raw * 38.146972 / 7870 - 273.15;
+    StoreReading(&record.CurrentTemperature,
+                 celsius * record.TemperatureSpan[camera] + record.TemperatureOffset[camera]);
 }
 
 uint32_t SelectGain(const uint8_t* gains, int32_t camera)

@@ -13,6 +13,8 @@ extern const CameraOps UsbCameraOps;
 
 // The time of a pixel, as the definition has it.
 void StoreWordPeriod(int32_t camera);
+// Span and offset, by the camera's number, until its own are known.
+void PresetUsbCalibration(int32_t camera);
 
 // Whether a read is to arm the external trigger: the option, and no break that is pending.
 bool IsTriggerWanted(int32_t camera);
@@ -29,6 +31,9 @@ int32_t ReceiveImage(void* buffer, uint32_t bytes, int32_t camera);
 
 // A reading of 12 bits across the sense resistor.
 double ConverterCelsius(uint32_t raw, double kiloohms);
+// A reading of 16 bits, as a camera's signal processor takes it: calibrated, span first,
+// and stored.
+void StoreProcessorReading(uint32_t raw, int32_t camera);
 
 // The entry of a gain table of four for GainIndex, which is stored as loaded: the user's
 // for index 4, the first one for an index that no table has.
