@@ -1,5 +1,6 @@
 #include "emulator/thermal.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "emulator/world.h"
@@ -22,6 +23,11 @@ void EmuSetCooling(EmuThermal* thermal, double part)
     thermal->temperature = EmuTemperatureNow(*thermal);
     thermal->since = EmuNow();
     thermal->cooling = part * MostCooling;
+}
+
+double EmuCoolingFor(const EmuThermal& thermal, double celsius)
+{
+    return std::clamp((thermal.ambient - celsius) / MostCooling, 0.0, 1.0);
 }
 
 double EmuTemperatureNow(const EmuThermal& thermal)

@@ -12,6 +12,8 @@ struct EmuThermal {
 
 EmuThermal EmuMakeThermal(double ambient);
 void EmuSetCooling(EmuThermal* thermal, double part); // of full cooling, 0 to 1
+// The part of full cooling that holds the sensor there.
+double EmuCoolingFor(const EmuThermal& thermal, double celsius);
 double EmuTemperatureNow(const EmuThermal& thermal);
 
 // What the circuit shows of a temperature: camera memory has the correction that leads

@@ -80,8 +80,13 @@ void PowerUp(EmuUsbState* state)
     state->repeat = 0;
     state->end = 0;
     state->exposureEnds = 0;
+    state->busyUntil = 0;
     state->armed = false;
+    state->letters = 0;
+    state->answer = 0;
     state->light = false;
+    state->frameWaits = false;
+    state->asked = 0;
     state->fan = 0;
     state->conversion = 0;
     EmuUsbDriveCooler(state, 0, false, 1);

@@ -12,23 +12,29 @@
 //
 // The others compute the frame from the geometry that they were told. Their sensor's
 // pixel (column, row) belongs to bin (column / hbin, row / vbin); a bin is the sum of its
-// pixels, at most 65535; what lies outside the sensor is 0. With `first` the first bin
-// of a line and `top` its first row of pixels:
+// pixels, at most 65535; what lies outside the sensor is 0. A line begins with the cell
+// of the register that was named as the first of the image: with another one than the
+// sensor's, `leading`, the picture is shifted. Their pixels come one each `wordNs`, the
+// first when the exposure is over.
 //
-//   300, 450  Lines of the width of command 9. Command 10 sends width x height words from
-//             first 0, top 0; command 11 its own width a line, from x, y in bins. With
-//             sensor 5000 the lines of a full frame are those of two fields, 256 apart in
-//             the stream: line n + 3 of the stream is row 2n, line n + 259 row 2n + 1. Light: the
-//             shutter line (command 19) and the frame command's own byte are not 0.
-//   29        Width x height words from parameters 8, 9; first and top in bins from 6, 7.
-//             Light: the last command before the exposure was 19, not 18.
-//   48        Words 2 to 11 of the readout order. Cells of the register are skipped as word 4
-//             says, the leading cells among them, and as many behind as word 5 says; the line
-//             has what is left, in bins. Rows are skipped as word 6 says (16 bits signed, none
-//             below 0). Lines as word 3 says. Light: byte register 22, and the exposure
-//             counter was started with a time that is not zero.
+//   300, 450  By command 9. Command 10 sends width x height words, from the first bin of
+//             the first row on, in lines of the width of command 9, whatever its own is;
+//             command 11 sends lines of its own width, from x, y in bins. There is nothing
+//             from the register's end (word 3) and the last row (word 5) on. With sensor
+//             5000 a full frame has two fields: line n + 3 of the stream is row 2n, line
+//             n + 259 row 2n + 1. Light: the shutter line (command 19) and the frame
+//             command's own byte are not 0. After command 22 a frame waits for the trigger.
+//   29        Width x height words by parameters 8, 9, from bin 6 and line 7 on. Light: the
+//             last command before the exposure was 19, not 18.
+//   48        By the ten words of the readout order, counted from 1. Cells of the register
+//             are skipped as word 4 says, the leading ones among them, and as many behind as
+//             word 5 says; the line has what is left, in bins. Rows are skipped as word 6
+//             says (16 bits signed, none below 0). Lines as word 3 says. Light: byte register
+//             22, and the exposure counter was started with a time that is not zero.
 //   400       Bins and lines from the start (1, 8) up to the end (3, 10), counted from 0: the
 //             sensor's leading cells take `leading` bins. Always light.
+//
+// The functions here are for the thread that uses the library, between its calls.
 #pragma once
 #include <cstdint>
 
@@ -60,8 +66,17 @@ void EmuReplugUsbCamera(int32_t camera); // in the state of power-up
 
 // --- what a test does with it ---
 
-uint16_t EmuUsbRegister(int32_t camera, int32_t reg);     // 29: of its parameters (words)
+// A byte, of 28 a word; or what the camera was told last: on 29 parameter `reg` (byte
+// registers from EmuTarnUByte on), on 48 also the argument of letter `reg`, 100 and up, on
+// 300 and 450 the argument of command `reg`, or what is named below.
+uint16_t EmuUsbRegister(int32_t camera, int32_t reg);
 uint32_t EmuUsbLongRegister(int32_t camera, int32_t reg); // 32 bits from there on, low byte first
+enum EmuUsbPlace : int32_t {
+    EmuTolmEExposure = 64, // 300, 450: microseconds
+    EmuTolmEDelay = 68,    // milliseconds
+    EmuTolmEWheel = 80,    // the last value for each selector of command 13
+    EmuTarnUByte = 64,
+};
 uint16_t EmuUsbMemoryWord(int32_t camera, int32_t word);
 void EmuUsbSetMemoryWord(int32_t camera, int32_t word, uint16_t value);
 // Of the pattern memory; words are stored low byte first. How many there are.
@@ -79,7 +94,8 @@ EmuUsbExposures(int32_t camera); // how often light fell on the sensor, or a fra
 uint32_t EmuUsbGainWord(int32_t camera,
                         int32_t word); // of the front end; 300, 450: words of command 12
 uint32_t EmuUsbCommands(int32_t camera, int32_t command); // 300, 450, 29, 48: how often it came
-uint16_t EmuUsbGeometry(int32_t camera, int32_t word);    // 300, 450: words of command 9
+// 300, 450: words of command 9, from 16 on those of command 23. 48: of the readout order.
+uint16_t EmuUsbGeometry(int32_t camera, int32_t word);
 uint32_t EmuUsbStrayBytes(int32_t camera); // bytes that belong to no sentence of its language
 
 // The adaptor's library; true after reset. `entry`: one that it does not have.

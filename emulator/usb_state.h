@@ -11,6 +11,16 @@
 #include "emulator/usb_camera.h"
 #include "platform/system.h"
 
+// A picture as a camera was told to make it. Columns and rows are the sensor's.
+struct EmuUsbFrame {
+    bool light;
+    int64_t column, row;       // where its first bin begins
+    int64_t columnEnd, rowEnd; // bins that begin there or behind are empty
+    uint32_t hbin, vbin;
+    uint32_t width;                             // bins of a line
+    uint64_t words;                             // to send
+    int64_t (*lineOf)(uint32_t line) = nullptr; // of the picture in a line sent; below 0: none
+};
 struct EmuUsbState;
 
 // A section between its start and its first word.
@@ -46,6 +56,7 @@ struct EmuUsbState {
     uint8_t sentence[32];
     uint32_t received;
     uint32_t stray;
+    uint32_t asked; // bytes of the read request that is coming (29, 48, 400)
 
     uint16_t registers[256];
     uint16_t memory[64];
@@ -56,6 +67,7 @@ struct EmuUsbState {
     uint64_t exposureEnds;
     bool armed, trigger, wheelZero;
     EmuUsbPlay play;
+    uint64_t busyUntil; // of the camera's processor
 
     EmuThermal thermal;
     uint32_t driveCode;
@@ -70,10 +82,24 @@ struct EmuUsbState {
     EmuLetter letter;         // to the coprocessor (28)
     bool statusDue;           // the status that is selected has not been taken (28)
 
+    // Words to the camera's processor, and its answer.
+    uint16_t letter[16];
+    uint32_t letters;
+    uint16_t answer;
+
     // For cameras that are told a geometry; others leave it alone.
     uint16_t geometry[32];
     uint32_t commands[256];
     bool light;
+    bool frameWaits; // for the trigger
+    EmuUsbFrame waiting;
+    uint32_t orderWords;    // of 48's readout order
+    uint64_t settlingUs;    // of 48's shutter
+    uint64_t versionAt;     // when 48 knows it
+    bool reading;           // 29 was told to read
+    uint16_t memoryAddress; // on 29, in bytes
+    uint32_t frontEnd;      // bits on their way to the front end of 400
+    uint64_t clearedAt;     // when 400 has cleared its sensor; 0: it was not told to
 };
 
 extern const EmuUsbDialect EmuTolmE;      // 300, 450
@@ -102,6 +128,23 @@ uint16_t EmuUsbThermometer(const EmuUsbState& camera, double countsPerKelvin, ui
 
 // A byte that belongs to no sentence: counted and noted.
 void EmuUsbStray(EmuUsbState* camera, uint8_t byte);
+
+// usb_frame.cpp
+// Sends it when the exposure is over, at the pace of the pixels. An armed camera waits for
+// its trigger first.
+void EmuSendFrame(EmuUsbState* camera, const EmuUsbFrame& frame);
+void EmuReleaseFrame(EmuUsbState* camera); // the trigger is there
+
+// pair_link.cpp
+// Addresses and values by turns, and requests of bytes from an address on.
+struct EmuPairLink {
+    void (*write)(EmuUsbState* camera, uint8_t address, uint8_t value);
+    uint8_t (*read)(EmuUsbState* camera, uint8_t address);
+    uint8_t frameAddress; // what is asked from there is the frame's
+    void (*frame)(EmuUsbState* camera, uint32_t bytes);
+};
+void EmuReceivePairs(EmuUsbState* camera, const EmuPairLink& link, const uint8_t* bytes,
+                     uint32_t count);
 
 // usb.cpp
 int32_t EmuPlugUsbAt(int32_t port, const EmuUsbDevice& device);
