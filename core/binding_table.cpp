@@ -7,6 +7,7 @@
 #include "drivers/heron.h"
 #include "drivers/heron_plus.h"
 #include "drivers/larch.h"
+#include "drivers/osprey.h"
 #include "drivers/sep.h"
 #include "drivers/tarn3.h"
 #include "drivers/tarn4.h"
@@ -15,6 +16,7 @@
 #include "drivers/tarn_u.h"
 #include "drivers/tolm_e.h"
 #include "drivers/unod.h"
+#include "links/usb_link.h"
 #include "sequencer/builders/builders.h"
 #include "sequencer/firmware_geometry.h"
 
@@ -35,10 +37,11 @@ const PlatformBinding PlatformBindings[] = {
     {  44,  6,     1,       0,     Keep, Keep,    R3Rules,        nullptr, &R3Extras },
     {  47,  6,     1,       0,     Keep, Keep,    R3Rules,        nullptr, &R3PlusExtras },
     {  60,  6,     1,       Keep,  Keep, Keep,    HeronRules,     nullptr },
-    {  61,  6,     1,       Keep,  Keep, Keep,    HeronPlusRules, CloseHeronPlus, &HeronPlusExtras },
+    {  61,  6,     1,       Keep,  Keep, Keep,    HeronPlusRules, UsbCloseDevice, &HeronPlusExtras },
     {  70,  Keep,  1,       Keep,  Keep, Keep,    UnodRules,      nullptr },
     {  71,  Keep,  1,       2,     Keep, Keep,    Unod2Rules,     nullptr },
     {  80,  6,     2,       0,     Keep, Keep,    SepRules,       nullptr },
+    { 200,  Keep,  1,       Keep,  Keep, Keep,    OspreyRules,    UsbCloseDevice, &OspreyExtras },
     { 300,  6,     1,       Keep,  Keep, Keep,    TolmERules,     CloseTolmE, &TolmEExtras },
     { 450,  6,     1,       Keep,  Keep, Keep,    TolmERules,     CloseTolmE, &TolmEExtras },
     {},

@@ -36,7 +36,6 @@ constexpr uint8_t Skew = 3;
 
 constexpr double SensorScale = 7.87;
 
-constexpr int32_t MemoryByte = 13; // status
 constexpr uint32_t DescriptionPlace = 16, SerialLength = 8;
 
 // --- opening ---
@@ -72,22 +71,6 @@ int32_t OpenHeronPlus(int32_t, int32_t attach, int32_t camera)
 
 // --- memory ---
 
-void PokeByte(uint32_t address, uint32_t value, int32_t camera)
-{
-    RegisterBatch batch = {};
-    AddMemoryAddress(&batch, WriteMemory, address);
-    AddPair(&batch, MemoryValue, value & 0xFF);
-    SendBatch(batch, camera);
-}
-
-uint32_t PeekByte(uint32_t address, int32_t camera)
-{
-    RegisterBatch batch = {};
-    AddMemoryAddress(&batch, ReadMemory, address);
-    SendBatch(batch, camera);
-    return CameraTable[camera].Ops.ReadRegister(MemoryByte, camera);
-}
-
 uint16_t ReadWord(int32_t word, int32_t camera)
 {
     return DescriptionWord(word, DescriptionPlace, camera);
@@ -100,17 +83,8 @@ int32_t SerialNumber(int32_t camera)
 
 // --- pattern ---
 
-void EncodeWord(uint32_t address, uint16_t word, uint8_t* bytes)
-{
-    bytes[0] = MemoryLow;
-    bytes[1] = static_cast<uint8_t>(address);
-    bytes[2] = MemoryHigh;
-    bytes[3] = static_cast<uint8_t>(address >> 8);
-    bytes[4] = MemoryValue;
-    bytes[5] = static_cast<uint8_t>(word);
-}
-
-constexpr StreamFormat PatternFormat = {.wordBytes = 6, .encode = EncodeWord, .send = FlagSend};
+constexpr StreamFormat PatternFormat = {
+    .wordBytes = 6, .encode = EncodeMemoryByte, .send = FlagSend};
 
 bool ReservePattern(uint32_t words, int32_t camera)
 {
@@ -158,17 +132,13 @@ constexpr UsbReadout Readout = {.play = RunSection,
 
 int32_t ReadFrame(int32_t shutter, int32_t width, int32_t height, uint16_t* buffer, int32_t camera)
 {
-    BusFrame frame = FullFrame(width, height, buffer, camera);
-    frame.skew = CameraTable[camera].LineSkew;
-    return ReadUsbFrame(Readout, shutter, frame, camera);
+    return ReadUsbFrame(Readout, shutter, FullFrame(width, height, buffer, camera), camera);
 }
 
 int32_t ReadWindow(int32_t shutter, int32_t, int32_t y, int32_t width, int32_t height,
                    uint16_t* buffer, int32_t camera)
 {
-    BusFrame frame = WindowFrame(width, height, buffer);
-    frame.skew = CameraTable[camera].LineSkew;
-    return ReadUsbWindow(Readout, shutter, y, frame, camera);
+    return ReadUsbWindow(Readout, shutter, y, WindowFrame(width, height, buffer), camera);
 }
 
 // --- temperature ---
@@ -203,11 +173,6 @@ const CameraOps HeronPlusOps = {
 } // namespace
 
 ReadingRing HeronPlusReadings;
-
-void CloseHeronPlus(int32_t camera)
-{
-    UsbCloseDevice(camera);
-}
 
 const BindingRule HeronPlusRules[] = {
     {.ops = &CommonOps},

@@ -5,7 +5,6 @@
 
 extern const BindingRule HeronPlusRules[];
 extern const DriverExtras HeronPlusExtras;
-void CloseHeronPlus(int32_t camera);
 
 // The readings of all HERON_Plus of the process.
 extern ReadingRing HeronPlusReadings;

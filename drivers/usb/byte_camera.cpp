@@ -42,6 +42,8 @@ constexpr uint16_t SelectConverter = 0x10; // of ConverterSelect
 enum ConverterStrobe : uint16_t { NextConversion = 0x1, StartConverter = 0x4, DriveStrobe = 0x8 };
 enum ConverterStatus : int32_t { ConversionLow = 1, ConversionHigh = 2 };
 constexpr uint32_t ConversionMs = 2;
+constexpr uint16_t SmallestReading = 31; // a lower one counts as the one before it
+constexpr double GuardedScale = 7.85;
 
 constexpr int32_t NormalCommand = 12;
 enum FramedMode : uint16_t { NormalMode = 12, ReadingMode = 0x4C };
@@ -209,7 +211,7 @@ uint16_t ConvertByteTemperature(int32_t camera)
     const bool isReading = LoadFlag(record.ReadingFrame) != 0;
     RegisterBatch batch = {};
     if (isReading) AddPair(&batch, SequencerMode, NormalMode);
-    AddTwice(&batch, ConverterSelect, Shadow(ConverterSelect, camera) | SelectConverter);
+    AddPair(&batch, ConverterSelect, Shadow(ConverterSelect, camera) | SelectConverter);
     AddTwice(&batch, ConverterRegister, strobes | StartConverter);
     AddTwice(&batch, ConverterRegister, strobes);
     AddTwice(&batch, ConverterRegister, strobes | NextConversion);
@@ -222,6 +224,20 @@ uint16_t ConvertByteTemperature(int32_t camera)
     ByteCommand(NormalCommand, camera);
     if (isReading) record.Ops.WriteRegister(SequencerMode, ReadingMode, camera);
     return static_cast<uint16_t>(high << 8 | low);
+}
+
+int32_t ReadGuardedTemperature(ByteReadings* readings, int32_t camera)
+{
+    uint32_t value = ConvertByteTemperature(camera);
+    if (value < SmallestReading) {
+        value = LoadFlag(readings->lastGood);
+    } else {
+        StoreFlag(&readings->lastGood, value);
+    }
+    AddReading(&readings->ring, static_cast<uint16_t>(value));
+    if (LoadFlag(readings->ring.full) != 0) value = MiddleReading(readings->ring);
+    StoreHeadTemperature(camera, ConverterCelsius(value, GuardedScale), camera);
+    return 0;
 }
 
 void SetByteFan(double percent, int32_t camera)

@@ -11,6 +11,7 @@
 // --- opening ---
 
 inline constexpr uint16_t HighRange = 216, LowRange = 88; // front-end word 0
+inline constexpr uint8_t MemoryStrobe = 33;               // register
 
 // Behind the comparison of versions: fan and cooler, pixel time, pixel divider.
 void StartByteCamera(int32_t attach, int32_t camera);
@@ -38,35 +39,32 @@ void ByteCommand(int32_t command, int32_t camera);
 
 // --- pattern and word memory ---
 
-// Registers that a cell of memory goes through.
-enum ByteMemoryRegister : uint8_t {
-    MemoryLow = 12, // of the address; or of a count of the sequencer
-    MemoryHigh = 13,
-    MemoryValue = 19,
-    MemoryValueHigh = 20,
-    MemoryStrobe = 33,
-};
+// For a pattern's stream: the pairs that store a cell, which may be of two bytes.
+void EncodeMemoryByte(uint32_t address, uint16_t value, uint8_t* pairs); // 6 bytes
+void EncodeMemoryWord(uint32_t address, uint16_t value, uint8_t* pairs); // 8 bytes
 
 // Steps of a WaveSink, around a pattern that goes out in one transfer.
 void OpenByteMemory(uint32_t words, int32_t camera);
 void CloseByteMemory(int32_t camera);
 
-// Words of two bytes; with `strobe` a write of register 33 stores them.
+// A cell of a byte, and cells of two; with `strobe` a write of register 33 stores it.
+void PokeByte(uint32_t address, uint32_t value, int32_t camera);
+uint32_t PeekByte(uint32_t address, int32_t camera);
 void PokeByteWord(uint32_t address, uint32_t value, bool strobe, int32_t camera);
 uint32_t PeekByteWord(uint32_t address, int32_t camera);
-// The pairs that select a cell.
-enum ByteMemoryMode : uint16_t { WriteMemory = 7, ReadMemory = 13 };
-void AddMemoryAddress(RegisterBatch* batch, ByteMemoryMode mode, uint32_t address);
 
 // --- analog ---
+
+// 12 bits.
+uint16_t ConvertByteTemperature(int32_t camera);
 
 // The readings of all cameras of a driver.
 struct ByteReadings {
     ReadingRing ring;
-    uint32_t lastGood;
+    uint32_t lastGood; // the last one that was not taken for noise
 };
-// 12 bits.
-uint16_t ConvertByteTemperature(int32_t camera);
+// Slot 11 of OSPREY and OSPREY_Plus.
+int32_t ReadGuardedTemperature(ByteReadings* readings, int32_t camera);
 void SetByteFan(double percent, int32_t camera);
 
 // Slots 1, 13, 16 and 30.

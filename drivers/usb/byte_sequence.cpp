@@ -6,10 +6,20 @@
 
 namespace {
 
-enum SequencerRegister : int32_t { CommandRegister = 0, SectionPage = 14, SequencerMode = 16 };
+enum SequencerRegister : uint8_t {
+    CommandRegister = 0,
+    MemoryLow = 12, // of an address; or of a count of the sequencer
+    MemoryHigh = 13,
+    SectionPage = 14,
+    SequencerMode = 16,
+    MemoryValue = 19,
+    MemoryValueHigh = 20,
+};
 
 enum SequencerModes : uint8_t {
+    WriteMode = 7, // of memory
     NormalMode = 12,
+    ReadMode = 13,
     HostMode = 140, // counters are loaded by the host
     StartedMode = 188,
     ArmedMode = 76, // starts and streams when the exposure ends
@@ -45,6 +55,14 @@ void SetMode(SequencerModes mode, int32_t camera)
     CameraTable[camera].Ops.WriteRegister(SequencerMode, mode, camera);
 }
 
+// The pairs that select a cell of memory.
+void AddCell(RegisterBatch* batch, SequencerModes mode, uint32_t address)
+{
+    AddPair(batch, SequencerMode, mode);
+    AddPair(batch, MemoryLow, address & 0xFF);
+    AddPair(batch, MemoryHigh, address >> 8 & 0xFF);
+}
+
 } // namespace
 
 void RunByteSequence(const SequenceLoad& load, BusSequence sequence, uint32_t repeat, int32_t wait,
@@ -76,7 +94,7 @@ void ByteCommand(int32_t command, int32_t camera)
 
 void OpenByteMemory(uint32_t, int32_t camera)
 {
-    CameraTable[camera].Ops.WriteRegister(SequencerMode, WriteMemory, camera);
+    SetMode(WriteMode, camera);
 }
 
 void CloseByteMemory(int32_t camera)
@@ -85,17 +103,43 @@ void CloseByteMemory(int32_t camera)
     ReleaseStream(camera);
 }
 
-void AddMemoryAddress(RegisterBatch* batch, ByteMemoryMode mode, uint32_t address)
+void EncodeMemoryByte(uint32_t address, uint16_t value, uint8_t* pairs)
 {
-    AddPair(batch, SequencerMode, mode);
-    AddPair(batch, MemoryLow, address & 0xFF);
-    AddPair(batch, MemoryHigh, address >> 8 & 0xFF);
+    pairs[0] = MemoryLow;
+    pairs[1] = static_cast<uint8_t>(address);
+    pairs[2] = MemoryHigh;
+    pairs[3] = static_cast<uint8_t>(address >> 8);
+    pairs[4] = MemoryValue;
+    pairs[5] = static_cast<uint8_t>(value);
+}
+
+void EncodeMemoryWord(uint32_t address, uint16_t value, uint8_t* pairs)
+{
+    EncodeMemoryByte(address, value, pairs);
+    pairs[6] = MemoryValueHigh;
+    pairs[7] = static_cast<uint8_t>(value >> 8);
+}
+
+void PokeByte(uint32_t address, uint32_t value, int32_t camera)
+{
+    RegisterBatch batch = {};
+    AddCell(&batch, WriteMode, address);
+    AddPair(&batch, MemoryValue, value & 0xFF);
+    SendBatch(batch, camera);
+}
+
+uint32_t PeekByte(uint32_t address, int32_t camera)
+{
+    RegisterBatch batch = {};
+    AddCell(&batch, ReadMode, address);
+    SendBatch(batch, camera);
+    return CameraTable[camera].Ops.ReadRegister(MemoryByte, camera);
 }
 
 void PokeByteWord(uint32_t address, uint32_t value, bool strobe, int32_t camera)
 {
     RegisterBatch batch = {};
-    AddMemoryAddress(&batch, WriteMemory, address);
+    AddCell(&batch, WriteMode, address);
     AddPair(&batch, MemoryValue, value & 0xFF);
     AddPair(&batch, MemoryValueHigh, value >> 8 & 0xFF);
     if (strobe) AddPair(&batch, MemoryStrobe, 0);
@@ -107,7 +151,7 @@ uint32_t PeekByteWord(uint32_t address, int32_t camera)
 {
     const CameraOps& ops = CameraTable[camera].Ops;
     RegisterBatch batch = {};
-    AddMemoryAddress(&batch, ReadMemory, address);
+    AddCell(&batch, ReadMode, address);
     SendBatch(batch, camera);
     const uint32_t low = ops.ReadRegister(MemoryByte, camera) & 0xFFu;
     const uint32_t high = ops.ReadRegister(MemoryHighByte, camera) & 0xFFu;

@@ -51,9 +51,9 @@ int32_t FetchLines(const UsbReadout& readout, const BusFrame& frame, int32_t cam
 
 } // namespace
 
-int32_t ReadUsbFrame(const UsbReadout& readout, int32_t shutter, const BusFrame& frame,
-                     int32_t camera)
+int32_t ReadUsbFrame(const UsbReadout& readout, int32_t shutter, BusFrame frame, int32_t camera)
 {
+    frame.skew = CameraTable[camera].LineSkew;
     readout.leaveStream(camera);
     ClearForRead(camera);
     StartLines(readout, frame, 0, camera);
@@ -63,9 +63,10 @@ int32_t ReadUsbFrame(const UsbReadout& readout, int32_t shutter, const BusFrame&
 }
 
 // Rows can be skipped only when the exposure is over, so the lines are not armed.
-int32_t ReadUsbWindow(const UsbReadout& readout, int32_t shutter, int32_t y, const BusFrame& frame,
+int32_t ReadUsbWindow(const UsbReadout& readout, int32_t shutter, int32_t y, BusFrame frame,
                       int32_t camera)
 {
+    frame.skew = CameraTable[camera].LineSkew;
     ClearForRead(camera);
     readout.leaveStream(camera);
     EnableTrigger(readout, camera);

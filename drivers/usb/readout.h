@@ -17,10 +17,10 @@ struct UsbReadout {
     void (*end)(int32_t camera);                                // of the stream
 };
 
-// Exposes and reads: 0, or 2 with what has come in the buffer.
-int32_t ReadUsbFrame(const UsbReadout& readout, int32_t shutter, const BusFrame& frame,
-                     int32_t camera);
-int32_t ReadUsbWindow(const UsbReadout& readout, int32_t shutter, int32_t y, const BusFrame& frame,
+// Exposes and reads: 0, or 2 with what has come in the buffer. The skew of `frame` is the
+// record's.
+int32_t ReadUsbFrame(const UsbReadout& readout, int32_t shutter, BusFrame frame, int32_t camera);
+int32_t ReadUsbWindow(const UsbReadout& readout, int32_t shutter, int32_t y, BusFrame frame,
                       int32_t camera);
 
 // A transfer line by line: kept lines to the buffer, the others nowhere. 0 or 2.

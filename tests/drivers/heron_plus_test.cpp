@@ -201,7 +201,7 @@ TEST_F(HeronPlus, CalibrationComesFromTheConfigurationFile)
 
 TEST_F(HeronPlus, CloseClosesTheDevice)
 {
-    CloseHeronPlus(UsbCamera);
+    FindPlatformBinding(61)->closeUsb(UsbCamera);
     EXPECT_EQ(TakeUsbLog(), "usb close");
     EXPECT_EQ(record.UsbHandle, 0u);
 }
@@ -281,7 +281,7 @@ TEST_F(HeronPlus, TemperatureTakesAConversion)
 {
     EXPECT_NEAR(Temperature(3500), -1.7103, 0.0001);
     EXPECT_EQ(TakeUsbLog(),
-              "usb > 87 10 87 10 81 04 81 04 81 00 81 00 81 01 81 01 81 00 81 00; sleep 2; "
+              "usb > 87 10 81 04 81 04 81 00 81 00 81 01 81 01 81 00 81 00; sleep 2; "
               "usb > 80 01 40; usb < 1 of 1; usb > 80 02 40; usb < 1 of 1; usb > 87 00; "
               "usb > 80 0C");
 }
@@ -293,7 +293,7 @@ TEST_F(HeronPlus, TemperatureDuringAReadGoesBackToIt)
     record.Registers[7] = 0x80;
     Temperature(3500);
     EXPECT_EQ(TakeUsbLog(),
-              "usb > 90 0C 87 90 87 90 81 04 81 04 81 00 81 00 81 01 81 01 81 00 81 00; sleep 2; "
+              "usb > 90 0C 87 90 81 04 81 04 81 00 81 00 81 01 81 01 81 00 81 00; sleep 2; "
               "usb > 80 01 40; usb < 1 of 1; usb > 80 02 40; usb < 1 of 1; usb > 87 80; "
               "usb > 80 0C; usb > 90 4C");
 }
