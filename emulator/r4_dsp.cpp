@@ -59,26 +59,26 @@ uint16_t Temperature(EmuUsbState* camera)
 
 uint16_t SetFan(EmuUsbState* camera)
 {
-    camera->fan = camera->letter[1];
+    camera->fan = camera->letter.words[1];
     return 0;
 }
 
 uint16_t SetPower(EmuUsbState* camera)
 {
-    EmuUsbDriveCooler(camera, camera->letter[1], camera->coolerOn, DriveMost);
+    EmuUsbDriveCooler(camera, camera->letter.words[1], camera->coolerOn, DriveMost);
     return 0;
 }
 
 uint16_t SwitchCooler(EmuUsbState* camera)
 {
-    EmuUsbDriveCooler(camera, camera->driveCode, camera->letter[1] != 0, DriveMost);
+    EmuUsbDriveCooler(camera, camera->driveCode, camera->letter.words[1] != 0, DriveMost);
     return 0;
 }
 
 // It regulates by itself: with as much power as holds the sensor there.
 uint16_t SetPoint(EmuUsbState* camera)
 {
-    const double target = camera->letter[1] / CountsPerKelvin - ZeroCelsius;
+    const double target = camera->letter.words[1] / CountsPerKelvin - ZeroCelsius;
     const double power = EmuCoolingFor(camera->thermal, target) * DriveMost;
     EmuUsbDriveCooler(camera, static_cast<uint32_t>(std::lround(power)), true, DriveMost);
     return 0;
@@ -93,13 +93,14 @@ uint16_t Output(EmuUsbState* camera)
 
 uint16_t WriteMemory(EmuUsbState* camera)
 {
-    if (camera->letter[1] < 64) camera->memory[camera->letter[1]] = camera->letter[2];
+    if (camera->letter.words[1] < 64)
+        camera->memory[camera->letter.words[1]] = camera->letter.words[2];
     return 0;
 }
 
 uint16_t ReadMemory(EmuUsbState* camera)
 {
-    return camera->letter[1] < 64 ? camera->memory[camera->letter[1]] : 0xFFFF;
+    return camera->letter.words[1] < 64 ? camera->memory[camera->letter.words[1]] : 0xFFFF;
 }
 
 uint16_t Firmware(EmuUsbState* camera)
@@ -135,20 +136,20 @@ const Letter* FindLetter(uint16_t word)
 
 void TakeLetter(EmuUsbState* camera, uint16_t word)
 {
-    camera->letter[camera->letters++] = word;
+    camera->letter.words[camera->letter.count++] = word;
     camera->busyUntil = EmuNow() + LetterUs;
-    const Letter* const letter = FindLetter(camera->letter[0]);
+    const Letter* const letter = FindLetter(camera->letter.words[0]);
     if (letter == nullptr) {
         EmuUsbStray(camera, static_cast<uint8_t>(word));
         EmuUsbStray(camera, static_cast<uint8_t>(word >> 8));
-        camera->letters = 0;
-    } else if (camera->letters > letter->arguments) {
-        camera->letters = 0;
+        camera->letter.count = 0;
+    } else if (camera->letter.count > letter->arguments) {
+        camera->letter.count = 0;
         ++camera->commands[letter->word];
         if (letter->arguments > 0) {
-            camera->registers[letter->word] = camera->letter[letter->arguments];
+            camera->registers[letter->word] = camera->letter.words[letter->arguments];
         }
-        camera->answer = letter->run(camera);
+        camera->letter.answer = letter->run(camera);
     }
 }
 
@@ -201,14 +202,14 @@ void SendFrame(EmuUsbState* camera, uint32_t bytes)
 void StorePattern(EmuUsbState* camera)
 {
     const uint16_t* const regs = camera->registers;
-    const uint32_t address = (regs[PatternStrobe] & PatternHigh) << 8 | regs[PatternAddress];
+    const size_t address = (regs[PatternStrobe] & PatternHigh) << 8 | regs[PatternAddress];
     for (size_t i = 0; i < 4; ++i) camera->pattern.words[4 * address + i] = regs[PatternData + i];
 }
 
 void ControlLines(EmuUsbState* camera, uint8_t rising)
 {
     if ((rising & ResetLine) != 0) {
-        camera->letters = 0;
+        camera->letter.count = 0;
         camera->orderWords = 0;
     }
     if ((rising & OrderWrites) != 0) camera->orderWords = 0;
@@ -259,8 +260,8 @@ uint8_t Read(EmuUsbState* camera, uint8_t address)
     case VersionLow: return static_cast<uint8_t>(VersionWord(*camera));
     case VersionHigh: return static_cast<uint8_t>(VersionWord(*camera) >> 8);
     case MailStatus: return EmuNow() < camera->busyUntil ? 1 : 0;
-    case AnswerLow: return static_cast<uint8_t>(camera->answer);
-    case AnswerHigh: return static_cast<uint8_t>(camera->answer >> 8);
+    case AnswerLow: return static_cast<uint8_t>(camera->letter.answer);
+    case AnswerHigh: return static_cast<uint8_t>(camera->letter.answer >> 8);
     default: return static_cast<uint8_t>(camera->registers[address]);
     }
 }

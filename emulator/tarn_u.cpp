@@ -47,18 +47,18 @@ uint16_t WordOf(const EmuUsbState& camera)
 
 void GetVersion(EmuUsbState* camera)
 {
-    camera->answer = camera->setup.version;
+    camera->letter.answer = camera->setup.version;
 }
 
 void GetFirmware(EmuUsbState* camera)
 {
-    camera->answer = camera->setup.firmware != 0 ? camera->setup.firmware : Firmware;
+    camera->letter.answer = camera->setup.firmware != 0 ? camera->setup.firmware : Firmware;
 }
 
 void GetTemperature(EmuUsbState* camera)
 {
     camera->conversion = EmuUsbThermometer(*camera, CountsPerKelvin, 0xFFFF);
-    camera->answer = camera->conversion;
+    camera->letter.answer = camera->conversion;
 }
 
 // There is no switch: the cooler is on while its fan runs.
@@ -111,7 +111,7 @@ void WriteMemory(EmuUsbState* camera)
 
 void ReadMemory(EmuUsbState* camera)
 {
-    camera->answer = *MemoryWord(camera);
+    camera->letter.answer = *MemoryWord(camera);
 }
 
 void ArmTrigger(EmuUsbState* camera)
@@ -157,8 +157,8 @@ uint8_t Read(EmuUsbState* camera, uint8_t address)
     switch (address) {
     case Wheel: return (kept & ~WheelZero) | (camera->wheelZero ? WheelZero : 0);
     case Busy: return EmuNow() < camera->busyUntil ? 1 : 0;
-    case AnswerLow: return static_cast<uint8_t>(camera->answer);
-    case AnswerHigh: return static_cast<uint8_t>(camera->answer >> 8);
+    case AnswerLow: return static_cast<uint8_t>(camera->letter.answer);
+    case AnswerHigh: return static_cast<uint8_t>(camera->letter.answer >> 8);
     default: return kept;
     }
 }

@@ -82,8 +82,7 @@ void PowerUp(EmuUsbState* state)
     state->exposureEnds = 0;
     state->busyUntil = 0;
     state->armed = false;
-    state->letters = 0;
-    state->answer = 0;
+    state->letter = {};
     state->light = false;
     state->frameWaits = false;
     state->asked = 0;

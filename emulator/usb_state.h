@@ -79,13 +79,8 @@ struct EmuUsbState {
     bool sampled;             // the converter holds what it is to convert
     uint16_t channelCount;    // the last conversion of another channel (205)
     uint8_t badLeft;          // readings of status 15 that will be wrong
-    EmuLetter letter;         // to the coprocessor (28)
+    EmuLetter letter;         // to the camera's processor (28, 29, 48)
     bool statusDue;           // the status that is selected has not been taken (28)
-
-    // Words to the camera's processor, and its answer.
-    uint16_t letter[16];
-    uint32_t letters;
-    uint16_t answer;
 
     // For cameras that are told a geometry; others leave it alone.
     uint16_t geometry[32];
