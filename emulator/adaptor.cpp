@@ -103,13 +103,15 @@ uint32_t Open(uint32_t device)
 // A device is closed even if the call fails, and one that was pulled out too.
 uint32_t Close(uint32_t device)
 {
-    const bool was = device < DeviceCount && World.devices[device].open;
-    if (was) World.devices[device] = {};
-    return Run("close", [device, was] {
-        EmuUsbState* const camera = CameraAt(device);
-        if (camera != nullptr) EmuPipeDropArrived(&camera->adaptorPipe);
-        return was;
-    });
+    EmuSpend(EmuTransferUs);
+    const std::lock_guard<std::mutex> guard(EmuLinkLock());
+    const bool lost = EmuDeviceFails(EmuAdaptorCall);
+    const bool open = device < DeviceCount && World.devices[device].open;
+    if (open) World.devices[device] = {};
+    EmuUsbState* const camera = CameraAt(device);
+    if (open && camera != nullptr) EmuPipeDropArrived(&camera->adaptorPipe);
+    EmuNote("adaptor close%s", End(open && !lost));
+    return open && !lost ? Done : 0;
 }
 
 uint32_t SetMode(uint32_t device, uint32_t mode)
