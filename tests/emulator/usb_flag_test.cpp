@@ -270,6 +270,20 @@ TEST_F(UsbFlag, CommandDropsWhatIsOnItsWay)
     EXPECT_EQ(EmuUsbWaiting(camera), 0u);
 }
 
+TEST_F(UsbFlag, CounterThatIsStartedAnewBeginsAnew)
+{
+    Plug();
+    LoadLine(2);
+    Prepare(2, 2, 13);
+    Put({16, 0x4C});
+    Expose(true);
+    System.clock.Sleep(2);
+    const uint64_t before = EmuMicroseconds();
+    Expose(true);
+    EXPECT_EQ(Read(8), BothRows);
+    EXPECT_GE(EmuMicroseconds() - before, 3000u);
+}
+
 TEST_F(UsbFlag, CounterWaitsForTheTrigger)
 {
     Plug();
