@@ -20,8 +20,10 @@
 #include "devices/direct_access.h"
 #include "devices/fan.h"
 #include "devices/gain.h"
+#include "devices/objective.h"
 #include "devices/shutter.h"
 #include "devices/temperature.h"
+#include "devices/wheel/filter_wheel.h"
 #include "links/card.h"
 
 #define EXPORT(result, name, routine, parameters, arguments)                                       \
@@ -162,6 +164,15 @@ CAMERA_EXPORT(void, QV_StartAcquisition, StartAcquisition, (int32_t mode, int32_
 CAMERA_EXPORT(void, QV_GetImage, GetImage, (uint16_t* buffer, int32_t camera), (buffer, camera))
 CAMERA_EXPORT(void, QV_FlushAcquisition, FlushAcquisition, (int32_t camera), (camera))
 
+// filter wheel, objective, plug-in device
+CAMERA_EXPORT(void, QV_SetFilter, SetFilter, (int32_t position, int32_t camera), (position, camera))
+CAMERA_EXPORT(void, QV_CalibFW, CalibFW, (int32_t camera), (camera))
+CAMERA_EXPORT(void, QV_OpenFW, OpenFW, (int32_t setting, int32_t hold, int32_t zeroOffset, int32_t camera), (setting, hold, zeroOffset, camera))
+CAMERA_EXPORT(void, QV_SetFW, SetFW, (int32_t setting, int32_t hold, int32_t zeroOffset, int32_t camera), (setting, hold, zeroOffset, camera))
+CAMERA_EXPORT(int32_t, QV_IsThereFW, IsThereFW, (int32_t camera), (camera))
+CAMERA_EXPORT(void, QV_ObjectiveControl, ObjectiveControl, (int32_t operation, uint16_t milliseconds, int32_t camera), (operation, milliseconds, camera))
+CAMERA_EXPORT(int32_t, QV_Plug, Plug, (int32_t what, uint32_t* values, int32_t camera), (what, values, camera))
+
 // image correction in the camera
 CAMERA_EXPORT(void, QV_SetDNR, SetDNR, (int32_t mode, int32_t camera), (mode, camera))
 CAMERA_EXPORT(int32_t, QV_GetDNR, GetDNR, (int32_t camera), (camera))
@@ -190,13 +201,6 @@ CAMERA_EXPORT(int32_t, QV_GetAD, GetAD, (int32_t channel, int32_t camera), (chan
 
 NOT_BUILT(void, QV_OpenArray, (const void*, int32_t, int32_t, int32_t, uint32_t, int32_t, QvExposureCallback, QvProgressCallback))
 NOT_BUILT(void, QV_AGetCCD, (int32_t, const double*, uint16_t**, int32_t))
-NOT_BUILT(void, QV_SetFilter, (int32_t, int32_t))
-NOT_BUILT(void, QV_CalibFW, (int32_t))
-NOT_BUILT(void, QV_OpenFW, (int32_t, int32_t, int32_t, int32_t))
-NOT_BUILT(void, QV_SetFW, (int32_t, int32_t, int32_t, int32_t))
-NOT_BUILT(int32_t, QV_IsThereFW, (int32_t))
-NOT_BUILT(void, QV_ObjectiveControl, (int32_t, uint16_t, int32_t))
-NOT_BUILT(int32_t, QV_Plug, (int32_t, uint32_t*, int32_t))
 // clang-format on
 
 namespace {

@@ -72,6 +72,12 @@ struct DriverExtras {
     void (*SetShutterLine)(bool isLight, int32_t camera) = nullptr;  // where it is no register
     void (*SetDecimation)(int32_t mode, int32_t camera) = nullptr;   // the same of the bits sent
     void (*ShiftRows)(uint32_t rows, int32_t camera) = nullptr; // the image, toward its register
+    void (*Plug)(const uint32_t* values, int32_t camera) = nullptr; // four, to a device of its own
+    // Filter wheels: by numbered orders (300, 450), or with what the firmware answers (48).
+    void (*OrderWheel)(int32_t operation, int32_t value, int32_t camera) = nullptr;
+    uint16_t (*TurnWheel)(int32_t position, int32_t camera) = nullptr; // from 1
+    uint16_t (*ZeroWheel)(int32_t camera) = nullptr;
+    void (*SetWheel)(int32_t hold, int32_t zeroOffset, int32_t camera) = nullptr;
     // A frame in steps, where the card fetches it: readies camera and card (47 only),
     // starts, copies what has come, gives it up.
     void (*ArmFrame)(double exposure, int32_t camera) = nullptr;

@@ -96,7 +96,7 @@ struct CameraRecord {
     uint16_t HeadRegisters[HeadCount][RegisterCount];
     uint16_t HeadSequenceTable[HeadCount][12];
     int32_t HeadFilterPosition[HeadCount];
-    int32_t HeadFilterStep[HeadCount];
+    int32_t HeadFilterPhase[HeadCount];
     int32_t CameraVariant;      // OSPREY: from status 10 at open
     uint16_t SequenceTable[12]; // start and end of the pattern's sections
     int32_t LoadedGain;
@@ -106,10 +106,11 @@ struct CameraRecord {
     uint16_t FanLevel;
     uint8_t LineSkew;
     uint8_t ReadingFrame; // USB cameras with a pattern: lines may come; shared with the timer
-    int32_t FilterStep;   // phase of the wheel's stepper, 0 to 3
+    int32_t FilterPhase;  // of the wheel's stepper, 0 to 3
     uint8_t AlternatePolarity;
     int32_t FilterStepDelay;
-    int32_t FilterPosition;
+    int32_t FilterPosition; // believed, not measured
+    int16_t FilterSetting, FilterHold, FilterZeroOffset;
 
     // The temperature block. Temperatures are degrees Celsius.
     int32_t TickDuration; // milliseconds; shared with the timer

@@ -3,6 +3,7 @@
 #include "drivers/sep.h"
 
 #include "core/record.h"
+#include "devices/wheel/filter_wheel.h"
 #include "drivers/bus/bus_camera.h"
 #include "drivers/tarn.h"
 #include "links/card_link.h"
@@ -37,6 +38,7 @@ const CameraOps SepOps = {
     .OpenCamera = OpenSep,
     .SetPortBits = NoPortBits,
     .ModifyRegister = NoModifyRegister,
+    .MoveFilter = MovePhaseWheel,
     .SetGain = SetSepGain,
     .ReadTimed = NoReadFrame,
 };

@@ -30,6 +30,7 @@ enum CameraCommand : uint8_t {
     SendFrame = 10,
     SendWindow = 11,
     SetFrontEnd = 12,
+    OrderFilterWheel = 13,
     StoreMemory = 14,
     FetchMemory = 15,
     DropBits = 16,
@@ -39,6 +40,7 @@ enum CameraCommand : uint8_t {
     TellRegister = 20,
     TellTrigger = 21,
     ArmTrigger = 22,
+    HandToPlug = 23,
 };
 
 enum Converter : uint8_t { CoolerDrive = 0, FanDrive = 1 };
@@ -184,6 +186,28 @@ int32_t ReadTolmETemperature(int32_t camera)
     const double celsius = ConverterCelsius(raw, SenseKiloohms) + record.TemperatureOffset[camera];
     StoreReading(&record.CurrentTemperature, celsius * record.TemperatureSpan[camera]);
     return 0;
+}
+
+void OrderTolmEWheel(int32_t operation, int32_t value, int32_t camera)
+{
+    Command command = MakeCommand(OrderFilterWheel);
+    AddByte(static_cast<uint32_t>(operation), &command);
+    AddByte(static_cast<uint32_t>(value), &command);
+    SendCommand(command, camera);
+}
+
+// The command ends in the middle of the last value; the reply means nothing.
+void HandTolmEPlug(const uint32_t* values, int32_t camera)
+{
+    constexpr uint32_t Sent = 16;
+    Command command = MakeCommand(HandToPlug);
+    for (int32_t i = 0; i < 4; ++i) AddLong(values[i], &command);
+    command.count = Sent;
+    PutCommand(command, camera);
+    uint8_t reply[2];
+    if (UsbReceive(reply, sizeof reply, camera) == 0) {
+        StoreFlag(&CameraTable[camera].LastError, ErrorArm);
+    }
 }
 
 uint16_t ReadTolmEMemory(int32_t address, int32_t camera)
@@ -373,6 +397,8 @@ const DriverExtras TolmEExtras = {
     .SetFan = SetTolmEFan,
     .SetShutterLine = SetTolmEShutterLine,
     .SetDecimation = SetTolmEDecimation,
+    .Plug = HandTolmEPlug,
+    .OrderWheel = OrderTolmEWheel,
 };
 
 const BindingRule TolmERules[] = {

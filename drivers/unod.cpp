@@ -12,6 +12,7 @@
 #include "core/options.h"
 #include "core/record.h"
 #include "core/status.h"
+#include "devices/wheel/filter_wheel.h"
 #include "drivers/bus/bus_camera.h"
 #include "drivers/tarn.h"
 #include "links/card.h"
@@ -213,7 +214,7 @@ int32_t OpenUnodLink(int32_t camera)
 int32_t OpenUnod(int32_t address, int32_t attach, int32_t camera)
 {
     CameraRecord& record = CameraTable[camera];
-    record.FilterStep = 0;
+    record.FilterPhase = 0;
     record.PortBase = static_cast<uint16_t>(address);
     memset(record.ByteRegisters, 0, sizeof record.ByteRegisters);
     const int32_t error = OpenUnodLink(camera);
@@ -366,7 +367,7 @@ const CameraOps UnodOps = {
     .WriteRegister = WriteByteRegister,
     .IsTriggered = IsUnodTriggered,
     .ClearOnce = NoOperation,
-    .MoveFilter = NoMoveFilter,
+    .MoveFilter = MovePhaseWheel,
     .SetGain = SetUnodGain,
     .ReadTimed = NoReadFrame,
     .OpenArrayCamera = RefuseOpenArray,

@@ -25,14 +25,14 @@ void ClearHeads(int32_t camera)
     for (int32_t head = 0; head < HeadCount; ++head) {
         record.HeadRegisters[head][IdleRegister] = IdleLines;
         record.HeadFilterPosition[head] = 1;
-        record.HeadFilterStep[head] = 0;
+        record.HeadFilterPhase[head] = 0;
         SaveHeadRegulator(head, camera);
     }
     // What is in force belongs to the first head, and is stored for it by the first
     // switch.
     memcpy(record.Registers, record.HeadRegisters[0], sizeof record.Registers);
     record.FilterPosition = 1;
-    record.FilterStep = 0;
+    record.FilterPhase = 0;
 }
 
 void SaveUnit(int32_t unit, CameraRecord* record)
@@ -40,7 +40,7 @@ void SaveUnit(int32_t unit, CameraRecord* record)
     memcpy(record->HeadRegisters[unit], record->Registers, sizeof record->Registers);
     memcpy(record->HeadSequenceTable[unit], record->SequenceTable, sizeof record->SequenceTable);
     record->HeadFilterPosition[unit] = record->FilterPosition;
-    record->HeadFilterStep[unit] = record->FilterStep;
+    record->HeadFilterPhase[unit] = record->FilterPhase;
 }
 
 void LoadUnit(int32_t unit, CameraRecord* record)
@@ -48,7 +48,7 @@ void LoadUnit(int32_t unit, CameraRecord* record)
     memcpy(record->Registers, record->HeadRegisters[unit], sizeof record->Registers);
     memcpy(record->SequenceTable, record->HeadSequenceTable[unit], sizeof record->SequenceTable);
     record->FilterPosition = record->HeadFilterPosition[unit];
-    record->FilterStep = record->HeadFilterStep[unit];
+    record->FilterPhase = record->HeadFilterPhase[unit];
 }
 
 } // namespace

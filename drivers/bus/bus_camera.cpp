@@ -1,5 +1,6 @@
 // BRIAR-PCI's operations that most bus cameras share.
 #include "drivers/bus/bus_camera.h"
+#include "devices/wheel/filter_wheel.h"
 
 #include "core/record.h"
 
@@ -51,7 +52,7 @@ const CameraOps BusOps = {
     .SetCooler = SetBusCooler,
     .IsTriggered = IsBusTriggered,
     .ClearOnce = ClearBusOnce,
-    .MoveFilter = NoMoveFilter,
+    .MoveFilter = MoveWheel,
     .ReadTimed = NoReadFrame,
     .OpenArrayCamera = RefuseOpenArray,
     .ReadArray = NoReadFrame,

@@ -106,7 +106,7 @@ int32_t SetUpBusCamera(const BusSetup& setup, int32_t attach, int32_t camera)
 int32_t OpenBusCamera(const BusSetup& setup, int32_t address, int32_t attach, int32_t camera)
 {
     CameraRecord& record = CameraTable[camera];
-    record.FilterStep = 0;
+    record.FilterPhase = 0;
     record.PortBase = static_cast<uint16_t>(address);
     const int32_t error = OpenBusLink(setup, camera);
     return error != ErrorNone ? error : SetUpBusCamera(setup, attach, camera);

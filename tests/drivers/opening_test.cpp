@@ -43,12 +43,12 @@ const char BriarWrites[] = "reg 3 0x0004; reg 4 0x0000; reg 13 0x0010; ";
 TEST_F(BusOpening, BriarIsResetAndProgrammed)
 {
     OpenFakeBus(40, 255, 0, 0);
-    CameraTable[0].FilterStep = 3;
+    CameraTable[0].FilterPhase = 3;
     EXPECT_EQ(OpenLog(0), "reg 31 0x0000; address 0xFFF0; reg 0 0x0200; " +
                               std::string(BriarWrites) +
                               "reg 12 0x0400; reg 12 0x4C00; reg 11 0x0010; reg 16 0x003F; ");
     EXPECT_EQ(CameraTable[0].PortBase, 0x378);
-    EXPECT_EQ(CameraTable[0].FilterStep, 0);
+    EXPECT_EQ(CameraTable[0].FilterPhase, 0);
     EXPECT_EQ(CameraTable[0].WordPeriodNs, 1000);
     EXPECT_EQ(CameraTable[0].Registers[0], 0x200);
     EXPECT_EQ(CameraTable[0].Registers[3], 4);
