@@ -44,6 +44,7 @@ struct Clock {
     uint64_t sleeps, lastSleep;
     VirtualTimer timers[TimerCount];
     Action actions[ActionCount];
+    uint32_t waiting; // of the actions
 };
 Clock Now;
 bool RealTime; // the operating system's clock runs; this one stands still
@@ -60,6 +61,7 @@ NextEvent FindNext()
     for (VirtualTimer& timer : Now.timers) {
         if (timer.running && timer.next < next.at) next = {timer.next, &timer, nullptr};
     }
+    if (Now.waiting == 0) return next;
     for (Action& action : Now.actions) {
         if (action.waiting && action.at < next.at) next = {action.at, nullptr, &action};
     }
@@ -97,6 +99,7 @@ void AdvanceTo(uint64_t target)
             RunTimer(next.timer);
         } else {
             next.action->waiting = false;
+            --Now.waiting;
             next.action->run(next.action->argument);
         }
     }
@@ -245,6 +248,7 @@ void EmuSchedule(uint64_t microseconds, void (*action)(int32_t argument), int32_
     for (Action& slot : Now.actions) {
         if (slot.waiting) continue;
         slot = {true, microseconds, action, argument};
+        ++Now.waiting;
         return;
     }
     fprintf(stderr, "more than %u scheduled actions\n", ActionCount);
