@@ -31,7 +31,8 @@ void Session::Renew()
 int32_t Session::OpenCode(int32_t interfaceLink)
 {
     CameraConfig config = {};
-    config.InterfaceLink = interfaceLink >= 0 ? interfaceLink : link.setup.decoder != 0 ? 1 : 0;
+    config.InterfaceLink = link.setup.decoder != 0 ? 1 : link.setup.interfaceLink;
+    if (interfaceLink >= 0) config.InterfaceLink = interfaceLink;
     QV_InitOptions(&config, 0);
     QV_Open(link.setup.platform, link.setup.sensor, PortBase, link.setup.interfaceType, 0, 0,
             link.options, nullptr, nullptr);

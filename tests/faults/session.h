@@ -11,6 +11,8 @@ struct FaultyLink {
     const char* name;
     VirtualSetup setup;
     int32_t options = 0;
+    bool mayHang = false;            // it has waits that nothing but the camera ends
+    uint64_t longestUs = 10'000'000; // of an open and two frames that go wrong
 };
 
 class Session : public VirtualCameraTest {

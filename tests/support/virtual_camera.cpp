@@ -122,7 +122,10 @@ void VirtualCameraTest::TearDown()
 
 void VirtualCameraTest::Plug(const VirtualSetup& setup)
 {
-    WriteDefinitions(SmallDefinitions({setup.platform, setup.sensor, setup.phase}));
+    SmallPlatform definition = {setup.platform, setup.sensor, setup.phase};
+    definition.columns = setup.columns;
+    definition.rows = setup.rows;
+    WriteDefinitions(SmallDefinitions(definition));
     EmuBusCamera camera = {};
     camera.platform = setup.platform;
     camera.sensor = setup.sensor;

@@ -31,6 +31,8 @@ struct VirtualSetup {
     Strobe strobe = Strobe::Bin;
     int32_t phase = 10; // of the rows, in microseconds
     int32_t camera = 0; // that opens it; each has a card of its own
+    // Of the image, as the definition file says: less than the sensor has.
+    int32_t columns = ImageColumns, rows = ImageRows;
 };
 
 struct VirtualFrame {
