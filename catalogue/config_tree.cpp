@@ -180,6 +180,12 @@ int32_t ConfigInt(ConfigNode* node)
     return value < INT32_MIN || value > INT32_MAX ? 0 : static_cast<int32_t>(value);
 }
 
+uint32_t ConfigWord(ConfigNode* node)
+{
+    if (!ConfigHoldsInt(node)) return 0;
+    return static_cast<uint32_t>(config_setting_get_int64(Setting(node)) & UINT32_MAX);
+}
+
 double ConfigFloat(ConfigNode* node)
 {
     switch (TypeOf(node)) {

@@ -36,6 +36,7 @@ ConfigNode* ConfigMember(ConfigNode* group, const char* name);
 ConfigNode* ConfigElement(ConfigNode* array, int32_t index);
 
 int32_t ConfigInt(ConfigNode* node);      // 0 also for what does not fit
+uint32_t ConfigWord(ConfigNode* node);    // 32 bits of an integer; 0 for what is none
 double ConfigFloat(ConfigNode* node);     // an integer reads as that number
 const char* ConfigText(ConfigNode* node); // valid until the tree is closed
 

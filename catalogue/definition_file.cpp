@@ -144,3 +144,24 @@ int32_t ReadDemoDefinition(char* fileName, uint32_t room, int32_t* xpix, int32_t
     CloseConfigTree(&tree);
     return fits ? FileDone : FileNotParsed;
 }
+
+uint32_t ReadSensorProgram(int32_t platform, int32_t ccd, int32_t camera, uint32_t* words,
+                           uint32_t room)
+{
+    char path[FileNameRoom];
+    ComposeLibraryFile(path, DefinitionFile);
+    ConfigTree tree;
+    if (OpenConfigTree(path, &tree) != FileDone) return 0;
+    ConfigNode* group = ConfigMember(ConfigRoot(&tree), LibraryGroup);
+    group = ConfigMember(group, PlatformGroup);
+    group = ConfigMember(group, PTFtoName(platform, camera));
+    ConfigNode* program = ConfigMember(ConfigMember(group, CCDtoName(ccd, camera)), "Program");
+    uint32_t count = 0;
+    for (; count < room; ++count) {
+        ConfigNode* element = ConfigElement(program, static_cast<int32_t>(count));
+        if (element == nullptr) break;
+        words[count] = ConfigWord(element);
+    }
+    CloseConfigTree(&tree);
+    return count;
+}

@@ -23,3 +23,9 @@ int32_t OpenPar(int32_t platform, int32_t ccd, int32_t camera);
 // characters and the image's size in pixels. FileNotParsed if there is no name or
 // it does not fit. Nothing is stored unless the result is FileDone.
 int32_t ReadDemoDefinition(char* fileName, uint32_t room, int32_t* xpix, int32_t* ypix);
+
+// The readout program of a pair, for a camera whose pattern memory is filled from the file:
+// the array `Program`, 32 bits an element, at most `room` of them. How many there are; 0
+// without a file or an array.
+uint32_t ReadSensorProgram(int32_t platform, int32_t ccd, int32_t camera, uint32_t* words,
+                           uint32_t room);

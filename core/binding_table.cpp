@@ -8,12 +8,14 @@
 #include "drivers/heron_plus.h"
 #include "drivers/larch.h"
 #include "drivers/osprey.h"
+#include "drivers/r4_dsp.h"
 #include "drivers/sep.h"
 #include "drivers/tarn3.h"
 #include "drivers/tarn4.h"
 #include "drivers/tarn4_plus.h"
 #include "drivers/tarn5/tarn5.h"
 #include "drivers/tarn_u.h"
+#include "drivers/tolm.h"
 #include "drivers/tolm_e.h"
 #include "drivers/unod.h"
 #include "links/usb_link.h"
@@ -29,13 +31,14 @@ const PlatformBinding PlatformBindings[] = {
     {  24,  Keep,  2,       0,     Keep, 0,       Tarn4Rules,     nullptr, &Tarn4Extras },
     {  25,  Keep,  2,       0,     Keep, 0,       Tarn4PlusRules, nullptr, &Tarn4PlusExtras },
     {  28,  Keep,  1,       Keep,  Keep, Keep,    Tarn5Rules,     nullptr, &Tarn5Extras },
-    {  29,  0,     3,       0,     Keep, Keep,    TarnURules,     CloseTarnU, &TarnUExtras },
+    {  29,  0,     3,       0,     Keep, Keep,    TarnURules,     UsbCloseDevice, &TarnUExtras },
     {  30,  6,     1,       0,     Keep, Keep,    LarchRules,     nullptr, &LarchExtras },
     {  40,  6,     1,       0,     Keep, Keep,    BriarPortRules, nullptr, &BriarExtras },
     {  41,  6,     1,       0,     Keep, Keep,    BriarIsaRules,  nullptr, &BriarExtras },
     {  42,  6,     1,       0,     Keep, Keep,    BriarPciRules,  nullptr, &BriarPciExtras },
     {  44,  6,     1,       0,     Keep, Keep,    R3Rules,        nullptr, &R3Extras },
     {  47,  6,     1,       0,     Keep, Keep,    R3Rules,        nullptr, &R3PlusExtras },
+    {  48,  0,     3,       0,     Keep, Keep,    R4DspRules,     CloseR4Dsp, &R4DspExtras },
     {  60,  6,     1,       Keep,  Keep, Keep,    HeronRules,     nullptr },
     {  61,  6,     1,       Keep,  Keep, Keep,    HeronPlusRules, UsbCloseDevice, &HeronPlusExtras },
     {  70,  Keep,  1,       Keep,  Keep, Keep,    UnodRules,      nullptr },
@@ -43,6 +46,7 @@ const PlatformBinding PlatformBindings[] = {
     {  80,  6,     2,       0,     Keep, Keep,    SepRules,       nullptr },
     { 200,  Keep,  1,       Keep,  Keep, Keep,    OspreyRules,    UsbCloseDevice, &OspreyExtras },
     { 300,  6,     1,       Keep,  Keep, Keep,    TolmERules,     CloseTolmE, &TolmEExtras },
+    { 400,  0,     3,       0,     Keep, Keep,    TolmRules,      CloseTolm },
     { 450,  6,     1,       Keep,  Keep, Keep,    TolmERules,     CloseTolmE, &TolmEExtras },
     {},
 };

@@ -68,6 +68,7 @@ struct DriverExtras {
     void (*WriteMemory)(int32_t address, uint16_t value, int32_t camera) = nullptr;
     int32_t (*SerialNumber)(int32_t camera) = nullptr; // where it is no word of that memory
     void (*SetFan)(double percent, int32_t camera) = nullptr;
+    void (*SetTarget)(double celsius, int32_t camera) = nullptr;     // where it regulates by itself
     int32_t (*QueryStatus)(int32_t which, int32_t camera) = nullptr; // power, card transfer
     void (*SetShutterLine)(bool isLight, int32_t camera) = nullptr;  // where it is no register
     void (*SetDecimation)(int32_t mode, int32_t camera) = nullptr;   // the same of the bits sent

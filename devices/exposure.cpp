@@ -89,41 +89,6 @@ bool ClearsWhileExposing(int32_t platform)
     return platform != 50 && platform != 450 && platform != 400 && platform != 29;
 }
 
-// Keeps pace with the camera's counter without any sleep, since ClearOnce gets
-// its rate from here. The milliseconds waited.
-uint32_t WaitLong(double seconds, int32_t ms, uint32_t start, int32_t camera)
-{
-    const CameraRecord& record = CameraTable[camera];
-    const int32_t platform = record.PlatformCode;
-    uint32_t lastReport = start;
-    uint32_t lastTemperature = System.clock.TickCount();
-    bool idled = false;
-    for (;;) {
-        const uint32_t now = System.clock.TickCount();
-        const uint32_t elapsed = now - start;
-        const uint32_t sinceTemperature = System.clock.TickCount() - lastTemperature;
-        // The read has stopped the timer, so the regulator is served from here.
-        if (ms - int64_t{elapsed} >= QuietMs && sinceTemperature >= TemperatureMs) {
-            if (HasOption(OptionRegulation, camera)) TemperatureHandle(camera);
-            lastTemperature = System.clock.TickCount();
-        }
-        if (now - lastReport >= ReportMs) {
-            lastReport = now;
-            char text[TimeTextRoom];
-            snprintf(text, sizeof text, "%6.1lf", seconds - elapsed / 1000.0);
-            record.Ops.ExposureCallback(text, camera);
-        }
-        if (ClearsWhileExposing(platform) && HasOption(OptionClearWhileExposing, camera)) {
-            record.Ops.ClearOnce(camera);
-        }
-        if (platform == 50 && !idled && elapsed <= IdleMs) {
-            idled = true;
-            record.Ops.SensorIdle();
-        }
-        if (int64_t{elapsed} >= ms || IsBroken(camera)) return elapsed;
-    }
-}
-
 // On platform 50 the shutter tells when it has closed; all others are given time.
 void AwaitClosedShutter(int32_t camera)
 {
@@ -180,6 +145,40 @@ void WaitForHeads(int32_t longest, uint32_t start, int32_t camera)
 
 } // namespace
 
+// Without any sleep, since ClearOnce gets its rate from here.
+uint32_t AwaitExposure(double seconds, int32_t ms, uint32_t start, int32_t camera)
+{
+    const CameraRecord& record = CameraTable[camera];
+    const int32_t platform = record.PlatformCode;
+    uint32_t lastReport = start;
+    uint32_t lastTemperature = System.clock.TickCount();
+    bool idled = false;
+    for (;;) {
+        const uint32_t now = System.clock.TickCount();
+        const uint32_t elapsed = now - start;
+        const uint32_t sinceTemperature = System.clock.TickCount() - lastTemperature;
+        // The read has stopped the timer, so the regulator is served from here.
+        if (ms - int64_t{elapsed} >= QuietMs && sinceTemperature >= TemperatureMs) {
+            if (HasOption(OptionRegulation, camera)) TemperatureHandle(camera);
+            lastTemperature = System.clock.TickCount();
+        }
+        if (now - lastReport >= ReportMs) {
+            lastReport = now;
+            char text[TimeTextRoom];
+            snprintf(text, sizeof text, "%6.1lf", seconds - elapsed / 1000.0);
+            record.Ops.ExposureCallback(text, camera);
+        }
+        if (ClearsWhileExposing(platform) && HasOption(OptionClearWhileExposing, camera)) {
+            record.Ops.ClearOnce(camera);
+        }
+        if (platform == 50 && !idled && elapsed <= IdleMs) {
+            idled = true;
+            record.Ops.SensorIdle();
+        }
+        if (int64_t{elapsed} >= ms || IsBroken(camera)) return elapsed;
+    }
+}
+
 int32_t ExposureControl(const char*, double* exposure, int32_t shutter, int32_t camera)
 {
     CameraRecord& record = CameraTable[camera];
@@ -197,7 +196,7 @@ int32_t ExposureControl(const char*, double* exposure, int32_t shutter, int32_t 
     }
     if (HasOption(OptionExternalTrigger, camera)) return 0;
 
-    const uint32_t waited = WaitLong(*exposure, ms, start, camera);
+    const uint32_t waited = AwaitExposure(*exposure, ms, start, camera);
     const bool broken = IsBroken(camera);
     if (broken) {
         *exposure = waited / 1000.0;

@@ -9,6 +9,11 @@
 // 0. `label` is not used. The caller holds the timer off.
 int32_t ExposureControl(const char* label, double* exposure, int32_t shutter, int32_t camera);
 
-// The same for all heads of an array, each with its HeadExposure; 0, also after
+// Its wait for a camera that runs the exposure on its own: from tick `start` on for `ms`
+// milliseconds, which are `seconds`, with reports, temperature readings and clears as the
+// camera has them. Ends early on a break. The milliseconds waited.
+uint32_t AwaitExposure(double seconds, int32_t ms, uint32_t start, int32_t camera);
+
+// ExposureControl for all heads of an array, each with its HeadExposure; 0, also after
 // a break.
 int32_t ArrayExposureControl(int32_t shutter, int32_t camera);

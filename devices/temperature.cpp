@@ -60,6 +60,14 @@ void StartRegulation(int32_t camera)
     if (record.ArrayMode != 0) SaveHeadRegulator(camera, camera);
 }
 
+void SendTarget(int32_t camera)
+{
+    const CameraRecord& record = CameraTable[camera];
+    const DriverExtras* extras = record.Extras;
+    if (extras == nullptr || extras->SetTarget == nullptr) return;
+    extras->SetTarget(LoadReading(record.TargetTemperature), camera);
+}
+
 } // namespace
 
 void SetTemp(double temperature, int32_t units, int32_t camera)
@@ -69,7 +77,11 @@ void SetTemp(double temperature, int32_t units, int32_t camera)
     Select(camera);
     StoreReading(&record.TargetTemperature,
                  ToCelsius(temperature, units, LoadReading(record.TargetTemperature)));
-    if (record.PlatformCode != RegulatesByItself) StartRegulation(camera);
+    if (record.PlatformCode == RegulatesByItself) {
+        SendTarget(camera);
+    } else {
+        StartRegulation(camera);
+    }
     StartNow(camera);
 }
 

@@ -291,11 +291,6 @@ void BuildWaveTarnU(const char* /*path*/, uint32_t x, uint32_t y, uint32_t width
     }
 }
 
-void CloseTarnU(int32_t camera)
-{
-    UsbCloseDevice(camera);
-}
-
 const DriverExtras TarnUExtras = {
     .ReadMemory = ReadTarnUMemory,
     .WriteMemory = WriteTarnUMemory,

@@ -6,7 +6,5 @@
 extern const BindingRule TarnURules[];
 extern const DriverExtras TarnUExtras;
 
-void CloseTarnU(int32_t camera);
-
 // Tells the camera its geometry, from which it makes its own clock patterns.
 WaveBuilder BuildWaveTarnU;

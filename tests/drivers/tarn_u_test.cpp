@@ -184,7 +184,7 @@ TEST_F(TarnU, OtherFirmwareIsError28)
 
 TEST_F(TarnU, CloseIsTheDevices)
 {
-    CloseTarnU(UsbCamera);
+    FindPlatformBinding(29)->closeUsb(UsbCamera);
     EXPECT_EQ(TakeUsbLog(), "usb close");
     EXPECT_EQ(record.UsbHandle, 0u);
 }

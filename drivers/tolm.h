@@ -1,0 +1,7 @@
+// TOLM (platform 400).
+#pragma once
+#include "core/binding.h"
+
+extern const BindingRule TolmRules[];
+
+void CloseTolm(int32_t camera);
