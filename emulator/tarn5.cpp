@@ -28,6 +28,8 @@ constexpr uint16_t WritesMemory = 7 << 6;
 constexpr uint16_t LastLetter = 0x1000;
 constexpr uint16_t LetterThere = 0x2000;
 
+constexpr uint16_t WheelThere = 0x0001; // of the answer
+
 constexpr uint32_t MostWords = 16;
 constexpr double MostDrive = 255;
 constexpr double CountsPerKelvin = 7.85 / 0.6103515625; // millivolts
@@ -98,6 +100,13 @@ void WriteShutter(const EmuTarn5& camera, uint16_t, uint16_t now)
     DriveCooler(camera, *camera.driveCode, (now & CoolerOn) != 0);
 }
 
+// A filter wheel takes a byte as its strobe goes down, and is there at once.
+void WriteNumber(const EmuTarn5& camera, uint16_t before, uint16_t now)
+{
+    constexpr uint16_t wheelStrobe = 2;
+    if (before == wheelStrobe && now == 0) camera.letter->answer |= WheelThere;
+}
+
 void WriteStore(const EmuTarn5& camera, uint16_t, uint16_t)
 {
     const uint16_t* const r = camera.registers;
@@ -119,8 +128,13 @@ struct Effect {
     void (*written)(const EmuTarn5& camera, uint16_t before, uint16_t now);
 };
 const Effect Effects[] = {
-    {EmuTarn5Select, WriteSelect}, {EmuTarn5Shutter, WriteShutter}, {EmuTarn5Control, WriteControl},
-    {Store, WriteStore},           {LatchRepeat, WriteRepeat},      {LatchEnd, WriteEnd},
+    {EmuTarn5Select, WriteSelect},
+    {EmuTarn5Shutter, WriteShutter},
+    {EmuTarn5Control, WriteControl},
+    {Number, WriteNumber},
+    {Store, WriteStore},
+    {LatchRepeat, WriteRepeat},
+    {LatchEnd, WriteEnd},
 };
 
 } // namespace

@@ -98,6 +98,15 @@ TEST_F(UsbTarn5, CoprocessorHasMemoryConvertersAndThermometer)
     EXPECT_EQ(Status(19), 0x1234);
 }
 
+TEST_F(UsbTarn5, WheelIsThereOnceItHasItsByte)
+{
+    Plug(9);
+    Put({5, 255, 8, 2, 9, 0, 6, 0x21, 9, 2});
+    EXPECT_EQ(Status(19) & 1, 0);
+    Put({9, 0, 10, 0});
+    EXPECT_EQ(Status(19) & 1, 1);
+}
+
 TEST_F(UsbTarn5, MemoryChipHasTheSameWords)
 {
     setup.memory[7] = 0x4321;
