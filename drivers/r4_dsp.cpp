@@ -14,6 +14,7 @@
 #include "core/record.h"
 #include "core/status.h"
 #include "devices/temperature.h"
+#include "devices/wheel/filter_wheel.h"
 #include "drivers/bus/bus_camera.h"
 #include "drivers/usb/usb_camera.h"
 #include "links/pair_link.h"
@@ -49,11 +50,14 @@ enum CoprocessorOrder : uint16_t {
     SetDrive = 102,
     SwitchCooler = 103,
     EndCamera = 104,
+    ZeroWheel = 105,
+    TurnWheel = 106,
     StoreMemory = 107,
     FetchMemory = 108,
     SetPoint = 109,
     TellDrive = 110,
     SetPeriod = 112,
+    SetWheelOffset = 113,
     TellFirmware = 114,
     Resynchronise = 255,
 };
@@ -74,7 +78,6 @@ constexpr uint8_t AskVersion = 31;
 constexpr uint32_t VersionMs = 1000;
 constexpr uint32_t ClockMs = 100;
 constexpr uint32_t MemoryWriteMs = 10;
-constexpr uint16_t Period = 20; // of the coprocessor's loop
 
 enum CoprocessorBit : uint32_t { RunCamera = 16, ResetCamera = 32, ResetSequencer = 64 };
 constexpr uint32_t ResetSteps[] = {
@@ -107,7 +110,19 @@ constexpr int32_t UncountedLines = 3; // that the camera drops by itself
 constexpr uint32_t StreamSlack = 16;
 
 constexpr uint32_t FullFan = 4095;
-uint32_t FanLevel = FullFan; // of all cameras of this kind: required
+
+// Of the wheel's motor, by what the host asks it to hold.
+constexpr uint8_t Periods[] = {20, 15, 13, 12, 11, 10};
+constexpr uint16_t NoFirmware = 60622;
+constexpr uint32_t FirmwareWithOffset = 100;
+
+// Of all cameras of this kind: required.
+uint32_t FanLevel = FullFan;
+uint32_t Period = Periods[0];
+
+// Of each camera.
+uint32_t Firmware[CameraCount];
+uint32_t WheelOffsets[CameraCount];
 
 // --- coprocessor ---
 
@@ -176,6 +191,32 @@ int32_t ReadR4Temperature(int32_t camera)
     const int32_t drive = Order(TellDrive, camera);
     StoreFlag(&CameraTable[camera].CoolerPower, drive * 1000 / 4095);
     return 0;
+}
+
+// --- filter wheel ---
+
+uint16_t TurnR4Wheel(int32_t position, int32_t camera)
+{
+    return OrderValue(TurnWheel, static_cast<uint32_t>(position) - 1, camera);
+}
+
+uint16_t ZeroR4Wheel(int32_t camera)
+{
+    const uint16_t answer = Order(ZeroWheel, camera);
+    if (Firmware[camera] >= FirmwareWithOffset) {
+        OrderValue(SetWheelOffset, WheelOffsets[camera], camera);
+    }
+    return answer;
+}
+
+// The offset has a sign of its own, and waits for the next search of the zero position.
+void SetR4Wheel(int32_t hold, int32_t zeroOffset, int32_t camera)
+{
+    if (hold >= 0 && hold < static_cast<int32_t>(std::size(Periods))) {
+        StoreFlag(&Period, uint32_t{Periods[hold]});
+        OrderValue(SetPeriod, Periods[hold], camera);
+    }
+    WheelOffsets[camera] = static_cast<uint32_t>(zeroOffset >= 0 ? zeroOffset : 128 - zeroOffset);
 }
 
 // --- open ---
@@ -271,8 +312,9 @@ void StartR4(int32_t camera)
     WritePair(ProgramControl, RunProgram, camera);
     record.Registers[CoprocessorControl] |= RunCamera;
     WritePair(CoprocessorControl, record.Registers[CoprocessorControl], camera);
-    OrderValue(SetPeriod, Period, camera);
-    Order(TellFirmware, camera);
+    OrderValue(SetPeriod, LoadFlag(Period), camera);
+    const uint16_t firmware = Order(TellFirmware, camera);
+    Firmware[camera] = firmware == NoFirmware ? 0 : firmware;
 }
 
 // As tenths; a span that is not above 0 leaves both as they are.
@@ -436,6 +478,7 @@ const CameraOps R4DspOps = {
     .SetShutter = SetR4Shutter,
     .ReadWindow = ReadR4Window,
     .SetCooler = SwitchR4Cooler,
+    .MoveFilter = MoveWheel,
     .SetGain = NoResult,
 };
 
@@ -453,6 +496,9 @@ const DriverExtras R4DspExtras = {
     .SetFan = SetR4Fan,
     .SetTarget = SetR4Target,
     .SetShutterLine = SetR4ShutterLine,
+    .TurnWheel = TurnR4Wheel,
+    .ZeroWheel = ZeroR4Wheel,
+    .SetWheel = SetR4Wheel,
 };
 
 const BindingRule R4DspRules[] = {

@@ -11,6 +11,7 @@
 #include "core/record.h"
 #include "core/status.h"
 #include "devices/exposure.h"
+#include "devices/wheel/filter_wheel.h"
 #include "drivers/bus/bus_camera.h"
 #include "drivers/usb/usb_camera.h"
 #include "links/pair_link.h"
@@ -128,6 +129,14 @@ void WriteTarnUMemory(int32_t address, uint16_t value, int32_t camera)
     WritePair16(WordRegister, value, camera);
     RunCommand(StoreMemory, camera);
     System.clock.Sleep(MemoryWriteMs);
+}
+
+// A word with its command, whose answer means nothing.
+void HandTarnUPlug(const uint32_t* values, int32_t camera)
+{
+    uint16_t dropped = 0;
+    SetWord(static_cast<int32_t>(values[0] & 0xFF), values[1], camera);
+    ReadPair16(ResultRegister, &dropped, camera);
 }
 
 // --- cooler, fan, temperature ---
@@ -275,6 +284,7 @@ const CameraOps TarnUOps = {
     .SetShutter = KeepShutter,
     .ReadWindow = ReadTarnUWindow,
     .SetCooler = SwitchTarnUCooler,
+    .MoveFilter = MoveWheel,
     .SetGain = NoResult,
 };
 
@@ -295,6 +305,7 @@ const DriverExtras TarnUExtras = {
     .ReadMemory = ReadTarnUMemory,
     .WriteMemory = WriteTarnUMemory,
     .SetFan = SetTarnUFan,
+    .Plug = HandTarnUPlug,
 };
 
 const BindingRule TarnURules[] = {

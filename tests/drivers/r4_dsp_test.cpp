@@ -2,6 +2,7 @@
 // a dummy line, so an image is 64 bytes, and 96 with the two lines ahead of it.
 #include "drivers/r4_dsp.h"
 
+#include <array>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -326,6 +327,49 @@ TEST_F(R4Dsp, MemoryIsTheCoprocessors)
     EXPECT_EQ(TakePairLog() + "; ", Mail({108, 8}));
     QV_WriteEP(8, 0x1234, UsbCamera);
     EXPECT_EQ(TakePairLog() + "; ", Mail({107, 8, 0x1234}) + "sleep 10; ");
+}
+
+// --- filter wheel ---
+
+TEST_F(R4Dsp, WheelAnswersWithAnError)
+{
+    Tell({7});
+    QV_SetFilter(3, UsbCamera);
+    EXPECT_EQ(TakePairLog() + "; ", "sleep 100; " + Mail({106, 2}));
+    EXPECT_EQ(record.LastError, 7);
+    Tell({0});
+    QV_CalibFW(UsbCamera);
+    EXPECT_EQ(TakePairLog() + "; ", "sleep 100; " + Mail({105}));
+    EXPECT_EQ(record.LastError, 0);
+}
+
+// Index 2 of 20, 15, 13, 12, 11, 10. All cameras have one period, which the next open sends.
+TEST_F(R4Dsp, HoldOfTheWheelIsAPeriod)
+{
+    QV_SetFW(0, 2, 5, UsbCamera);
+    EXPECT_EQ(TakePairLog() + "; ", "sleep 100; " + Mail({112, 13}));
+    for (const int32_t hold : {-1, 6}) {
+        QV_OpenFW(0, hold, 5, UsbCamera);
+        EXPECT_EQ(TakePairLog(), "sleep 100");
+    }
+    EXPECT_EQ(OpenFakeUsb(), 0);
+    EXPECT_NE(TakePairLog().find(Mail({112, 13})), std::string::npos);
+    QV_SetFW(0, 0, 5, UsbCamera);
+}
+
+// From firmware 100 on; -3 goes out as 131.
+TEST_F(R4Dsp, OffsetOfTheWheelGoesToNewFirmware)
+{
+    for (const auto& [firmware, offset, sent] : std::vector<std::array<int32_t, 3>>{
+             {99, 5, -1}, {100, 5, 5}, {100, -3, 131}, {60622, 5, -1}}) {
+        Tell({0, 0, 0, 0, 0, 0, 0, static_cast<uint32_t>(firmware), 0});
+        EXPECT_EQ(OpenFakeUsb(), 0);
+        QV_SetFW(0, -1, offset, UsbCamera);
+        Usb.log.clear();
+        QV_CalibFW(UsbCamera);
+        const std::string order = sent < 0 ? "" : Mail({113, static_cast<uint32_t>(sent)});
+        EXPECT_EQ(TakePairLog() + "; ", "sleep 100; " + Mail({105}) + order) << firmware;
+    }
 }
 
 // --- shutter ---

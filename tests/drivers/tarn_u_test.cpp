@@ -259,6 +259,24 @@ TEST_F(TarnU, MemoryIsAddressedByBytes)
                                  Order("97", "17") + "; sleep 10");
 }
 
+// The low byte of the first value is the command, the low word of the second its word.
+TEST_F(TarnU, PlugIsAWordOfItsOwn)
+{
+    uint32_t values[] = {0xFFFFFF30, 0xABCD1234, 0x55, 0x66};
+    EXPECT_EQ(QV_Plug(0, values, UsbCamera), 0);
+    EXPECT_EQ(TakePairLog(), "sleep 100; " + Set("34", "12", "B0", "30") + "; ask 2 of 5D");
+    EXPECT_EQ(record.LastError, 0);
+}
+
+// A wheel of four-bit orders on register 11, busy by bit 1 of register 7. Position 3.
+TEST_F(TarnU, WheelIsOnItsRegisters)
+{
+    record.Config.FilterWheel = 3;
+    AnswerUsb("84 01 85 00 86 00 87 00 07", {0});
+    QV_SetFilter(3, UsbCamera);
+    EXPECT_EQ(TakePairLog(), "sleep 100; 0B 03; sleep 50; ask 1 of 07; 0B 00");
+}
+
 TEST_F(TarnU, NothingIsLoadedAndTheShutterIsItsOwn)
 {
     EXPECT_EQ(record.Ops.LoadSequencer("absent", UsbCamera), 1);
