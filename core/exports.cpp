@@ -3,6 +3,7 @@
 #include "include/qvn.h"
 
 #include "acquisition/armed.h"
+#include "acquisition/array.h"
 #include "acquisition/correction.h"
 #include "acquisition/kinetics.h"
 #include "acquisition/matrix.h"
@@ -38,13 +39,6 @@
     result name parameters                                                                         \
     {                                                                                              \
         return IsCamera(camera) ? routine arguments : static_cast<result>(0);                      \
-    }
-
-// Nothing stands behind these yet: they do nothing and give 0.
-#define NOT_BUILT(result, name, parameters)                                                        \
-    result name parameters                                                                         \
-    {                                                                                              \
-        return static_cast<result>(0);                                                             \
     }
 
 // clang-format off
@@ -164,6 +158,10 @@ CAMERA_EXPORT(void, QV_StartAcquisition, StartAcquisition, (int32_t mode, int32_
 CAMERA_EXPORT(void, QV_GetImage, GetImage, (uint16_t* buffer, int32_t camera), (buffer, camera))
 CAMERA_EXPORT(void, QV_FlushAcquisition, FlushAcquisition, (int32_t camera), (camera))
 
+// arrays
+CAMERA_EXPORT(void, QV_OpenArray, OpenArray, (const void* arrayConfig, int32_t platform, int32_t ccd, int32_t, uint32_t options, int32_t camera, QvExposureCallback exposureCallback, QvProgressCallback progressCallback), (arrayConfig, platform, ccd, options, camera, exposureCallback, progressCallback))
+CAMERA_EXPORT(void, QV_AGetCCD, AGetCCD, (int32_t shutter, const double* exposures, uint16_t** buffers, int32_t camera), (shutter, exposures, buffers, camera))
+
 // filter wheel, objective, plug-in device
 CAMERA_EXPORT(void, QV_SetFilter, SetFilter, (int32_t position, int32_t camera), (position, camera))
 CAMERA_EXPORT(void, QV_CalibFW, CalibFW, (int32_t camera), (camera))
@@ -199,8 +197,6 @@ CAMERA_EXPORT(int32_t, QV_PeekW, PeekW, (int32_t address, int32_t camera), (addr
 CAMERA_EXPORT(int32_t, QV_QuerySts, QuerySts, (int32_t which, int32_t camera), (which, camera))
 CAMERA_EXPORT(int32_t, QV_GetAD, GetAD, (int32_t channel, int32_t camera), (channel, camera))
 
-NOT_BUILT(void, QV_OpenArray, (const void*, int32_t, int32_t, int32_t, uint32_t, int32_t, QvExposureCallback, QvProgressCallback))
-NOT_BUILT(void, QV_AGetCCD, (int32_t, const double*, uint16_t**, int32_t))
 // clang-format on
 
 namespace {

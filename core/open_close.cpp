@@ -112,18 +112,45 @@ void CloseLink(int32_t camera)
     }
 }
 
-// The full sensor, unbinned. The results are not examined: a pattern that could
-// not be built leaves its code in LastError and does not stop the open.
-void LoadFirstPattern(int32_t camera)
+// The full sensor, unbinned, into wave.bin.
+void BuildFirstPattern(char* path, int32_t camera)
 {
     CameraRecord& record = CameraTable[camera];
-    char path[FileNameRoom];
     ComposeLibraryFile(path, "wave.bin");
     record.Ops.BuildWave(path, 0, 0, static_cast<uint32_t>(record.Ccd.Xpix),
                          static_cast<uint32_t>(record.HorBinning), record.VerBinning,
                          static_cast<uint32_t>(record.WaveOption),
                          static_cast<uint32_t>(record.WaveExtraCount), camera);
-    record.Ops.LoadSequencer(path, camera);
+}
+
+// The results are not examined: a pattern that could not be built leaves its code in
+// LastError and does not stop the open.
+void LoadFirstPattern(int32_t camera)
+{
+    char path[FileNameRoom];
+    BuildFirstPattern(path, camera);
+    CameraTable[camera].Ops.LoadSequencer(path, camera);
+}
+
+bool CanBeArray(int32_t platform)
+{
+    return platform == 42 || platform == 44;
+}
+
+// One pattern, and table gain 0, for every head.
+void LoadHeads(int32_t camera)
+{
+    CameraRecord& record = CameraTable[camera];
+    char path[FileNameRoom];
+    BuildFirstPattern(path, camera);
+    for (int32_t head = 0; head < HeadCount; ++head) {
+        if (!IsHeadFitted(head, camera)) continue;
+        SelectHead(head, camera);
+        record.Ops.LoadSequencer(path, camera);
+        record.LoadedGain = -1;
+        record.GainIndex = 0;
+        record.Ops.SetGain(camera);
+    }
 }
 
 } // namespace
@@ -203,6 +230,34 @@ void Open(int32_t platform, int32_t ccd, int32_t address, int32_t interfaceType,
     if ((LoadFlag(record.Options) & OptionsWithTimer) != 0) TimerJoin(camera);
 }
 
+void OpenArray(const void* arrayConfig, int32_t platform, int32_t ccd, uint32_t options,
+               int32_t camera, QvExposureCallback exposureCallback,
+               QvProgressCallback progressCallback)
+{
+    CameraRecord& record = CameraTable[camera];
+    if (LoadFlag(record.CameraOn) != 0) return;
+    if (!CanBeArray(platform) || arrayConfig == nullptr) {
+        StoreFlag(&record.LastError, ErrorArrayPlatform);
+        return;
+    }
+    memcpy(&record.ArrayConfig, arrayConfig, sizeof record.ArrayConfig);
+    StoreFlag(&record.ArrayMode, int8_t{1});
+    if (PrepareCamera(platform, ccd, InterfaceCard2, camera, options, exposureCallback,
+                      progressCallback) != 0) {
+        return;
+    }
+    record.LinkPlatform = platform;
+    StoreFlag(&record.LastError, record.Ops.OpenArrayCamera(camera));
+    if (LoadFlag(record.LastError) != ErrorNone) return;
+
+    StoreFlag(&record.CameraOn, 1);
+    record.HorBinning = 1;
+    record.VerBinning = 1;
+    record.MaxValue = ToUint16(std::ldexp(1.0, record.Platform.ADbit) - 1.0);
+    LoadHeads(camera);
+    if ((LoadFlag(record.Options) & OptionsWithTimer) != 0) ArrayTimerJoin(camera);
+}
+
 void OpenWithoutCallbacks(int32_t platform, int32_t ccd, int32_t address, int32_t interfaceType,
                           int32_t attach, int32_t camera, uint32_t options)
 {
@@ -254,7 +309,19 @@ void Select(int32_t camera)
     const CameraRecord& record = CameraTable[camera];
     if (LoadFlag(record.ArrayMode) == 0) return;
     SaveHeadRegulator(record.CurrentArrayCamera & (HeadCount - 1), camera);
+    SelectHead(camera, camera);
     LoadHeadRegulator(camera, camera);
+}
+
+void SelectHead(int32_t head, int32_t camera)
+{
+    const DriverExtras* extras = CameraTable[camera].Extras;
+    if (extras != nullptr && extras->SelectUnit != nullptr) extras->SelectUnit(head, camera);
+}
+
+bool IsHeadFitted(int32_t head, int32_t camera)
+{
+    return (CameraTable[camera].ArrayConfig.words[1] >> head & 1) != 0;
 }
 
 void SubSelect(int32_t camera, int32_t subCamera)

@@ -29,6 +29,15 @@ int32_t PrepareCamera(int32_t platform, int32_t ccd, int32_t interfaceType, int3
 
 void Close(int32_t camera);
 
+// Opens the heads behind one card as one camera, on platforms 42 and 44. LastError tells.
+void OpenArray(const void* arrayConfig, int32_t platform, int32_t ccd, uint32_t options,
+               int32_t camera, QvExposureCallback exposureCallback,
+               QvProgressCallback progressCallback);
+
+// Array mode: makes `head` the one that listens and whose shadows stand in the record.
+void SelectHead(int32_t head, int32_t camera);
+bool IsHeadFitted(int32_t head, int32_t camera);
+
 // Array mode: makes the camera number's head the current one. Else nothing.
 void Select(int32_t camera);
 void SubSelect(int32_t camera, int32_t subCamera);

@@ -79,6 +79,7 @@ struct DriverExtras {
     uint16_t (*TurnWheel)(int32_t position, int32_t camera) = nullptr; // from 1
     uint16_t (*ZeroWheel)(int32_t camera) = nullptr;
     void (*SetWheel)(int32_t hold, int32_t zeroOffset, int32_t camera) = nullptr;
+    void (*SelectUnit)(int32_t unit, int32_t camera) = nullptr; // a head of an array
     // A frame in steps, where the card fetches it: readies camera and card (47 only),
     // starts, copies what has come, gives it up.
     void (*ArmFrame)(double exposure, int32_t camera) = nullptr;

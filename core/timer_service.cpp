@@ -2,6 +2,7 @@
 
 #include "core/errors.h"
 #include "core/flags.h"
+#include "core/open_close.h"
 #include "core/options.h"
 #include "devices/temperature.h"
 #include "platform/system.h"
@@ -13,6 +14,8 @@ uint32_t TimerId;
 uint32_t TimerPeriod;
 int32_t TimerCursor;
 int32_t TimerEntered;
+uint32_t ArrayTimerId;
+int32_t ArrayTickRunning;
 int32_t TimerActive[CameraCount];
 int32_t TimerDivider[CameraCount];
 int32_t TimerBusy[CameraCount];
@@ -24,6 +27,7 @@ namespace {
 constexpr uint32_t TickPeriod = 100; // milliseconds
 constexpr int32_t TurnsPerWork = 5;
 constexpr uint32_t StopPollMs = 5;
+constexpr uint32_t ArrayTickCamera = 1; // whatever number the array has: required
 
 bool WantsTimer(int32_t camera)
 {
@@ -94,6 +98,56 @@ void TimerCallback(uint32_t)
     StoreFlag(&TimerEntered, 0);
 }
 
+// One head of the array: its regulator and, where wanted, a clear. False when the
+// reading failed.
+bool ServeHead(int32_t head, int32_t camera)
+{
+    CameraRecord& record = CameraTable[camera];
+    const uint32_t options = LoadFlag(record.Options);
+    SelectHead(head, camera);
+    LoadHeadRegulator(head, camera);
+    record.SubCamera = head;
+    if ((options & OptionRegulation) != 0) {
+        if (TemperatureHandle(camera) != 0) return false;
+        StoreReading(&record.ArrayTemperature[head], LoadReading(record.CurrentTemperature));
+        StoreFlag(&record.ArrayPower[head], LoadFlag(record.CoolerPower));
+    }
+    if ((options & OptionKeepClean) != 0) record.Ops.ClearSensor(camera);
+    SaveHeadRegulator(head, camera);
+    return true;
+}
+
+void ArrayWork(int32_t camera)
+{
+    CameraRecord& record = CameraTable[camera];
+    const uint32_t start = System.clock.TickCount();
+    StepFlag(&record.BackgroundTicks, 1);
+    for (int32_t head = 0; head < HeadCount; ++head) {
+        if (!IsHeadFitted(head, camera)) continue;
+        if (ServeHead(head, camera)) continue;
+        StoreFlag(&record.LastError, ErrorLinkFailure);
+        return;
+    }
+    StoreFlag(&record.TickDuration, static_cast<int32_t>(System.clock.TickCount() - start));
+}
+
+// Once a stop has been seen there is no further work: required. A closed camera has
+// none either.
+void ArrayTick(uint32_t userValue)
+{
+    const int32_t camera = static_cast<int32_t>(userValue);
+    const CameraRecord& record = CameraTable[camera];
+    if (LoadFlag(TimerPaused[camera]) != 0) return;
+    // Claimed before the stop count is read; see Tick.
+    if (ExchangeFlag(&ArrayTickRunning, 1) != 0) return;
+    if (LoadFlag(StopCount[camera]) != 0) {
+        StoreFlag(&TimerPaused[camera], 1);
+    } else if (LoadFlag(record.CameraOn) != 0 && LoadFlag(record.ArrayMode) != 0) {
+        ArrayWork(camera);
+    }
+    StoreFlag(&ArrayTickRunning, 0);
+}
+
 void CreateTimer(int32_t camera)
 {
     TimerPeriod = System.timer.FinestPeriod();
@@ -110,11 +164,24 @@ void EndTimer(int32_t camera)
     System.timer.EndPeriod(TimerPeriod);
 }
 
+bool IsTurnRunning(int32_t camera)
+{
+    if (LoadFlag(TimerBusy[camera]) != 0) return true;
+    return LoadFlag(CameraTable[camera].ArrayMode) != 0 && LoadFlag(ArrayTickRunning) != 0;
+}
+
 // Waits for the end of the turn that the timer may be in.
 void AwaitTurn(int32_t camera)
 {
     StoreFlag(&StopCount[camera], 1);
     while (LoadFlag(TimerBusy[camera]) != 0) System.clock.Relax();
+}
+
+// An array that is closed without a call that holds the timer off.
+void AwaitArrayTick(int32_t camera)
+{
+    StoreFlag(&StopCount[camera], 1);
+    while (LoadFlag(ArrayTickRunning) != 0) System.clock.Relax();
 }
 
 } // namespace
@@ -139,6 +206,22 @@ void TimerJoin(int32_t camera)
     }
 }
 
+void ArrayTimerJoin(int32_t camera)
+{
+    const CameraRecord& record = CameraTable[camera];
+    StoreFlag(&TimerPaused[camera], 0);
+    StoreFlag(&StopCount[camera], 0);
+    const int32_t noted = LoadFlag(record.BackgroundTicks);
+    if (ArrayTimerId == 0) {
+        TimerPeriod = System.timer.FinestPeriod();
+        System.timer.BeginPeriod(TimerPeriod);
+        ArrayTimerId = System.timer.Start(TickPeriod, ArrayTick, ArrayTickCamera);
+    }
+    while (LoadFlag(record.BackgroundTicks) == noted || LoadFlag(ArrayTickRunning) != 0) {
+        System.clock.Relax();
+    }
+}
+
 void TimerLeave(int32_t camera)
 {
     const bool joined = LoadFlag(TimerActive[camera]) != 0;
@@ -152,6 +235,7 @@ void TimerLeave(int32_t camera)
     } else if (joined) {
         AwaitTurn(camera);
     }
+    if (!joined) AwaitArrayTick(camera);
     StoreFlag(&TimerActive[camera], 0);
     // The cursor may still stand here: one turn on a closed camera does no work.
     StoreFlag(&TimerDivider[camera], 0);
@@ -163,7 +247,7 @@ void StopNow(int32_t camera)
     if (StepFlag(&StopCount[camera], 1) >= 2 || !WantsTimer(camera)) return;
     do {
         System.clock.Sleep(StopPollMs);
-    } while (LoadFlag(TimerPaused[camera]) == 0 || LoadFlag(TimerBusy[camera]) != 0);
+    } while (LoadFlag(TimerPaused[camera]) == 0 || IsTurnRunning(camera));
 }
 
 void StartNow(int32_t camera)
@@ -205,6 +289,8 @@ void ResetTimerService()
     TimerRunning = 0;
     TimerAutoStart = 1;
     TimerId = 0;
+    ArrayTimerId = 0;
+    StoreFlag(&ArrayTickRunning, 0);
     TimerPeriod = 0;
     StoreFlag(&TimerCursor, 0);
     StoreFlag(&TimerEntered, 0);

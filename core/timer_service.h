@@ -10,9 +10,11 @@ extern int32_t TimerUsers;     // cameras that joined
 extern int32_t TimerRunning;   // the timer was created by a join
 extern int32_t TimerAutoStart; // the next join creates the timer
 extern uint32_t TimerId;
-extern uint32_t TimerPeriod; // the system's finest period, milliseconds
-extern int32_t TimerCursor;  // the camera whose turn it is
-extern int32_t TimerEntered; // a tick is running
+extern uint32_t TimerPeriod;     // the system's finest period, milliseconds
+extern int32_t TimerCursor;      // the camera whose turn it is
+extern int32_t TimerEntered;     // a tick is running
+extern uint32_t ArrayTimerId;    // the array's own timer; 0: it was not created
+extern int32_t ArrayTickRunning; // an array tick is running
 extern int32_t TimerActive[CameraCount];
 extern int32_t TimerDivider[CameraCount]; // turns since the camera's last work turn
 extern int32_t TimerBusy[CameraCount];    // the camera's turn is running
@@ -22,6 +24,10 @@ extern int32_t TimerPaused[CameraCount];  // the timer has seen StopCount and st
 // Takes the camera into the rotation and, where the timer runs, waits without
 // limit until the camera's first work turn has ended.
 void TimerJoin(int32_t camera);
+
+// The same for an array: a timer of its own, which serves camera 1 and no other, and goes
+// on until the process ends. An array of another number waits here for good: required.
+void ArrayTimerJoin(int32_t camera);
 
 // Takes it out again, and returns once no turn of it is running. The last one to
 // leave ends the timer. A camera that never joined is left alone.

@@ -4,6 +4,7 @@
 
 #include "core/convert.h"
 #include "core/flags.h"
+#include "core/open_close.h"
 #include "core/options.h"
 #include "core/record.h"
 #include "devices/shutter_line.h"
@@ -100,11 +101,6 @@ void AwaitClosedShutter(int32_t camera)
     while ((record.Ops.ReadRegister(2, camera) & 0x80) != 0) System.clock.Relax();
 }
 
-bool IsHeadFitted(int32_t head, int32_t camera)
-{
-    return (CameraTable[camera].ArrayConfig.words[1] >> head & 1) != 0;
-}
-
 int32_t LongestHeadMs(int32_t camera)
 {
     int32_t longest = 0;
@@ -117,10 +113,10 @@ int32_t LongestHeadMs(int32_t camera)
 
 void StartHeads(int32_t shutter, int32_t camera)
 {
-    CameraRecord& record = CameraTable[camera];
+    const CameraRecord& record = CameraTable[camera];
     for (int32_t head = 0; head < HeadCount; ++head) {
         if (!IsHeadFitted(head, camera)) continue;
-        record.CurrentArrayCamera = head;
+        SelectHead(head, camera);
         if (shutter != 0) record.Ops.SetShutter(record.HeadExposure[head], camera);
     }
 }

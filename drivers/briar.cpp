@@ -114,6 +114,7 @@ const DriverExtras BriarExtras = {.ShiftRows = ShiftBusRows};
 
 const DriverExtras BriarPciExtras = {
     .ShiftRows = ShiftBusRows,
+    .SelectUnit = SelectUnit,
     .StartFrame = StartBusFrame,
     .FetchFrame = FetchBusFrame,
     .GiveUpFrame = GiveUpBusFrame,

@@ -418,9 +418,16 @@ void NoteHeadStart(double seconds, int32_t camera)
                          std::to_string(static_cast<int>(seconds * 1000.0 + 0.5)));
 }
 
+void SelectUnit(int32_t unit, int32_t camera)
+{
+    CameraTable[camera].CurrentArrayCamera = unit;
+}
+
 void OpenHeads(uint16_t mask, uint32_t options)
 {
+    static constexpr DriverExtras Extras = {.SelectUnit = SelectUnit};
     OpenFake(42, 0, options);
+    CameraTable[0].Extras = &Extras;
     CameraTable[0].ArrayMode = 1;
     CameraTable[0].ArrayConfig.words[1] = mask;
     CameraTable[0].Ops.SetShutter = NoteHeadStart;
