@@ -1,12 +1,12 @@
 #include "links/flag_link.h"
 
+#include "links/register_bytes.h"
 #include "links/usb_link.h"
 
 namespace {
 
 constexpr uint8_t RegisterFlag = 0x80;
 constexpr uint8_t Fetch = 0x40; // sends the register whose number stands in register 0
-constexpr uint32_t PairsAtOnce = 64;
 
 } // namespace
 
@@ -24,15 +24,7 @@ void FlagWrite(int32_t reg, int32_t value, int32_t camera)
 
 void FlagWriteRegisters(const RegisterPair* pairs, uint32_t count, int32_t camera)
 {
-    uint8_t bytes[2 * PairsAtOnce];
-    uint32_t filled = 0;
-    for (uint32_t i = 0; i < count; ++i) {
-        bytes[filled++] = static_cast<uint8_t>(pairs[i].reg);
-        bytes[filled++] = static_cast<uint8_t>(pairs[i].value);
-        if (filled < sizeof bytes && i + 1 < count) continue;
-        FlagSend(bytes, filled, camera);
-        filled = 0;
-    }
+    SendRegisterBytes(pairs, count, FlagSend, camera);
 }
 
 uint16_t FlagRead(int32_t reg, int32_t camera)
