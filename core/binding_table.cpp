@@ -8,6 +8,7 @@
 #include "drivers/heron_plus.h"
 #include "drivers/larch.h"
 #include "drivers/osprey.h"
+#include "drivers/osprey_plus.h"
 #include "drivers/r4_dsp.h"
 #include "drivers/sep.h"
 #include "drivers/tarn3.h"
@@ -45,6 +46,7 @@ const PlatformBinding PlatformBindings[] = {
     {  71,  Keep,  1,       2,     Keep, Keep,    Unod2Rules,     nullptr },
     {  80,  6,     2,       0,     Keep, Keep,    SepRules,       nullptr },
     { 200,  Keep,  1,       Keep,  Keep, Keep,    OspreyRules,    UsbCloseDevice, &OspreyExtras },
+    { 205,  Keep,  1,       Keep,  Keep, Keep,    OspreyPlusRules, CloseOspreyPlus, &OspreyPlusExtras },
     { 300,  6,     1,       Keep,  Keep, Keep,    TolmERules,     CloseTolmE, &TolmEExtras },
     { 400,  0,     3,       0,     Keep, Keep,    TolmRules,      CloseTolm },
     { 450,  6,     1,       Keep,  Keep, Keep,    TolmERules,     CloseTolmE, &TolmEExtras },
