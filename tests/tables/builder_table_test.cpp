@@ -155,17 +155,10 @@ std::vector<int32_t> Codes(const std::string& text)
 
 // Why a platform of the catalogue has no builder.
 const std::map<int32_t, std::string> Gaps = {
-    {10, "has a name and no driver"},
-    {20, "has a name and no driver"},
-    {29, "sends its geometry in a command; not built yet"},
-    {43, "has a name and no driver"},
-    {45, "has neither a name nor a driver"},
-    {46, "has neither a name nor a driver"},
-    {50, "has a name and no driver"},
-    {90, "has a name and no driver"},
-    {100, "has a name and no driver"},
-    {300, "sends its geometry in a command; not built yet"},
-    {450, "sends its geometry in a command; not built yet"},
+    {10, "has a name and no driver"},        {20, "has a name and no driver"},
+    {43, "has a name and no driver"},        {45, "has neither a name nor a driver"},
+    {46, "has neither a name nor a driver"}, {50, "has a name and no driver"},
+    {90, "has a name and no driver"},        {100, "has a name and no driver"},
 };
 
 std::vector<int32_t> SensorsOf(int32_t platform)
