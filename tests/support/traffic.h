@@ -13,7 +13,7 @@
 //   clock                          which stands for them
 //   bits 0101                      the names 0, 1, 0, 1 in turn
 //   80 times clock                 the line or name so many times
-//   any usb queue *                as many such lines as there are, or none
+//   any sleep 1 | usb queue *      as many lines of these kinds as there are, or none
 //   usb + 9C 00                    goes on with the write before it, wherever the record
 //   adaptor + 001C 0000            begins a new line
 #pragma once

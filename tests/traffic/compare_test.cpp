@@ -76,6 +76,11 @@ TEST(TrafficCompare, AnyTakesAllSuchLinesOrNone)
                              "any sleep *",
                              Conversation),
               "");
+    EXPECT_EQ(TrafficDiffers("card open\nany address * | data 0009 | pixel\nsleep 2", Conversation),
+              "");
+    EXPECT_EQ(TrafficDiffers("card open\nany address * | data *\ndata 0009\npixel x 4\nsleep 2",
+                             Conversation),
+              "");
     EXPECT_NE(TrafficDiffers("card open\nany address 8004\ndata 0009\n...", Conversation), "");
 }
 

@@ -110,7 +110,7 @@ void Conversation::Window()
     EXPECT_EQ(QV_Status(0), 0);
 }
 
-void Conversation::LoadWords(bool bytes, uint32_t words)
+void LoadWords(bool bytes, uint32_t words)
 {
     const uint16_t narrow[] = {0x12, 0x34, 0x56}, wide[] = {0x1234, 0x5678, 0x9ABC};
     const int size = bytes ? 1 : 2;

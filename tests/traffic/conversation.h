@@ -21,9 +21,11 @@ protected:
     // A frame of 0.02 s; a window of 4 by 2 at row 3 with its pattern loaded.
     void Frame(int32_t shutter);
     void Window();
-    // `words` words: 12, 34, 56 of a byte each, or 1234, 5678, 9ABC, and then 0.
-    void LoadWords(bool bytes, uint32_t words);
 
     // What was recorded since; "buffer" is where the card's transfer goes.
     void ExpectFile(const std::string& name);
 };
+
+// Loads camera 0 with `words` words: 12, 34, 56 of a byte each, or 1234, 5678, 9ABC, and
+// then 0.
+void LoadWords(bool bytes, uint32_t words);
