@@ -228,9 +228,13 @@ void SendLines(int64_t first, int64_t end, int64_t length, int32_t camera)
     WriteWord(FrameLength, length, camera);
 }
 
+// A camera that has been closed never tells.
 void AwaitClear(int32_t camera)
 {
-    while ((ReadPair(ClearStatus, camera) & ClearDone) == 0) System.clock.Relax();
+    while (CameraTable[camera].UsbHandle != 0) {
+        if ((ReadPair(ClearStatus, camera) & ClearDone) != 0) return;
+        System.clock.Relax();
+    }
 }
 
 void ClearTolm(int32_t camera)

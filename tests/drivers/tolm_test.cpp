@@ -8,6 +8,7 @@
 #include "core/options.h"
 #include "core/record.h"
 #include "emulator/emulator.h"
+#include "platform/system.h"
 #include "sequencer/firmware_geometry.h"
 #include "tests/support/fake_usb.h"
 
@@ -198,6 +199,16 @@ TEST_F(Tolm, SensorIsClearedAndWaitedFor)
     record.Ops.ClearSensor(UsbCamera);
     EXPECT_EQ(TakePairLog(), "08 01 09 00; 0A 05 0B 00; 0C 06 0D 00; 0E 00; 0F 01; 0F 00; 11 10; "
                              "0F 44; ask 1 of 19; ask 1 of 19; ask 1 of 19; 11 00; 0F 00");
+}
+
+TEST_F(Tolm, ClearOfAClosedCameraComesBack)
+{
+    record.UsbHandle = 0; // the device library refuses it
+    System.usb.Write = [](uint64_t, const void*, uint32_t, uint32_t*) { return 1u; };
+    System.usb.Read = [](uint64_t, void*, uint32_t, uint32_t*) { return 1u; };
+    System.usb.GetQueueStatus = [](uint64_t, uint32_t*) { return 1u; };
+    record.Ops.ClearSensor(UsbCamera);
+    EXPECT_EQ(record.Registers[15], 0);
 }
 
 // --- frames ---
