@@ -13,6 +13,7 @@
 #include "emulator/bus_camera.h"
 #include "emulator/bus_links.h"
 #include "emulator/line_maps.h"
+#include "emulator/usb_camera.h"
 #include "include/qvn_bench.h"
 
 namespace {
@@ -27,10 +28,16 @@ constexpr int64_t MostPixels = int64_t{1} << 28; // of a sensor
 
 // How a driver takes the words of a frame from the stream.
 enum class Stream : uint8_t {
-    Own,    // the camera sends what its counters say
-    Pixels, // each by itself
-    Dma,    // drops four of a whole frame, six of a transfer line by line
-    Even,   // drops four of a whole frame
+    Own,     // the camera sends what its counters say
+    Pixels,  // each by itself
+    Dma,     // drops four of a whole frame, six of a transfer line by line
+    Even,    // drops four of a whole frame
+    Skewed,  // drops three of a transfer line by line
+    Doubled, // the same, and there are twice as many dummy lines
+    Block,   // drops four of a whole frame, whatever the link
+    Reply,   // drops four cells in bins, and a word
+    Headed,  // drops two lines and three words
+    Lines,   // the camera begins behind the dummy lines
 };
 
 struct InstrumentRow {
@@ -47,17 +54,25 @@ const InstrumentRow Rows[] = {
     {23,        {2, 4, 1},            false, true,  Stream::Pixels},
     {24,        {2, 4, NoLink},       true,  false, Stream::Dma},
     {25,        {2, 4, NoLink},       true,  false, Stream::Dma},
-    {28,        {2, 4, NoLink},       false, false, Stream::Even},
+    {28,        {2, 4, 6},            false, false, Stream::Even},
+    {29,        {6, NoLink, NoLink},  false, false, Stream::Own},
     {30,        {2, 4, NoLink},       true,  false, Stream::Dma},
     {40,        {0, NoLink, NoLink},  false, false, Stream::Pixels},
     {41,        {1, NoLink, NoLink},  false, false, Stream::Pixels},
     {42,        {2, 4, NoLink},       false, false, Stream::Dma},
     {44,        {2, 4, NoLink},       true,  false, Stream::Dma},
     {47,        {2, 4, NoLink},       true,  false, Stream::Dma},
+    {48,        {6, NoLink, NoLink},  false, false, Stream::Headed},
     {60,        {2, 4, 0},            false, false, Stream::Pixels},
+    {61,        {6, NoLink, NoLink},  false, false, Stream::Skewed},
     {70,        {70, 2, 4},           false, false, Stream::Own},
     {71,        {70, 2, 4},           false, false, Stream::Own},
     {80,        {2, 4, NoLink},       true,  false, Stream::Pixels},
+    {200,       {6, NoLink, NoLink},  false, false, Stream::Doubled},
+    {205,       {6, NoLink, NoLink},  false, false, Stream::Block},
+    {300,       {6, NoLink, NoLink},  false, false, Stream::Reply},
+    {400,       {6, NoLink, NoLink},  false, false, Stream::Lines},
+    {450,       {6, NoLink, NoLink},  false, false, Stream::Reply},
 };
 // clang-format on
 
@@ -153,7 +168,9 @@ int32_t ChooseLink(VirtualInstrument* what, std::string* error)
                       error);
     }
     if (!IsPort(what->link) && what->address >= 0) {
-        return Refuse("address: the card needs none", error);
+        return Refuse(what->link == QV_INTERFACE_USB ? "address: USB has none"
+                                                     : "address: the card needs none",
+                      error);
     }
     if (what->link == QV_INTERFACE_PRINTER_PORT && what->address < 0) what->address = PrinterPort;
     if (what->link == QV_INTERFACE_PORT_CARD && what->address < 0) what->address = PortCard;
@@ -237,17 +254,36 @@ struct StreamForm {
     uint8_t lag;        // words by which the converter is behind
     uint32_t darkAhead; // rows ahead of the image
     uint32_t darkRows;  // ahead of it and behind
+    uint8_t lagCells;   // the same lag in unbinned pixels
 };
+
+StreamForm FormOnUsb(Stream stream, int32_t sensor, uint32_t dummy)
+{
+    const bool twoFields = sensor == 5000;
+    switch (stream) {
+    case Stream::Even: return {0, dummy / 2 + 1, dummy + 1, 0};
+    case Stream::Skewed: return {3, dummy / 2 + 1, dummy + 1, 0};
+    case Stream::Doubled: return {3, dummy, 2 * dummy, 0};
+    case Stream::Block: return {4, dummy / 2, dummy + 1, 0};
+    case Stream::Reply: return twoFields ? StreamForm{} : StreamForm{1, 0, 0, 4};
+    case Stream::Headed: return {3, std::max(dummy / 2, 3u) - 1, dummy + 2, 0};
+    case Stream::Lines: return {0, dummy, dummy, 0};
+    default: return {};
+    }
+}
 
 StreamForm FormOf(const PlannedInstrument& instrument)
 {
-    const InstrumentRow& row = *FindRow(instrument.what.platform);
+    const VirtualInstrument& what = instrument.what;
+    const InstrumentRow& row = *FindRow(what.platform);
     const uint32_t dummy = instrument.ccd.Dummy[0];
-    const bool ownClock = instrument.what.sensor == 500 || instrument.what.sensor == 506;
-    if (row.stream == Stream::Own || ownClock) return {0, 0, 0};
-    if (row.stream == Stream::Pixels) return {0, dummy / 2 + 1, dummy + 1};
-    if (instrument.what.revision == WholeFrames) return {4, dummy / 2, dummy + 1};
-    return {static_cast<uint8_t>(row.stream == Stream::Dma ? 6 : 0), dummy / 2 + 1, dummy + 1};
+    if (what.link == QV_INTERFACE_USB) return FormOnUsb(row.stream, what.sensor, dummy);
+    const bool ownClock = what.sensor == 500 || what.sensor == 506;
+    if (row.stream == Stream::Own || ownClock) return {};
+    if (row.stream == Stream::Pixels) return {0, dummy / 2 + 1, dummy + 1, 0};
+    if (what.revision == WholeFrames) return {4, dummy / 2, dummy + 1, 0};
+    const uint8_t lag = row.stream == Stream::Dma ? 6 : 0;
+    return {lag, dummy / 2 + 1, dummy + 1, 0};
 }
 
 uint32_t WordNs(const PlannedInstrument& instrument)
@@ -256,31 +292,79 @@ uint32_t WordNs(const PlannedInstrument& instrument)
     return static_cast<uint32_t>(std::lround(std::clamp(ns, 1.0, 1e9)));
 }
 
+EmuChip ChipOf(const PlannedInstrument& instrument)
+{
+    const CcdDefinition& ccd = instrument.ccd;
+    return {static_cast<uint32_t>(ccd.Xpix),
+            static_cast<uint32_t>(ccd.Ypix) + FormOf(instrument).darkRows,
+            static_cast<uint32_t>(std::max<int32_t>(ccd.HorDummyPix, 0)),
+            static_cast<uint32_t>(ccd.HorRegSize), LightOf(instrument.what.camera)};
+}
+
+// Offset 0.0, span 1.0, made in January 2020, a serial number in binary.
+void FillMemory(const VirtualInstrument& what, uint16_t* memory)
+{
+    memory[1] = 10;
+    memory[4] = 1;
+    memory[5] = 1;
+    memory[6] = 2020;
+    memory[8] = static_cast<uint16_t>(what.serial);
+}
+
 EmuBusCamera CameraOf(const PlannedInstrument& instrument)
 {
     const VirtualInstrument& what = instrument.what;
-    const CcdDefinition& ccd = instrument.ccd;
-    const StreamForm form = FormOf(instrument);
     EmuBusCamera camera = {};
     camera.platform = what.platform;
     camera.sensor = what.sensor;
     camera.version = static_cast<uint16_t>(instrument.electronics.FpgaId);
-    camera.chip = {static_cast<uint32_t>(ccd.Xpix), static_cast<uint32_t>(ccd.Ypix) + form.darkRows,
-                   static_cast<uint32_t>(std::max<int32_t>(ccd.HorDummyPix, 0)),
-                   static_cast<uint32_t>(ccd.HorRegSize), LightOf(what.camera)};
+    camera.chip = ChipOf(instrument);
     camera.lines = instrument.lines;
     camera.wordNs = WordNs(instrument);
     camera.ambient = what.ambient;
     camera.byteCable = what.platform == 60 && !IsPort(what.link);
     camera.bits = static_cast<uint8_t>(instrument.electronics.ADbit);
-    camera.lag = form.lag;
-    // Offset 0.0, span 1.0, made in January 2020, a serial number in binary.
-    camera.memory[1] = 10;
-    camera.memory[4] = 1;
-    camera.memory[5] = 1;
-    camera.memory[6] = 2020;
-    camera.memory[8] = static_cast<uint16_t>(what.serial);
+    camera.lag = FormOf(instrument).lag;
+    FillMemory(what, camera.memory);
     return camera;
+}
+
+// 61 and 200 have no memory: a string of the USB device tells when they were made.
+const char* DescriptionOf(int32_t platform)
+{
+    if (platform == 61) return "HERON_Plus000000010120";
+    return platform == 200 ? "OSPREY00000000010120" : nullptr;
+}
+
+std::string SerialOf(const VirtualInstrument& what)
+{
+    std::string digits = std::to_string(what.serial);
+    const size_t length = what.platform == 200 ? 7 : 8;
+    digits.insert(0, length - std::min(digits.size(), length), '0');
+    return digits;
+}
+
+void PlugUsb(const PlannedInstrument& instrument)
+{
+    const VirtualInstrument& what = instrument.what;
+    const StreamForm form = FormOf(instrument);
+    const std::string serial = SerialOf(what);
+    EmuUsbCamera camera = {};
+    camera.platform = what.platform;
+    camera.sensor = what.sensor;
+    camera.version = static_cast<uint16_t>(instrument.electronics.FpgaId);
+    camera.chip = ChipOf(instrument);
+    camera.lines = instrument.lines;
+    camera.wordNs = WordNs(instrument);
+    camera.ambient = what.ambient;
+    camera.lagWords = form.lag;
+    camera.lagCells = form.lagCells;
+    camera.serial = serial.c_str();
+    camera.description = DescriptionOf(what.platform);
+    FillMemory(what, camera.memory);
+    EmuPlugUsbCameraAt(what.camera, camera);
+    EmuUsbStall(what.camera, what.state.stall);
+    if (what.state.off) EmuUnplugUsbCamera(what.camera);
 }
 
 void PlugLink(const VirtualInstrument& what, int32_t bus)
@@ -327,6 +411,10 @@ void PlugInstrument(const PlannedInstrument& instrument)
                             static_cast<uint32_t>(instrument.ccd.Ypix),
                             FormOf(instrument).darkAhead};
     SetLight(what.camera, area, what);
+    if (what.link == QV_INTERFACE_USB) {
+        PlugUsb(instrument);
+        return;
+    }
     const int32_t bus = EmuPlugBusCamera(CameraOf(instrument));
     EmuBusMute(bus, what.state.stall);
     EmuBusPower(bus, !what.state.off);

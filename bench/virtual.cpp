@@ -9,6 +9,8 @@
 #include "emulator/bus_links.h"
 #include "emulator/emulator.h"
 #include "emulator/traffic.h"
+#include "emulator/usb.h"
+#include "emulator/usb_camera.h"
 #include "include/qvn_bench.h"
 #include "platform/system.h"
 
@@ -59,6 +61,8 @@ void SetConditions(const VirtualSpec& spec)
     EmuHaveCardDriver(!spec.noDriver);
     EmuHavePortLibrary(!spec.noPortLibrary);
     EmuRefusePorts(spec.refusePorts);
+    EmuHaveUsbLibrary(!spec.noUsbLibrary);
+    EmuHaveAdaptorLibrary(!spec.noAdaptorLibrary);
     for (const VirtualFault& fault : spec.faults) EmuFail(fault.call, fault.at, fault.lasts);
 }
 

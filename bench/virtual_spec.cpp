@@ -81,6 +81,12 @@ const CallName CallNames[] = {
     {"port-read", EmuPortRead},
     {"port-write", EmuPortWrite},
     {"library-load", EmuLibraryLoad},
+    {"usb-list", EmuUsbList},
+    {"usb-open", EmuUsbOpen},
+    {"usb-read", EmuUsbRead},
+    {"usb-write", EmuUsbWrite},
+    {"usb-setting", EmuUsbSetting},
+    {"adaptor-call", EmuAdaptorCall},
     {"any", EmuAnyCall},
 };
 
@@ -89,6 +95,8 @@ bool SetCondition(const std::string& name, VirtualSpec* spec)
     if (name == "no-driver") return spec->noDriver = true;
     if (name == "no-port-library") return spec->noPortLibrary = true;
     if (name == "refused-ports") return spec->refusePorts = true;
+    if (name == "no-usb-library") return spec->noUsbLibrary = true;
+    if (name == "no-adaptor-library") return spec->noAdaptorLibrary = true;
     return false;
 }
 
@@ -216,7 +224,7 @@ struct Key {
 const Key Keys[] = {
     {"platform", true,  false, SetPlatform, "a platform's code or name (`qvn list` shows them)"},
     {"sensor",   true,  false, SetSensor,   "a sensor's code or name (`qvn list` shows them)"},
-    {"link",     true,  false, SetLink,     "a kind of link: 0 printer port, 1 port card, 2, 4 and 70 PCI card"},
+    {"link",     true,  false, SetLink,     "a kind of link: 0 printer port, 1 port card, 2, 4 and 70 PCI card, 6 USB"},
     {"address",  true,  false, SetAddress,  "a port from 0 to 0xFFF0"},
     {"decoder",  true,  false, SetDecoder,  "a kind of serial decoder: 1 or 3, or 0 for none"},
     {"revision", true,  false, SetRevision, "a card's revision, 0 to 65535; 200 transfers whole frames"},
@@ -228,9 +236,10 @@ const Key Keys[] = {
     {"state",    true,  true,  SetState,    "off, locked, unlinked, or stalls:PIXEL"},
     {"time",     false, false, SetTime,     "real or virtual"},
     {"fault",    false, true,  SetFault,
-     "no-driver, no-port-library, refused-ports, or CALL:N or CALL:N:lasts with N from 1 on and CALL "
-     "one of allocate, begin-replace, commit-replace, device-open, device-control, dma-lock, "
-     "register-read, register-write, port-read, port-write, library-load, any"},
+     "no-driver, no-port-library, refused-ports, no-usb-library, no-adaptor-library, or CALL:N or "
+     "CALL:N:lasts with N from 1 on and CALL one of allocate, begin-replace, commit-replace, "
+     "device-open, device-control, dma-lock, register-read, register-write, port-read, port-write, "
+     "library-load, usb-list, usb-open, usb-read, usb-write, usb-setting, adaptor-call, any"},
 };
 // clang-format on
 

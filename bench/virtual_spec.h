@@ -40,6 +40,7 @@ struct VirtualFault {
 struct VirtualSpec {
     bool virtualTime = false;
     bool noDriver = false, noPortLibrary = false, refusePorts = false;
+    bool noUsbLibrary = false, noAdaptorLibrary = false;
     std::vector<VirtualFault> faults;
     std::vector<VirtualInstrument> instruments;
 };

@@ -140,10 +140,16 @@ void EmuResetUsbCameras()
 
 int32_t EmuPlugUsbCamera(const EmuUsbCamera& setup)
 {
-    const Family* const family = FamilyOf(setup.platform);
     int32_t index = 0;
-    while (index < CameraCount && Cameras[index] != nullptr) ++index;
-    if (family == nullptr || index == CameraCount) return -1;
+    while (Plugged(index) != nullptr) ++index;
+    return EmuPlugUsbCameraAt(index, setup);
+}
+
+int32_t EmuPlugUsbCameraAt(int32_t index, const EmuUsbCamera& setup)
+{
+    const Family* const family = FamilyOf(setup.platform);
+    const bool free = index >= 0 && index < CameraCount && Cameras[index] == nullptr;
+    if (family == nullptr || !free) return -1;
     auto camera = std::make_unique<EmuUsbState>();
     camera->setup = setup;
     FillDefaults(&camera->setup);
@@ -151,6 +157,7 @@ int32_t EmuPlugUsbCamera(const EmuUsbCamera& setup)
     camera->index = index;
     camera->adaptor = family->adaptor;
     camera->mute = Never;
+    camera->stall = Never;
     camera->thermal = EmuMakeThermal(camera->setup.ambient);
     for (uint32_t i = 0; i < 64; ++i) camera->memory[i] = setup.memory[i];
     if (!family->adaptor && !PlugDevice(*camera, *family)) return -1;
@@ -188,6 +195,24 @@ void EmuUsbSend(EmuUsbState* camera, const uint8_t* bytes, uint32_t count, uint6
     } else {
         EmuUsbReply(camera->index, bytes, sent, at, byteNs);
     }
+}
+
+void EmuUsbBeginFrame(EmuUsbState* camera, uint32_t hbin)
+{
+    const uint32_t lag = camera->setup.lagWords + camera->setup.lagCells / std::max(hbin, 1u);
+    camera->late.assign(size_t{2} * lag, 0);
+    camera->pixelsLeft = camera->stall;
+}
+
+void EmuUsbSendPixels(EmuUsbState* camera, std::vector<uint8_t>* bytes, uint64_t at,
+                      uint32_t byteNs)
+{
+    const size_t size = bytes->size();
+    bytes->insert(bytes->begin(), camera->late.begin(), camera->late.end());
+    camera->late.assign(bytes->begin() + static_cast<ptrdiff_t>(size), bytes->end());
+    const auto pixels = static_cast<uint32_t>(std::min<size_t>(size / 2, camera->pixelsLeft));
+    if (camera->pixelsLeft != Never) camera->pixelsLeft -= pixels;
+    EmuUsbSend(camera, bytes->data(), 2 * pixels, at, byteNs);
 }
 
 void EmuUsbDropSent(EmuUsbState* camera)
@@ -303,6 +328,12 @@ void EmuUsbMute(int32_t camera, uint32_t bytes)
 {
     EmuUsbState* const state = Plugged(camera);
     if (state != nullptr) state->mute = bytes;
+}
+
+void EmuUsbStall(int32_t camera, uint32_t afterPixel)
+{
+    EmuUsbState* const state = Plugged(camera);
+    if (state != nullptr) state->stall = afterPixel;
 }
 
 double EmuUsbTemperature(int32_t camera)

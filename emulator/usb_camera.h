@@ -54,13 +54,17 @@ struct EmuUsbCamera {
     uint16_t memory[64];     // camera memory
     const char* serial;      // of the USB device; "00000001" and so on
     const char* description; // of the USB device; the platform's name and zeros
-    bool variant;            // 200: status 10 has bit 1 set
-    uint8_t badStatus;       // 61, 200: readings of status 15 that are wrong after power-up
+    // How far its converter is behind: a frame begins with lagCells / hbin + lagWords words of
+    // 0, and lacks as many at its end. Lag by cells is for cameras that are told a geometry.
+    uint8_t lagCells, lagWords;
+    bool variant;      // 200: status 10 has bit 1 set
+    uint8_t badStatus; // 61, 200: readings of status 15 that are wrong after power-up
 };
 
 // Adds a camera to the next free USB port, or to the adaptor; its index, which is that
 // of the port or the adaptor's device number as well. 0 to 7, or -1.
 int32_t EmuPlugUsbCamera(const EmuUsbCamera& setup);
+int32_t EmuPlugUsbCameraAt(int32_t index, const EmuUsbCamera& setup); // -1: it is in use
 void EmuUnplugUsbCamera(int32_t camera);
 void EmuReplugUsbCamera(int32_t camera); // in the state of power-up
 
@@ -84,7 +88,8 @@ uint32_t EmuUsbPatternBytes(int32_t camera, uint32_t address, uint32_t count, ui
 void EmuUsbTrigger(int32_t camera, bool seen);   // the external trigger line
 void EmuUsbSetWheel(int32_t camera, bool zero);  // the filter wheel's zero sensor
 void EmuUsbMute(int32_t camera, uint32_t bytes); // it sends no more than these; 0xFFFFFFFF: all
-double EmuUsbTemperature(int32_t camera);        // of the sensor now
+void EmuUsbStall(int32_t camera, uint32_t afterPixel);     // of each frame; 0xFFFFFFFF: never
+double EmuUsbTemperature(int32_t camera);                  // of the sensor now
 void EmuUsbSetTemperature(int32_t camera, double celsius); // from here it drifts on
 int32_t EmuUsbCoolerPower(int32_t camera);                 // the code as it was sent
 bool EmuUsbCoolerOn(int32_t camera);

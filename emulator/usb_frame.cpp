@@ -30,7 +30,8 @@ void Send(EmuUsbState* camera, const EmuUsbFrame& frame)
         bytes.push_back(static_cast<uint8_t>(pixel >> 8));
     }
     const uint64_t begin = std::max(EmuNow(), camera->exposureEnds);
-    EmuUsbSend(camera, bytes.data(), 2 * words, begin, camera->setup.wordNs / 2);
+    EmuUsbBeginFrame(camera, frame.hbin);
+    EmuUsbSendPixels(camera, &bytes, begin, camera->setup.wordNs / 2);
 }
 
 } // namespace

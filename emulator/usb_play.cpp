@@ -54,12 +54,13 @@ void PlayAndSend(EmuUsbState* camera, uint64_t begin)
     const uint64_t lineNs = (camera->end + uint64_t{1}) * camera->setup.wordNs;
     Line line;
     size_t sent = 0;
+    EmuUsbBeginFrame(camera, 1);
     for (uint32_t pass = 0; pass < camera->repeat && sent < MostBytes; ++pass) {
         PlayLine(camera, &line);
         const size_t bytes = line.bytes.size();
         if (bytes == 0) continue;
-        EmuUsbSend(camera, line.bytes.data(), static_cast<uint32_t>(bytes),
-                   begin + pass * lineNs / NsPerUs, static_cast<uint32_t>(lineNs / bytes));
+        EmuUsbSendPixels(camera, &line.bytes, begin + pass * lineNs / NsPerUs,
+                         static_cast<uint32_t>(lineNs / bytes));
         sent += bytes;
     }
 }

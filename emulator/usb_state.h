@@ -1,6 +1,7 @@
 // What the sources of the USB cameras share.
 #pragma once
 #include <cstdint>
+#include <vector>
 
 #include "emulator/pipe.h"
 #include "emulator/sequencer.h"
@@ -48,9 +49,12 @@ struct EmuUsbState {
     int32_t index; // its own, and that of its port or adaptor device
     bool adaptor;
     bool powered;
-    uint32_t powerUps;   // times that it was plugged in
-    uint32_t mute;       // bytes that it still sends; 0xFFFFFFFF: without end
-    EmuPipe adaptorPipe; // what it sends to the adaptor, and the adaptor has not handed out
+    uint32_t powerUps;         // times that it was plugged in
+    uint32_t stall;            // pixels of a frame that it sends; 0xFFFFFFFF: all
+    uint32_t pixelsLeft;       // of the present one until then
+    std::vector<uint8_t> late; // bytes that the converter has not handed over
+    uint32_t mute;             // bytes that it still sends; 0xFFFFFFFF: without end
+    EmuPipe adaptorPipe;       // what it sends to the adaptor, and the adaptor has not handed out
 
     // The sentence that is being received.
     uint8_t sentence[32];
@@ -109,6 +113,10 @@ extern const EmuUsbDialect EmuTarn5Usb;   // 28
 // Sends along the camera's pipe, whichever it is, until it is mute.
 void EmuUsbSend(EmuUsbState* camera, const uint8_t* bytes, uint32_t count, uint64_t at,
                 uint32_t byteNs);
+// Pixels of a frame, which come late and may stall.
+void EmuUsbBeginFrame(EmuUsbState* camera, uint32_t hbin);
+void EmuUsbSendPixels(EmuUsbState* camera, std::vector<uint8_t>* bytes, uint64_t at,
+                      uint32_t byteNs);
 void EmuUsbDropSent(EmuUsbState* camera);          // what the host has not taken
 EmuUsbState* EmuFindAdaptorCamera(int32_t device); // null: nothing there
 

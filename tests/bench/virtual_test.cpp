@@ -1,4 +1,5 @@
 // Virtual cameras through the exported functions of the workbench and the library.
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
@@ -15,17 +16,29 @@ namespace {
 
 constexpr int32_t Columns = 24, Rows = 16;
 
-// A sensor of 24 x 16 behind 4 leading cells, on a few platforms.
+// A sensor of 24 x 16 behind 4 leading cells, on a few platforms; two more like it for those
+// that do not carry it.
 std::string Definitions()
 {
-    std::string text = "rmk_camera_library: {\n ccd_definitions: { kaf400e: { Xpix = 24; Ypix = "
-                       "16; Dummy = [ 4, 2, 2, 1 ]; HorDummyPix = 4; HorRegSize = 32; }; };\n "
-                       "camera_platforms: {\n";
-    for (const char* platform : {"Tarn_III", "Tarn_IV", "BRIAR", "BRIAR-ISA", "BRIAR-PCI",
-                                 "BRIAR-R3", "HERON", "uNOD", "uNOD_II", "Tarn_V"}) {
-        text += std::string("  ") + platform +
-                ": { ADbit = [ 16, 0 ]; TimeBase = 40.0; FpgaId = 42; kaf400e: { SamplingClock = [ "
-                "0.5, 0.5 ]; VerticalPhasePeriod = 5; }; };\n";
+    const char* const sensors[] = {"kaf400e", "kaf1000", "kai01050"};
+    std::string text = "rmk_camera_library: {\n ccd_definitions: {\n";
+    for (const char* sensor : sensors) {
+        text += std::string("  ") + sensor +
+                ": { Xpix = 24; Ypix = 16; Dummy = [ 4, 2, 2, 1 ]; HorDummyPix = 4; HorRegSize = "
+                "32; };\n";
+    }
+    text += " };\n camera_platforms: {\n";
+    for (const char* platform :
+         {"Tarn_III", "Tarn_IV", "BRIAR", "BRIAR-ISA", "BRIAR-PCI", "BRIAR-R3", "HERON", "uNOD",
+          "uNOD_II", "Tarn_V", "Tarn_U", "R4-DSP", "HERON_Plus", "OSPREY", "OSPREY_Plus", "WREN",
+          "TOLM", "TOLM_E"}) {
+        text +=
+            std::string("  ") + platform + ": { ADbit = [ 16, 0 ]; TimeBase = 40.0; FpgaId = 42;\n";
+        for (const char* sensor : sensors) {
+            text += std::string("   ") + sensor +
+                    ": { SamplingClock = [ 0.5, 0.5 ]; VerticalPhasePeriod = 5; };\n";
+        }
+        text += "  };\n";
     }
     return text + " };\n};\n";
 }
@@ -132,6 +145,9 @@ TEST_F(VirtualWorld, FramesAreTheSceneOnEveryKindOfLink)
         {"platform=28,sensor=255", 0},
         {"platform=70,sensor=255", 0},
         {"platform=71,sensor=255", 0},
+        {"platform=29,sensor=260", 0},
+        {"platform=205,sensor=255", 0},
+        {"platform=400,sensor=3945", 0},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.text);
@@ -160,14 +176,67 @@ TEST_F(VirtualWorld, DarkFramesAreDark)
 // The first line of a transfer line by line gives up the last of its pixels to the second.
 TEST_F(VirtualWorld, LineByLineTheRowsBehindTheFirstAreTheScene)
 {
-    ASSERT_EQ(Install("platform=42,sensor=255,scene=ramp,revision=100,time=virtual"), 0);
-    Open(0);
-    const std::vector<uint16_t> pixels = Frame(1, 0);
-    const std::vector<uint16_t> wanted = Ramp(1);
-    const auto second = [](const std::vector<uint16_t>& all) {
-        return std::vector<uint16_t>(all.begin() + Columns, all.end() - 6);
+    const struct {
+        const char* text;
+        int32_t dropped;
+    } rows[] = {
+        {"platform=42,sensor=255,revision=100", 6},
+        {"platform=61,sensor=255", 3},
+        {"platform=200,sensor=255", 3},
     };
-    EXPECT_EQ(second(pixels), second(wanted));
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.text);
+        ASSERT_EQ(Install(std::string("time=virtual;") + row.text + ",scene=ramp"), 0) << error;
+        Open(0);
+        const std::vector<uint16_t> pixels = Frame(1, 0);
+        const std::vector<uint16_t> wanted = Ramp(1);
+        const auto second = [&row](const std::vector<uint16_t>& all) {
+            return std::vector<uint16_t>(all.begin() + Columns, all.end() - row.dropped);
+        };
+        EXPECT_EQ(second(pixels), second(wanted));
+        QV_Close(0);
+    }
+}
+
+// What the driver drops ahead of the image is missing at its end: of a stream whose converter is
+// four cells and a word behind, five words, binned by two three.
+TEST_F(VirtualWorld, TheEndOfAFrameThatIsTooShortIsDark)
+{
+    const struct {
+        const char* text;
+        ptrdiff_t missing, missingBinned;
+        int32_t firstBinnedRow;
+    } rows[] = {
+        {"platform=300,sensor=255", 5, 3, 0},
+        {"platform=450,sensor=3945", 5, 3, 0},
+        {"platform=48,sensor=255", 3, 3, 2},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.text);
+        ASSERT_EQ(Install(std::string("time=virtual;") + row.text + ",scene=ramp"), 0) << error;
+        Open(0);
+        std::vector<uint16_t> wanted = Ramp(1);
+        std::fill(wanted.end() - row.missing, wanted.end(), uint16_t{0});
+        EXPECT_EQ(Frame(1, 0), wanted);
+        QV_SetBinning(2, 2, 0);
+        wanted = Ramp(2, row.firstBinnedRow);
+        std::fill(wanted.end() - row.missingBinned, wanted.end(), uint16_t{0});
+        EXPECT_EQ(Frame(1, 0), wanted);
+        QV_Close(0);
+    }
+}
+
+TEST_F(VirtualWorld, SerialNumbersAreInMemoryOrInTheDevicesStrings)
+{
+    for (const char* text :
+         {"platform=61,sensor=255", "platform=200,sensor=255", "platform=300,sensor=255",
+          "platform=29,sensor=260", "platform=48,sensor=255", "platform=205,sensor=255"}) {
+        SCOPED_TRACE(text);
+        ASSERT_EQ(Install(std::string("time=virtual;") + text + ",serial=4711"), 0) << error;
+        Open(0);
+        EXPECT_EQ(QV_GetSerNum(0), 4711);
+        QV_Close(0);
+    }
 }
 
 TEST_F(VirtualWorld, CamerasHaveTheirOwnNumbersAndScenes)
@@ -279,11 +348,43 @@ TEST_F(VirtualWorld, FaultsEndInTheLibrarysCodes)
 
 TEST_F(VirtualWorld, AStalledLinkEndsTheFrameWithItsCode)
 {
-    ASSERT_EQ(Install("platform=42,sensor=255,time=virtual,state=stalls:100"), 0);
-    Open(0);
-    std::vector<uint16_t> pixels(Columns * Rows);
-    QV_GetCCD(1, 0.1, pixels.data(), 0);
-    EXPECT_EQ(QV_Status(0), 2);
+    for (const char* text : {"platform=42,sensor=255", "platform=300,sensor=255",
+                             "platform=61,sensor=255", "platform=29,sensor=260"}) {
+        SCOPED_TRACE(text);
+        ASSERT_EQ(Install(std::string(text) + ",time=virtual,state=stalls:100"), 0);
+        Open(0);
+        EXPECT_EQ(QV_Status(0), 0);
+        std::vector<uint16_t> pixels(Columns * Rows);
+        QV_GetCCD(1, 0.1, pixels.data(), 0);
+        EXPECT_EQ(QV_Status(0), 2);
+        QV_Close(0);
+    }
+}
+
+TEST_F(VirtualWorld, UsbFaultsEndInTheLibrarysCodes)
+{
+    const struct {
+        const char* text;
+        int32_t code;
+    } rows[] = {
+        {"platform=300,sensor=255,fault=no-usb-library", 17}, //
+        {"platform=300,sensor=255,fault=usb-list:1", 17},     //
+        {"platform=300,sensor=255,fault=usb-open:1", 18},     //
+        {"platform=300,sensor=255,state=off", 18},            //
+        {"platform=300,sensor=255,camera=1", 18},             //
+        {"platform=300,sensor=255,fault=usb-read:1", 1},      //
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.text);
+        ASSERT_EQ(Install(std::string("time=virtual;") + row.text), 0) << error;
+        QvbInstrument instrument;
+        QVB_Instrument(0, &instrument);
+        EXPECT_EQ(instrument.InterfaceType, QV_INTERFACE_USB);
+        QV_Open(instrument.Platform, instrument.Sensor, -1, instrument.InterfaceType, 0, 0, 0,
+                nullptr, nullptr);
+        EXPECT_EQ(QV_Status(0), row.code);
+        QV_Close(0);
+    }
 }
 
 TEST_F(VirtualWorld, PortsMayBeRefused)
@@ -327,9 +428,10 @@ TEST_F(VirtualWorld, TextsThatAreWrongNameTheKeyAndWhatIsAllowed)
 
 TEST_F(VirtualWorld, InstrumentsThatCannotBeAreRefusedByName)
 {
-    ExpectRefused("platform=200", "platform: there is no virtual instrument of 200 OSPREY yet; "
-                                  "there are 22,");
-    ExpectRefused("platform=DEMO", "1 DEMO");
+    ExpectRefused("platform=DEMO", "platform: there is no virtual instrument of 1 DEMO yet; "
+                                   "there are 22,");
+    ExpectRefused("platform=300,sensor=255,address=0x378", "address: USB has none");
+    ExpectRefused("platform=42,sensor=255,link=6", "it has 2, 4");
     ExpectRefused("platform=42,sensor=2000", "does not carry 2000 ");
     ExpectRefused("platform=42,sensor=255,link=0", "42 BRIAR-PCI has no link of kind 0; it has 2");
     ExpectRefused("platform=42,sensor=255,decoder=1", "decoder: 42 BRIAR-PCI has no serial");

@@ -263,6 +263,29 @@ TEST_F(TolmE, AShortFrameIsOneThatStops)
     EXPECT_EQ(Ask({D, 1}, 1), Bytes());
 }
 
+TEST_F(TolmE, EachFrameStallsBehindAPixel)
+{
+    Plug(false);
+    TellGeometry(6, 1, 1);
+    OpenShutter();
+    EmuUsbStall(camera, 2);
+    EXPECT_EQ(Frame(6, 1), (Words{101, 102}));
+    EXPECT_EQ(Ask({D, 1}, 1), (Bytes{0x2A}));
+    EXPECT_EQ(Frame(6, 1), (Words{101, 102}));
+}
+
+TEST_F(TolmE, ALagIsThereAheadAndMissingBehind)
+{
+    setup.lagCells = 4;
+    setup.lagWords = 1;
+    Plug(false);
+    TellGeometry(6, 1, 1);
+    OpenShutter();
+    EXPECT_EQ(Frame(6, 1), (Words{0, 0, 0, 0, 0, 101}));
+    TellGeometry(3, 2, 1);
+    EXPECT_EQ(Frame(3, 2), (Words{0, 0, 0, 203, 207, 211})) << "4 / 2 + 1";
+}
+
 TEST_F(TolmE, ACommandMayComeInPieces)
 {
     Plug(false);
