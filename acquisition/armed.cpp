@@ -3,18 +3,6 @@
 #include "core/open_close.h"
 #include "core/record.h"
 
-namespace {
-
-// A camera without these steps has none of their operations.
-const DriverExtras& ExtrasOf(int32_t camera)
-{
-    static constexpr DriverExtras None = {};
-    const DriverExtras* extras = CameraTable[camera].Extras;
-    return extras == nullptr ? None : *extras;
-}
-
-} // namespace
-
 void ArmAcquisition(double exposure, int32_t camera)
 {
     Select(camera);

@@ -83,8 +83,8 @@ void FrontEndDecimation(int32_t mode, int32_t camera)
 // WREN, TOLM_E: a command of their own, which leaves DnrMode alone.
 void CommandDecimation(int32_t mode, int32_t camera)
 {
-    const DriverExtras* extras = CameraTable[camera].Extras;
-    if (extras != nullptr && extras->SetDecimation != nullptr) extras->SetDecimation(mode, camera);
+    const DriverExtras& extras = ExtrasOf(camera);
+    if (extras.SetDecimation != nullptr) extras.SetDecimation(mode, camera);
 }
 
 struct CorrectionRow {

@@ -94,9 +94,9 @@ int32_t ReadSeriesFrame(const Window& window, int32_t shutter, uint16_t* buffer,
 
 void ShiftRows(int32_t lines, int32_t camera)
 {
-    const DriverExtras* extras = CameraTable[camera].Extras;
-    if (extras == nullptr || extras->ShiftRows == nullptr || lines <= 0) return;
-    extras->ShiftRows(static_cast<uint32_t>(lines), camera);
+    const DriverExtras& extras = ExtrasOf(camera);
+    if (extras.ShiftRows == nullptr || lines <= 0) return;
+    extras.ShiftRows(static_cast<uint32_t>(lines), camera);
 }
 
 } // namespace

@@ -315,8 +315,8 @@ void Select(int32_t camera)
 
 void SelectHead(int32_t head, int32_t camera)
 {
-    const DriverExtras* extras = CameraTable[camera].Extras;
-    if (extras != nullptr && extras->SelectUnit != nullptr) extras->SelectUnit(head, camera);
+    const DriverExtras& extras = ExtrasOf(camera);
+    if (extras.SelectUnit != nullptr) extras.SelectUnit(head, camera);
 }
 
 bool IsHeadFitted(int32_t head, int32_t camera)

@@ -93,6 +93,8 @@ struct DriverExtras {
     void (*AfterRead)(int32_t camera) = nullptr;
 };
 
+inline constexpr DriverExtras NoExtras = {};
+
 using OpsSlot = void (*)();
 inline constexpr size_t OpsSlots = 70;
 static_assert(sizeof(CameraOps) == OpsSlots * sizeof(OpsSlot));

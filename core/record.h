@@ -160,6 +160,13 @@ struct CameraRecord {
 
 extern CameraRecord CameraTable[CameraCount];
 
+// Never null, whatever is bound.
+inline const DriverExtras& ExtrasOf(int32_t camera)
+{
+    const DriverExtras* extras = CameraTable[camera].Extras;
+    return extras == nullptr ? NoExtras : *extras;
+}
+
 extern int32_t LibraryReady;
 extern char LibraryPath[PathRoom + 1]; // with a trailing separator, or empty
 extern int32_t EepromWiring; // bit positions of camera memory, as the last binding left it

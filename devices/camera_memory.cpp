@@ -38,16 +38,16 @@ void WriteNothing(int32_t /*address*/, uint16_t /*value*/, int32_t /*camera*/) {
 
 uint16_t DriverWord(int32_t address, int32_t camera)
 {
-    const DriverExtras* extras = CameraTable[camera].Extras;
-    if (extras == nullptr || extras->ReadMemory == nullptr) return 0;
-    return extras->ReadMemory(address, camera);
+    const DriverExtras& extras = ExtrasOf(camera);
+    if (extras.ReadMemory == nullptr) return 0;
+    return extras.ReadMemory(address, camera);
 }
 
 void WriteDriverWord(int32_t address, uint16_t value, int32_t camera)
 {
-    const DriverExtras* extras = CameraTable[camera].Extras;
-    if (extras == nullptr || extras->WriteMemory == nullptr) return;
-    extras->WriteMemory(address, value, camera);
+    const DriverExtras& extras = ExtrasOf(camera);
+    if (extras.WriteMemory == nullptr) return;
+    extras.WriteMemory(address, value, camera);
 }
 
 struct MemoryRow {
@@ -104,8 +104,8 @@ void WriteEP(int32_t address, int32_t value, int32_t camera)
 
 int32_t GetSerNum(int32_t camera)
 {
-    const DriverExtras* extras = CameraTable[camera].Extras;
-    if (extras != nullptr && extras->SerialNumber != nullptr) return extras->SerialNumber(camera);
+    const DriverExtras& extras = ExtrasOf(camera);
+    if (extras.SerialNumber != nullptr) return extras.SerialNumber(camera);
     StopNow(camera);
     Select(camera);
     const int32_t serial = StoredSerial(camera);

@@ -94,9 +94,9 @@ int32_t PeekW(int32_t address, int32_t camera)
 int32_t QuerySts(int32_t which, int32_t camera)
 {
     Select(camera);
-    const DriverExtras* extras = CameraTable[camera].Extras;
-    if (extras == nullptr || extras->QueryStatus == nullptr) return 0;
-    return extras->QueryStatus(which, camera);
+    const DriverExtras& extras = ExtrasOf(camera);
+    if (extras.QueryStatus == nullptr) return 0;
+    return extras.QueryStatus(which, camera);
 }
 
 int32_t GetAD(int32_t channel, int32_t camera)

@@ -8,7 +8,7 @@ void SetFanSpeed(double percent, int32_t camera)
 {
     StopNow(camera);
     Select(camera);
-    const DriverExtras* extras = CameraTable[camera].Extras;
-    if (extras != nullptr && extras->SetFan != nullptr) extras->SetFan(percent, camera);
+    const DriverExtras& extras = ExtrasOf(camera);
+    if (extras.SetFan != nullptr) extras.SetFan(percent, camera);
     StartNow(camera);
 }

@@ -71,9 +71,9 @@ int32_t Plug(int32_t /*what*/, const uint32_t* values, int32_t camera)
     StopNow(camera);
     Delay(PlugSettleMs);
     Select(camera);
-    const DriverExtras* extras = CameraTable[camera].Extras;
-    if (extras != nullptr && extras->Plug != nullptr && values != nullptr) {
-        extras->Plug(values, camera);
+    const DriverExtras& extras = ExtrasOf(camera);
+    if (extras.Plug != nullptr && values != nullptr) {
+        extras.Plug(values, camera);
     }
     StartNow(camera);
     return 0;

@@ -82,9 +82,9 @@ void SetLine(const ShutterRow& row, bool isLight, bool isLong, int32_t camera)
 {
     CameraRecord& record = CameraTable[camera];
     if (row.reg == NoLine) {
-        const DriverExtras* extras = record.Extras;
-        if (extras != nullptr && extras->SetShutterLine != nullptr) {
-            extras->SetShutterLine(isLight, camera);
+        const DriverExtras& extras = ExtrasOf(camera);
+        if (extras.SetShutterLine != nullptr) {
+            extras.SetShutterLine(isLight, camera);
         }
         return;
     }

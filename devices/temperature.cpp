@@ -63,9 +63,9 @@ void StartRegulation(int32_t camera)
 void SendTarget(int32_t camera)
 {
     const CameraRecord& record = CameraTable[camera];
-    const DriverExtras* extras = record.Extras;
-    if (extras == nullptr || extras->SetTarget == nullptr) return;
-    extras->SetTarget(LoadReading(record.TargetTemperature), camera);
+    const DriverExtras& extras = ExtrasOf(camera);
+    if (extras.SetTarget == nullptr) return;
+    extras.SetTarget(LoadReading(record.TargetTemperature), camera);
 }
 
 } // namespace

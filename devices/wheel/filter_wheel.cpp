@@ -76,13 +76,6 @@ const WheelRoute* FindRoute(RouteFlag use, const CameraRecord& record)
     return nullptr;
 }
 
-const DriverExtras& ExtrasOf(int32_t camera)
-{
-    static constexpr DriverExtras None = {};
-    const DriverExtras* extras = CameraTable[camera].Extras;
-    return extras == nullptr ? None : *extras;
-}
-
 void StoreError(int32_t error, int32_t camera)
 {
     StoreFlag(&CameraTable[camera].LastError, error);

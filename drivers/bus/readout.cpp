@@ -154,16 +154,16 @@ uint64_t DmaPixelsOf(const ReadForm& form, const BusFrame& frame)
 
 void StartLines(int32_t lines, int32_t camera)
 {
-    const DriverExtras* extras = CameraTable[camera].Extras;
-    if (extras != nullptr && extras->BeforeLines != nullptr) extras->BeforeLines(camera);
+    const DriverExtras& extras = ExtrasOf(camera);
+    if (extras.BeforeLines != nullptr) extras.BeforeLines(camera);
     RunSequence(LineSection, static_cast<uint32_t>(lines), 0, camera);
 }
 
 int32_t FetchAndEnd(const ReadForm& form, const BusFrame& frame, int32_t camera)
 {
-    const DriverExtras* extras = CameraTable[camera].Extras;
+    const DriverExtras& extras = ExtrasOf(camera);
     const int32_t error = FetchFrame(form, frame, camera);
-    if (extras != nullptr && extras->AfterRead != nullptr) extras->AfterRead(camera);
+    if (extras.AfterRead != nullptr) extras.AfterRead(camera);
     return error;
 }
 
