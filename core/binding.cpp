@@ -78,10 +78,12 @@ void BindRow(const PlatformBinding& row, const BuilderRow* builders, uint32_t op
     if (row.alternatePolarity != Keep) {
         record->AlternatePolarity = static_cast<uint8_t>(row.alternatePolarity);
     }
-    for (const BindingRule* rule = row.rules; rule->ops != nullptr; ++rule) {
-        if (Applies(*rule, *record, options)) OverlayOps(&record->Ops, *rule->ops);
-    }
     record->Extras = row.extras;
+    for (const BindingRule* rule = row.rules; rule->ops != nullptr; ++rule) {
+        if (!Applies(*rule, *record, options)) continue;
+        OverlayOps(&record->Ops, *rule->ops);
+        if (rule->extras != nullptr) record->Extras = rule->extras;
+    }
     BindBuilder(builders, row.platform, record);
 }
 

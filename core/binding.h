@@ -19,6 +19,7 @@ struct BindingRule {
     int32_t notLink = AnyLink;
     uint32_t optionsSet = 0;
     uint32_t optionsClear = 0;
+    const DriverExtras* extras = nullptr; // in place of the row's
 };
 
 // One row of the platform table.

@@ -19,6 +19,7 @@
 #include "drivers/tolm.h"
 #include "drivers/tolm_e.h"
 #include "drivers/unod.h"
+#include "links/adaptor.h"
 #include "links/usb_link.h"
 #include "sequencer/builders/builders.h"
 #include "sequencer/firmware_geometry.h"
@@ -31,7 +32,7 @@ const PlatformBinding PlatformBindings[] = {
     {  23,  Keep,  2,       0,     Keep, 1,       Tarn3Rules,     nullptr },
     {  24,  Keep,  2,       0,     Keep, 0,       Tarn4Rules,     nullptr, &Tarn4Extras },
     {  25,  Keep,  2,       0,     Keep, 0,       Tarn4PlusRules, nullptr, &Tarn4PlusExtras },
-    {  28,  Keep,  1,       Keep,  Keep, Keep,    Tarn5Rules,     nullptr, &Tarn5Extras },
+    {  28,  Keep,  1,       Keep,  Keep, Keep,    Tarn5Rules,     CloseAdaptor, &Tarn5Extras },
     {  29,  0,     3,       0,     Keep, Keep,    TarnURules,     UsbCloseDevice, &TarnUExtras },
     {  30,  6,     1,       0,     Keep, Keep,    LarchRules,     nullptr, &LarchExtras },
     {  40,  6,     1,       0,     Keep, Keep,    BriarPortRules, nullptr, &BriarExtras },

@@ -16,12 +16,11 @@ void SendBatch(const RegisterBatch& batch, int32_t camera)
 
 void WriteRegisters(const RegisterPair* pairs, uint32_t count, int32_t camera)
 {
-    const CameraRecord& record = CameraTable[camera];
-    if (record.Extras != nullptr && record.Extras->WriteRegisters != nullptr) {
-        record.Extras->WriteRegisters(pairs, count, camera);
+    const auto together = ExtrasOf(camera).WriteRegisters;
+    if (together != nullptr) {
+        together(pairs, count, camera);
         return;
     }
-    for (uint32_t i = 0; i < count; ++i) {
-        record.Ops.WriteRegister(pairs[i].reg, pairs[i].value, camera);
-    }
+    const CameraOps& ops = CameraTable[camera].Ops;
+    for (uint32_t i = 0; i < count; ++i) ops.WriteRegister(pairs[i].reg, pairs[i].value, camera);
 }

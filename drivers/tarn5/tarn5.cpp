@@ -9,6 +9,9 @@
 #include "core/flags.h"
 #include "core/options.h"
 #include "core/record.h"
+#include "drivers/register_batch.h"
+#include "drivers/usb/usb_camera.h"
+#include "links/adaptor.h"
 #include "links/delay.h"
 #include "platform/system.h"
 
@@ -55,8 +58,6 @@ constexpr uint16_t TestResult = 4369;
 
 enum SequencerModeBits : uint16_t {
     ModeField = 0x03C0,
-    MemoryMode = 0x01C0,
-    RunMode = 0x0300,
     KeptBits = 0x303F,
     HostMode = 0x8300, // counters are loaded by the host
     StartedMode = 0x8F00,
@@ -86,28 +87,33 @@ void OrderValue(CoprocessorOrder order, uint32_t value, int32_t camera)
     OrderCoprocessor(words, std::size(words), camera);
 }
 
-void SetMode(uint16_t mode, int32_t camera)
+uint16_t ModeWith(uint16_t mode, int32_t camera)
 {
-    const CameraRecord& record = CameraTable[camera];
-    record.Ops.WriteRegister(SequencerMode, (record.Registers[SequencerMode] & KeptBits) | mode,
-                             camera);
+    return static_cast<uint16_t>((CameraTable[camera].Registers[SequencerMode] & KeptBits) | mode);
 }
 
-// A card that is gone reads as all ones: busy for good.
+// A card that is gone reads as all ones: busy for good. Behind the adaptor the status stays
+// selected.
 bool IsBusy(int32_t camera)
 {
     const CameraRecord& record = CameraTable[camera];
+    if (record.InterfaceType == InterfaceUsb) {
+        uint16_t status = 0;
+        AdaptorIn(&status, 1, camera);
+        return (status & CoprocessorBusy) != 0;
+    }
     if (record.CardWindow == 0) return false;
     return (record.Ops.ReadRegister(CoprocessorStatus, camera) & CoprocessorBusy) != 0;
 }
 
 void HandOver(uint16_t word, uint16_t mode, int32_t camera)
 {
-    const CameraOps& ops = CameraTable[camera].Ops;
-    ops.WriteRegister(CoprocessorWord, word, camera);
-    ops.WriteRegister(SequencerMode, mode, camera);
-    ops.WriteRegister(SequencerMode, mode | WordStrobe, camera);
-    ops.WriteRegister(SelectRegister, Tarn5Select(CoprocessorStatus, camera), camera);
+    RegisterBatch batch = {};
+    AddPair(&batch, CoprocessorWord, word);
+    AddPair(&batch, SequencerMode, mode);
+    AddPair(&batch, SequencerMode, mode | WordStrobe);
+    AddPair(&batch, SelectRegister, Tarn5Select(CoprocessorStatus, camera));
+    SendBatch(batch, camera);
     System.clock.Sleep(WordMs);
     while (IsBusy(camera)) DelayMicroseconds(BusyPollUs, camera);
     WriteShadow(SequencerMode, camera);
@@ -121,13 +127,6 @@ bool IsCoprocessorThere(int32_t camera)
 
 // --- pattern ---
 
-void OpenMemory(uint32_t, int32_t camera)
-{
-    const CameraRecord& record = CameraTable[camera];
-    record.Ops.WriteRegister(SequencerMode,
-                             (record.Registers[SequencerMode] & ~ModeField) | MemoryMode, camera);
-}
-
 void PutWords(uint32_t address, const uint16_t* words, uint32_t count, int32_t camera)
 {
     const CameraOps& ops = CameraTable[camera].Ops;
@@ -138,14 +137,7 @@ void PutWords(uint32_t address, const uint16_t* words, uint32_t count, int32_t c
     }
 }
 
-// The coprocessor's writes of the register must leave the sequencer running.
-void CloseMemory(int32_t camera)
-{
-    const uint16_t mode = CameraTable[camera].Registers[SequencerMode];
-    StoreRegister(SequencerMode, static_cast<uint16_t>((mode & ~ModeField) | RunMode), camera);
-}
-
-constexpr WaveSink Tarn5PatternSink = {false, OpenMemory, PutWords, CloseMemory};
+constexpr WaveSink Tarn5PatternSink = {false, OpenTarn5Memory, PutWords, CloseTarn5Memory};
 
 int32_t LoadTarn5Pattern(const char* path, int32_t camera)
 {
@@ -166,16 +158,18 @@ void ClearTarn5Once(int32_t camera)
 
 void WriteFrontEnd(uint32_t address, uint32_t value, int32_t camera)
 {
-    const CameraRecord& record = CameraTable[camera];
+    const uint16_t shadow = CameraTable[camera].Registers[SelectRegister];
     const uint32_t word = (address & 7) << FrontEndAddressShift | (value & FrontEndValue);
-    const int32_t idle = (record.Registers[SelectRegister] & ~FrontEndLines) | FrontEndStrobe;
+    const uint32_t idle = (shadow & ~uint32_t{FrontEndLines}) | FrontEndStrobe;
+    RegisterBatch batch = {};
     for (uint32_t bit = FrontEndBits; bit > 0; --bit) {
-        const int32_t lines = (word >> (bit - 1) & 1) != 0 ? idle | FrontEndData : idle;
-        record.Ops.WriteRegister(SelectRegister, lines, camera);
-        record.Ops.WriteRegister(SelectRegister, lines | FrontEndClock, camera);
-        record.Ops.WriteRegister(SelectRegister, lines, camera);
+        const uint32_t lines = (word >> (bit - 1) & 1) != 0 ? idle | FrontEndData : idle;
+        AddPair(&batch, SelectRegister, lines);
+        AddPair(&batch, SelectRegister, lines | FrontEndClock);
+        AddPair(&batch, SelectRegister, lines);
     }
-    WriteShadow(SelectRegister, camera);
+    AddPair(&batch, SelectRegister, shadow);
+    SendBatch(batch, camera);
 }
 
 int32_t SetTarn5Gain(int32_t camera)
@@ -206,13 +200,24 @@ void SetTarn5Cooler(int32_t on, int32_t camera)
 
 // --- exposure ---
 
+void AddLongRegister(RegisterBatch* batch, int32_t reg, uint32_t value, int32_t camera)
+{
+    const uint16_t halves[] = {static_cast<uint16_t>(value), static_cast<uint16_t>(value >> 16)};
+    for (const uint16_t half : halves) {
+        CameraTable[camera].Registers[reg] = half;
+        AddPair(batch, reg++, half);
+    }
+}
+
 // The camera waits for the shutter to settle by itself.
 void SetTarn5Shutter(double seconds, int32_t camera)
 {
     const double settling = CameraTable[camera].Config.ShutterHisteresys * 100.0;
     const double exposure = seconds == 0.0 ? 0.00001 : seconds;
-    SetLongCounter(ToUint32(settling), SettlingTime, camera);
-    SetLongCounter(ToUint32(exposure * CounterRate), ExposureTime, camera);
+    RegisterBatch batch = {};
+    AddLongRegister(&batch, SettlingTime, ToUint32(settling), camera);
+    AddLongRegister(&batch, ExposureTime, ToUint32(exposure * CounterRate), camera);
+    SendBatch(batch, camera);
 }
 
 int32_t IsTarn5Triggered(int32_t camera)
@@ -221,13 +226,23 @@ int32_t IsTarn5Triggered(int32_t camera)
     return (inputs & TriggerInput) != 0 ? 1 : 0;
 }
 
-// The adaptor on a USB cable has no driver.
-int32_t RefuseAdaptor(int32_t, int32_t, int32_t)
-{
-    return ErrorUnsupportedPlatform;
-}
+// --- sequencer ---
 
-const CameraOps NoAdaptorOps = {.OpenCamera = RefuseAdaptor};
+void LoadSection(uint16_t start, uint16_t end, uint32_t repeat, int32_t camera)
+{
+    RegisterBatch repeats = {};
+    AddPair(&repeats, SequencerMode, ModeWith(HostMode, camera));
+    AddPair(&repeats, SectionPage, start >> 8);
+    AddPair(&repeats, MemoryAddress, repeat);
+    AddPair(&repeats, LoadRepeat, 0);
+    SendBatch(repeats, camera);
+    System.clock.Sleep(CounterMs);
+    RegisterBatch length = {};
+    AddPair(&length, MemoryAddress, end);
+    AddPair(&length, LoadEnd, 0);
+    SendBatch(length, camera);
+    System.clock.Sleep(CounterMs);
+}
 
 } // namespace
 
@@ -273,6 +288,23 @@ void WriteTarn5Memory(int32_t address, uint16_t value, int32_t camera)
     OrderCoprocessor(words, std::size(words), camera);
 }
 
+uint16_t Tarn5ModeWith(Tarn5SequencerMode mode, int32_t camera)
+{
+    const uint32_t shadow = CameraTable[camera].Registers[SequencerMode];
+    return static_cast<uint16_t>((shadow & ~uint32_t{ModeField}) | mode);
+}
+
+void OpenTarn5Memory(uint32_t, int32_t camera)
+{
+    CameraTable[camera].Ops.WriteRegister(SequencerMode, Tarn5ModeWith(WriteMode, camera), camera);
+}
+
+// The coprocessor's writes of the register must leave the sequencer running.
+void CloseTarn5Memory(int32_t camera)
+{
+    StoreRegister(SequencerMode, Tarn5ModeWith(RunMode, camera), camera);
+}
+
 int32_t StartTarn5(const Tarn5Start& start, int32_t attach, int32_t camera)
 {
     CameraRecord& record = CameraTable[camera];
@@ -280,6 +312,7 @@ int32_t StartTarn5(const Tarn5Start& start, int32_t attach, int32_t camera)
         static_cast<uint16_t>(record.Platform.FpgaId)) {
         return ErrorCameraNotFound;
     }
+    if (start.identified != nullptr) start.identified(camera);
     if (!IsCoprocessorThere(camera)) return ErrorCoprocessor;
     record.FanLevel = FirstFanLevel;
     record.LineSkew = 0;
@@ -299,25 +332,16 @@ int32_t StartTarn5(const Tarn5Start& start, int32_t attach, int32_t camera)
 void RunTarn5Sequence(BusSequence sequence, uint32_t repeat, int32_t wait, int32_t camera)
 {
     if (repeat == 0) return;
-    const CameraRecord& record = CameraTable[camera];
-    const CameraOps& ops = record.Ops;
-    const uint16_t* entry = record.SequenceTable + size_t{2} * sequence;
-    const uint16_t start = entry[0];
-    const uint16_t end = entry[1];
-    SetMode(HostMode, camera);
-    ops.WriteRegister(SectionPage, start >> 8, camera);
-    ops.WriteRegister(MemoryAddress, static_cast<int32_t>(repeat & 0xFFFF), camera);
-    ops.WriteRegister(LoadRepeat, 0, camera);
-    System.clock.Sleep(CounterMs);
-    ops.WriteRegister(MemoryAddress, end, camera);
-    ops.WriteRegister(LoadEnd, 0, camera);
-    System.clock.Sleep(CounterMs);
+    const uint16_t* entry = CameraTable[camera].SequenceTable + size_t{2} * sequence;
+    LoadSection(entry[0], entry[1], repeat, camera);
+    RegisterBatch start = {};
     if (wait == 0) {
-        SetMode(ArmedMode, camera);
-        return;
+        AddPair(&start, SequencerMode, ModeWith(ArmedMode, camera));
+    } else {
+        AddPair(&start, SequencerMode, ModeWith(StartedMode, camera));
+        AddPair(&start, SequencerMode, ModeWith(wait == 1 ? HostMode : StreamMode, camera));
     }
-    SetMode(StartedMode, camera);
-    SetMode(wait == 1 ? HostMode : StreamMode, camera);
+    SendBatch(start, camera);
     if (wait == 1) AwaitSection(sequence, repeat, camera);
 }
 
@@ -334,7 +358,7 @@ double MeasureTarn5(int32_t camera)
     if (LoadFlag(Tarn5Temperatures.ring.full) != 0) {
         StoreFlag(&Tarn5Temperatures.used, uint32_t{MiddleReading(Tarn5Temperatures.ring)});
     }
-    return LoadFlag(Tarn5Temperatures.used) * 0.0006103515625 * 1000 / 7.85 - 273.15;
+    return ConverterCelsius(LoadFlag(Tarn5Temperatures.used), 7.85);
 }
 
 void SetTarn5Fan(double percent, int32_t camera)
@@ -367,12 +391,13 @@ const CameraOps Tarn5Ops = {
 };
 
 const BindingRule Tarn5Rules[] = {
-    {.ops = &NoAdaptorOps, .link = InterfaceUsb},
-    {.ops = &CommonOps, .notLink = InterfaceUsb},
-    {.ops = &Tarn5Ops, .notLink = InterfaceUsb},
+    {.ops = &CommonOps},
+    {.ops = &Tarn5Ops},
     {.ops = &Tarn5BusOps, .notLink = InterfaceUsb},
     {.ops = &Tarn5BusFrameOps, .notLink = InterfaceUsb, .optionsSet = OptionCardDma},
     {.ops = &Tarn5BusLineOps, .notLink = InterfaceUsb, .optionsClear = OptionCardDma},
+    {.ops = &UsbCameraOps, .link = InterfaceUsb},
+    {.ops = &Tarn5UsbOps, .link = InterfaceUsb, .extras = &Tarn5UsbExtras},
     {},
 };
 

@@ -1,7 +1,7 @@
 // Tarn_V (platform 28): a coprocessor keeps its temperature, cooler, fan and memory;
 // its sequencer is armed ahead of the exposure and starts by itself when that is over.
-// What stands here reaches the camera through WriteRegister and ReadRegister alone, so
-// it serves any link; a link's own source has its slots 17 and 18, open and reads.
+// What stands here reaches the camera through ReadRegister, WriteRegister and the driver's
+// WriteRegisters, so it serves any link; a link's own source has these, open and reads.
 #pragma once
 #include <cstdint>
 
@@ -32,11 +32,20 @@ inline constexpr int32_t Tarn5VersionRegister = 31;
 // What a link's open programs by sensor.
 struct Tarn5Start {
     uint16_t register6, register7;
-    uint32_t settleMs; // behind the pixel divider; 0: no pause
+    uint32_t settleMs;                            // behind the pixel divider; 0: no pause
+    void (*identified)(int32_t camera) = nullptr; // behind the comparison of versions
 };
 // Compares versions, tests the coprocessor, switches the cooler and programs the
 // camera. 0, 1 or 24.
 int32_t StartTarn5(const Tarn5Start& start, int32_t attach, int32_t camera);
+
+// --- pattern memory: steps of a WaveSink ---
+
+enum Tarn5SequencerMode : uint16_t { WriteMode = 0x01C0, RunMode = 0x0300, ReadMode = 0x0340 };
+// The shadow of register 11 with this mode in its field.
+uint16_t Tarn5ModeWith(Tarn5SequencerMode mode, int32_t camera);
+void OpenTarn5Memory(uint32_t words, int32_t camera);
+void CloseTarn5Memory(int32_t camera);
 
 // --- sequencer ---
 
@@ -61,6 +70,10 @@ void SetTarn5Fan(double percent, int32_t camera);
 
 // Slots 1, 8, 10, 13, 16, 21, 23 and 30, and those that do nothing on either link.
 extern const CameraOps Tarn5Ops;
+
+// Behind the adaptor: its slots, and what it has besides them.
+extern const CameraOps Tarn5UsbOps;
+extern const DriverExtras Tarn5UsbExtras;
 
 // The bus link's own, and its reads: a frame, or a line, by DMA.
 extern const CameraOps Tarn5BusOps, Tarn5BusFrameOps, Tarn5BusLineOps;

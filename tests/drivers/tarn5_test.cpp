@@ -481,11 +481,22 @@ TEST_F(Tarn5, BusHasNeitherMemoryNorStatusOperations)
     EXPECT_EQ(Tarn5Ops.WaitReady, NoResult);
 }
 
-// Whatever another platform's open has left in the slots.
-TEST_F(Tarn5, UsbCableHasNoDriver)
+// What the open over one link has bound the open over the other takes back.
+TEST_F(Tarn5, EachLinkHasItsOwnSlotsAndExtras)
 {
-    OpenFakeBus(42, 255, 0, 2);
     record.InterfaceType = InterfaceUsb;
     BindOperations(28, 0, 0);
-    EXPECT_EQ(record.Ops.OpenCamera(0, 0, 0), 3);
+    EXPECT_EQ(record.Ops.OpenCamera, Tarn5UsbOps.OpenCamera);
+    EXPECT_EQ(record.Ops.ReadFrame, Tarn5UsbOps.ReadFrame);
+    EXPECT_EQ(record.Ops.ClearOnce, NoOperation);
+    EXPECT_EQ(record.Ops.IsTriggered, NoResult);
+    EXPECT_EQ(record.Extras, &Tarn5UsbExtras);
+    record.InterfaceType = InterfaceCard2;
+    BindOperations(28, 0, 0);
+    EXPECT_EQ(record.Ops.OpenCamera, Tarn5BusOps.OpenCamera);
+    EXPECT_EQ(record.Ops.ReadFrame, Tarn5BusLineOps.ReadFrame);
+    EXPECT_EQ(record.Ops.PeekW, NoPeek);
+    EXPECT_EQ(record.Ops.ClearOnce, Tarn5Ops.ClearOnce);
+    EXPECT_EQ(record.Ops.IsTriggered, Tarn5Ops.IsTriggered);
+    EXPECT_EQ(record.Extras, &Tarn5Extras);
 }
