@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <string>
+#include <vector>
 
 #include "emulator/link.h"
 #include "emulator/pipe.h"
@@ -248,8 +249,10 @@ uint32_t Read(uint64_t handle, void* buffer, uint32_t bytes, uint32_t* got)
         const std::lock_guard<std::mutex> guard(EmuLinkLock());
         const bool halved = EmuDeviceFails(EmuUsbRead);
         Port* const port = Find(handle);
-        if (port != nullptr) taken = EmuPipeTake(&port->sent, static_cast<uint8_t*>(buffer), bytes);
+        std::vector<uint8_t> sent(bytes);
+        if (port != nullptr) taken = EmuPipeTake(&port->sent, sent.data(), bytes);
         *got = halved ? taken / 2 : taken;
+        std::copy_n(sent.data(), *got, static_cast<uint8_t*>(buffer));
         EmuNote("usb < %u of %u%s", *got, bytes, End(port == nullptr));
         if (port == nullptr) return InvalidHandle;
     }
