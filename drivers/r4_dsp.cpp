@@ -221,7 +221,7 @@ void SetR4Wheel(int32_t hold, int32_t zeroOffset, int32_t camera)
 
 // --- open ---
 
-// The camera takes its time to tell, and is waited for without a limit.
+// The camera takes its time to tell, and is waited for as long as it is plugged in.
 uint16_t ReadVersion(int32_t camera)
 {
     uint8_t bytes[2] = {};
@@ -231,8 +231,7 @@ uint16_t ReadVersion(int32_t camera)
     WritePair(VersionControl, AskVersion, camera);
     System.clock.Sleep(VersionMs);
     SendPairs(batch, camera);
-    while (UsbWaiting(camera) == 0) System.clock.Relax();
-    UsbReceive(bytes, sizeof bytes, camera);
+    if (UsbAwaitBytes(camera)) UsbReceive(bytes, sizeof bytes, camera);
     return static_cast<uint16_t>(bytes[0] | bytes[1] << 8);
 }
 

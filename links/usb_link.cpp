@@ -80,6 +80,17 @@ uint32_t UsbWaiting(int32_t camera)
     return status == 0 ? count : 0;
 }
 
+bool UsbAwaitBytes(int32_t camera)
+{
+    uint32_t count = 0;
+    while (true) {
+        const uint64_t handle = CameraTable[camera].UsbHandle;
+        if (System.usb.GetQueueStatus(handle, &count) != 0) return false;
+        if (count != 0) return true;
+        System.clock.Relax();
+    }
+}
+
 void DrainReceive(int32_t camera)
 {
     uint8_t scratch[DrainAtOnce];

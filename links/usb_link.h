@@ -25,6 +25,8 @@ void UsbSend(const uint8_t* bytes, uint32_t count, int32_t camera);
 uint32_t UsbReceive(void* buffer, uint32_t bytes, int32_t camera);
 // Bytes that wait.
 uint32_t UsbWaiting(int32_t camera);
+// Polls until bytes wait, without a limit. False if the device cannot be asked: it is gone.
+bool UsbAwaitBytes(int32_t camera);
 // Reads and drops what waits, until nothing does or nothing can be read.
 void DrainReceive(int32_t camera);
 void UsbPurge(int32_t camera); // both directions
