@@ -12,6 +12,9 @@ constexpr VirtualSetup Small(VirtualSetup setup)
     return setup;
 }
 
+// A reply is waited for up to 50 seconds.
+constexpr uint64_t Hour = 3'600'000'000;
+
 constexpr VirtualSetup PortCardSerial = {.platform = 22,
                                          .sensor = 255,
                                          .interfaceType = 1,
@@ -27,13 +30,20 @@ constexpr FaultyLink Links[] = {
     {"PrinterPort", Small({40, 255, 0, "BuildWaveBriar"})},
     {"PortCard", Small({41, 255, 1, "BuildWaveBriar"})},
     {"PortLibrary", Small({40, 255, 0, "BuildWaveBriar"}), 0x0800},
-    {"CardDecoder", Small({30, 255, 2, "BuildWaveLarchKaf", 100, 0xAAAA2}), 0, true},
-    {"CardCoprocessor", Small({28, 120, 2, "BuildWaveTarn5Ccd"}), 0, true},
-    {"PortCardSerial", Small(PortCardSerial), 0, true},
+    {"CardDecoder", Small({30, 255, 2, "BuildWaveLarchKaf", 100, 0xAAAA2}), 0, HangsAnywhere},
+    {"CardCoprocessor", Small({28, 120, 2, "BuildWaveTarn5Ccd"}), 0, HangsAnywhere},
+    {"PortCardSerial", Small(PortCardSerial), 0, HangsAnywhere},
+    {"UsbCommands", Small({450, 3945, UsbInterface, nullptr}), 0, 5, Hour},
+    {"UsbOrders", Small({29, 260, UsbInterface, nullptr}), 0, HangsAnywhere, Hour},
+    {"UsbPairs", Small({400, 3945, UsbInterface, nullptr}), 0, 8, Hour},
+    {"UsbMailbox", Small({48, 255, UsbInterface, nullptr}), 0, 11, Hour},
+    {"UsbFlags", Small({61, 255, UsbInterface, "BuildWaveHeronPlus"}), 0, 5, Hour},
+    {"UsbFlagsNoTimeout", Small({200, 255, UsbInterface, "BuildWaveOspreyKaf"}), 0, HangsAnywhere},
+    {"Adaptor", Small({205, 255, UsbInterface, "BuildWaveOspreyPlusKaf"}), 0, HangsAnywhere},
 };
 
-const Codes OpenCodes = {0, 1, 4, 9, 10, 11, 12, 13, 15, 19, 24};
-const Codes MemoryCodes = {0, 9, 22, 23}; // 22 and 23: of the pattern
+const Codes OpenCodes = {0, 1, 4, 9, 10, 11, 12, 13, 15, 17, 18, 19, 20, 24, 25, 26, 28};
+const Codes MemoryCodes = {0, 9, 16, 22, 23}; // 22 and 23: of the pattern
 const Codes FrameCodes = {0, 2, 9};
 
 class FaultsOf : public FaultSweep, public testing::WithParamInterface<FaultyLink> {};
@@ -65,14 +75,15 @@ TEST_P(FaultsOf, FrameEndsWithAKnownCode)
     }
 }
 
-// Memory that cannot be had ends an open, or is not noticed: then there is no pattern, and
-// no pixel comes.
-TEST_P(FaultsOf, OpenWithoutMemoryEndsWithAKnownCode)
+// Memory that cannot be had ends an open or a frame, or is not noticed: then there is no
+// pattern, and no pixel comes.
+TEST_P(FaultsOf, WithoutMemoryTheyEndWithAKnownCode)
 {
     Use(GetParam());
     if (HasFatalFailure()) return;
     for (const bool lasts : {false, true}) {
-        EXPECT_GT(ForEveryCall({EmuAllocate, Phase::Open, lasts}, MemoryCodes), 0u);
+        ForEveryCall({EmuAllocate, Phase::Open, lasts}, MemoryCodes);
+        ForEveryCall({EmuAllocate, Phase::Frame, lasts}, MemoryCodes);
         ForEveryCall({EmuDmaLock, Phase::Open, lasts}, MemoryCodes);
     }
 }
@@ -84,7 +95,8 @@ TEST_P(FaultsOf, OneKindOfCallThatFailsForGoodEndsWithAKnownCode)
     Use(GetParam());
     if (HasFatalFailure()) return;
     for (const EmuCall call :
-         {EmuDeviceControl, EmuRegisterRead, EmuRegisterWrite, EmuPortRead, EmuPortWrite}) {
+         {EmuDeviceControl, EmuRegisterRead, EmuRegisterWrite, EmuPortRead, EmuPortWrite,
+          EmuUsbRead, EmuUsbWrite, EmuUsbSetting, EmuAdaptorCall}) {
         ForEveryCall({call, Phase::Open, true}, OpenCodes);
         ForEveryCall({call, Phase::Frame, true}, FrameCodes);
     }

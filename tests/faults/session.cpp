@@ -2,6 +2,11 @@
 
 #include <algorithm>
 
+#include "emulator/line_maps.h"
+#include "emulator/usb.h"
+#include "emulator/usb_camera.h"
+#include "tests/support/demo_camera.h"
+
 namespace {
 
 constexpr uint16_t PortBase = 0x378;
@@ -9,6 +14,34 @@ constexpr uint16_t Fill = 0xAAAA, Guard = 0x6D6D;
 constexpr size_t Guards = 64;
 constexpr size_t Pixels = size_t{ImageColumns} * ImageRows;
 constexpr double Exposure = 0.01;
+constexpr int32_t HeronVersion = 47; // of the hardware of 61 and 200
+
+bool IsUsb(const VirtualSetup& setup)
+{
+    return setup.interfaceType == UsbInterface;
+}
+
+void PlugUsb(const VirtualSetup& setup)
+{
+    SmallPlatform definition = {setup.platform, setup.sensor, setup.phase};
+    if (setup.platform == 61 || setup.platform == 200) definition.version = HeronVersion;
+    definition.program = "Program = [ 287454020, 1432778632 ];";
+    definition.columns = setup.columns;
+    definition.rows = setup.rows;
+    WriteDefinitions(SmallDefinitions(definition));
+    EmuUsbCamera camera = {};
+    camera.platform = setup.platform;
+    camera.sensor = setup.sensor;
+    camera.version = static_cast<uint16_t>(definition.version);
+    camera.chip = {ImageColumns, 2 * SensorRows, LeadingCells, RegisterCells, SmallScene};
+    camera.wordNs = 500;
+    camera.memory[1] = 10;
+    if (setup.builder != nullptr) {
+        const EmuWiring wiring = {setup.platform, setup.sensor, 0};
+        ASSERT_TRUE(EmuFindLineMap(setup.builder, wiring, &camera.lines));
+    }
+    ASSERT_EQ(EmuPlugUsbCamera(camera), 0);
+}
 
 } // namespace
 
@@ -25,7 +58,11 @@ void Session::Renew()
 {
     EmuReset();
     EmuInstall();
-    Plug(link.setup);
+    if (IsUsb(link.setup)) {
+        PlugUsb(link.setup);
+    } else {
+        Plug(link.setup);
+    }
 }
 
 int32_t Session::OpenCode(int32_t interfaceLink)
@@ -57,6 +94,8 @@ void Session::ExpectNothingLeft()
     QV_Close(0);
     EXPECT_EQ(EmuCardsOpen(), 0u);
     EXPECT_EQ(EmuDmaLocked(), 0u);
+    EXPECT_EQ(EmuUsbOpenHandles(), 0u);
+    EXPECT_EQ(EmuAdaptorOpen(), 0u);
     EXPECT_EQ(EmuLiveBlocks(), 0u);
 }
 

@@ -7,11 +7,17 @@
 #include "emulator/emulator.h"
 #include "tests/support/virtual_camera.h"
 
+inline constexpr uint32_t HangsAnywhere = 0xFFFFFFFF;
+
+inline constexpr int32_t UsbInterface = 6; // the interface type
+
 struct FaultyLink {
     const char* name;
     VirtualSetup setup;
     int32_t options = 0;
-    bool mayHang = false;            // it has waits that nothing but the camera ends
+    // Waits that nothing but the camera ends: the first calls of an open behind which a link
+    // may hang. On USB those up to the one that sets the time-outs.
+    uint32_t hangsUpTo = 0;
     uint64_t longestUs = 10'000'000; // of an open and two frames that go wrong
 };
 

@@ -6,6 +6,8 @@
 #include <cstdlib>
 #include <string>
 
+#include "emulator/usb.h"
+#include "emulator/usb_camera.h"
 #include "platform/system.h"
 #include "tests/faults/apart.h"
 
@@ -58,6 +60,12 @@ std::vector<uint32_t> Sample(uint32_t calls, const Density& density)
 bool IsOneOf(int32_t code, const Codes& codes)
 {
     return std::find(codes.begin(), codes.end(), code) != codes.end();
+}
+
+bool MayHang(const FaultyLink& link, const Fault& fault)
+{
+    if (link.hangsUpTo == HangsAnywhere) return true;
+    return fault.phase == Phase::Open && fault.at <= link.hangsUpTo;
 }
 
 std::string Text(const Fault& fault)
@@ -130,6 +138,10 @@ const char* NameOf(EmuCall call)
     case EmuRegisterWrite: return "register writes";
     case EmuPortRead: return "port reads";
     case EmuPortWrite: return "port writes";
+    case EmuUsbRead: return "USB reads";
+    case EmuUsbWrite: return "USB writes";
+    case EmuUsbSetting: return "USB settings";
+    case EmuAdaptorCall: return "adaptor calls";
     default: return "calls";
     }
 }
@@ -220,6 +232,8 @@ void FaultSweep::RunWithFault(const Fault& fault, const Codes& codes)
     // A card that failed to open is given back by the next open.
     EXPECT_LE(EmuCardsOpen(), code == 0 ? 0u : 1u);
     EXPECT_LE(EmuDmaLocked(), code == 0 ? 0u : 1u);
+    EXPECT_EQ(EmuUsbOpenHandles(), 0u);
+    EXPECT_EQ(EmuAdaptorOpen(), 0u);
     EXPECT_LE(EmuLiveBlocks(), code == 0 ? 0u : 1u);
     ExpectRecovery();
 }
@@ -247,11 +261,11 @@ void FaultSweep::RunApartWithFaults(Fault fault, const std::vector<uint32_t>& po
         std::string said;
         const Ending ending = RunApart(run, &said);
         if (ending == Ending::Good) return;
-        if (ending == Ending::Hung && link.mayHang && !tally->recovers) {
+        fault.at = points[tally->runs - 1];
+        if (ending == Ending::Hung && MayHang(link, fault) && !tally->recovers) {
             ++tally->hung;
             continue;
         }
-        fault.at = points[tally->runs - 1];
         ADD_FAILURE() << Text(fault) << '\n' << said;
         return;
     }
@@ -265,7 +279,7 @@ uint32_t FaultSweep::ForEveryCall(Fault fault, const Codes& codes)
     const bool all = ReadShare().of != 0;
     const uint32_t calls = CountCalls(fault.call, fault.phase);
     const std::vector<uint32_t> points = Points(fault, calls);
-    if (all || link.mayHang) {
+    if (all || link.hangsUpTo != 0) {
         RunApartWithFaults(fault, points, codes);
     } else {
         RunOnWithFaults(fault, points, codes);
