@@ -39,7 +39,7 @@ enum EmuTarn5Register : uint32_t {
     EmuTarn5TimeHigh = 13,
 };
 inline constexpr uint32_t EmuTarn5Registers = 64;
-inline constexpr uint16_t EmuTarn5LeaveStream = 16; // of the low six bits of the selection
+inline constexpr uint16_t EmuTarn5LeaveStream = 16; // the number that a selection names
 
 // Lines of the control register.
 inline constexpr uint16_t EmuTarn5ByHand = 0x8000;

@@ -7,7 +7,6 @@
 
 namespace {
 
-constexpr uint16_t SelectMask = 0x3F;
 constexpr uint16_t SelectsStatus = 0x20;
 constexpr uint16_t StatusMask = 0x1F;
 constexpr uint16_t OnTrigger = 0x0001; // of the shutter register
@@ -23,7 +22,7 @@ void Select(EmuUsbState* camera, uint16_t now)
 {
     camera->statusDue = (now & SelectsStatus) != 0;
     if (camera->statusDue) EmuUsbDropSent(camera);
-    if ((now & SelectMask) == EmuTarn5LeaveStream) EmuUsbStopSections(camera);
+    if ((now & StatusMask) == EmuTarn5LeaveStream) EmuUsbStopSections(camera);
 }
 
 void SendStatus(EmuUsbState* camera)
@@ -61,6 +60,7 @@ void TakePair(EmuUsbState* camera, uint16_t reg, uint16_t value)
     switch (reg) {
     case EmuTarn5Select: Select(camera, value); break;
     case EmuTarn5Control:
+        if (value & EmuTarn5Sends) camera->statusDue = false; // pixels come ahead of it
         EmuUsbSections(camera, SectionLines(before), SectionLines(value),
                        camera->registers[EmuTarn5Page]);
         break;
