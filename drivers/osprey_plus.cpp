@@ -204,7 +204,8 @@ int32_t ReadFrame(int32_t shutter, int32_t width, int32_t height, uint16_t* buff
 {
     const BusFrame frame = FullFrame(width, height, buffer, camera);
     const uint64_t words = FrameWords(frame.width, frame.height + frame.dummy);
-    if (!GrowFrame(words, camera)) return ErrorDmaBuffer;
+    // A camera that has been closed has no buffer, and gets none.
+    if (Frames[camera].words == nullptr || !GrowFrame(words, camera)) return ErrorDmaBuffer;
     return ReadUsbFrame(WholeReadout, shutter, frame, camera);
 }
 

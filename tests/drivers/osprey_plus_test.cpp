@@ -222,6 +222,13 @@ TEST_F(OspreyPlus, CloseFreesLibraryAndFrame)
     EXPECT_EQ(EmuLiveBlocks(), 0u);
 }
 
+TEST_F(OspreyPlus, FrameOfAClosedCameraTakesNoMemory)
+{
+    Close();
+    EXPECT_EQ(ReadFrame(), 9);
+    EXPECT_EQ(EmuLiveBlocks(), 0u);
+}
+
 // --- reads ---
 
 // Five lines in one transfer, of which four words and four lines are the image.
