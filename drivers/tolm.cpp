@@ -228,11 +228,11 @@ void SendLines(int64_t first, int64_t end, int64_t length, int32_t camera)
     WriteWord(FrameLength, length, camera);
 }
 
-// A camera that has been closed never tells.
+// For as long as the camera takes. One that does not answer is gone.
 void AwaitClear(int32_t camera)
 {
-    while (CameraTable[camera].UsbHandle != 0) {
-        if ((ReadPair(ClearStatus, camera) & ClearDone) != 0) return;
+    uint8_t status = 0;
+    while (ReadPair8(ClearStatus, &status, camera) && (status & ClearDone) == 0) {
         System.clock.Relax();
     }
 }

@@ -118,7 +118,16 @@ bool ReadWithin500ms(void* buffer, uint32_t bytes, int32_t camera)
 uint8_t ReadPair(int32_t reg, int32_t camera)
 {
     uint8_t value = 0;
-    return Ask(reg, &value, sizeof value, camera) ? value : uint8_t{0};
+    ReadPair8(reg, &value, camera);
+    return value;
+}
+
+bool ReadPair8(int32_t reg, uint8_t* value, int32_t camera)
+{
+    uint8_t byte = 0;
+    const bool came = Ask(reg, &byte, sizeof byte, camera);
+    *value = came ? byte : uint8_t{0};
+    return came;
 }
 
 bool ReadPair16(int32_t reg, uint16_t* value, int32_t camera)

@@ -28,9 +28,10 @@ void WritePair32(int32_t reg, uint32_t value, int32_t camera);
 // asked for; the buffer has what came.
 bool ReadWithin500ms(void* buffer, uint32_t bytes, int32_t camera);
 
-// What does not come reads as 0.
+// What does not come reads as 0; two of them tell whether it came.
 uint8_t ReadPair(int32_t reg, int32_t camera);
-bool ReadPair16(int32_t reg, uint16_t* value, int32_t camera); // whether all of it came
+bool ReadPair8(int32_t reg, uint8_t* value, int32_t camera);
+bool ReadPair16(int32_t reg, uint16_t* value, int32_t camera);
 
 // The image that has been asked for: 0, or 2 if it came short. Then the port is reset,
 // whatever still comes belongs to nothing.

@@ -169,6 +169,12 @@ TEST_F(R4Dsp, VersionIsWaitedForWithoutALimit)
     EXPECT_GE(EmuMicroseconds() - start, 2000000u);
 }
 
+TEST_F(R4Dsp, VersionOfADeviceThatIsGoneIsError1)
+{
+    Usb.failing = {"<", ">", "queue"};
+    EXPECT_EQ(OpenFakeUsb(), 1);
+}
+
 // The reset comes first.
 TEST_F(R4Dsp, OtherVersionIsError1)
 {

@@ -211,6 +211,13 @@ TEST_F(Tolm, ClearOfAClosedCameraComesBack)
     EXPECT_EQ(record.Registers[15], 0);
 }
 
+TEST_F(Tolm, CameraThatDoesNotAnswerIsNotAwaited)
+{
+    Usb.answers[Cleared] = {{0x00}, {}};
+    record.Ops.ClearSensor(UsbCamera);
+    EXPECT_EQ(Usb.log.back(), "usb > 0F 00");
+}
+
 // --- frames ---
 
 TEST_F(Tolm, FrameIsAskedForAheadOfItsExposure)

@@ -25,11 +25,16 @@ void Note(const std::string& line)
     Usb.log.push_back(line);
 }
 
+bool Fails(const std::string& text)
+{
+    return std::any_of(Usb.failing.begin(), Usb.failing.end(),
+                       [&](const auto& start) { return text.rfind(start, 0) == 0; });
+}
+
 // Writes the call down; 0, or the status of one that fails.
 uint32_t Call(const std::string& text)
 {
-    const bool fails = std::any_of(Usb.failing.begin(), Usb.failing.end(),
-                                   [&](const auto& start) { return text.rfind(start, 0) == 0; });
+    const bool fails = Fails(text);
     Note("usb " + text + (fails ? " fails" : ""));
     return fails ? Failure : 0;
 }
@@ -112,6 +117,7 @@ uint32_t QueueStatus(uint64_t handle, uint32_t* count)
     Expect(handle);
     ++Usb.polls;
     *count = 0;
+    if (Fails("queue")) return Failure;
     if (Usb.emptyPolls > 0) {
         --Usb.emptyPolls;
     } else {

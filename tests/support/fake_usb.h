@@ -25,7 +25,7 @@ struct FakeUsbState {
     std::vector<std::string> log;
     uint32_t devices = 1;
 
-    // Which calls fail: the first word of their line, as "open", "mode 255 64" or "<".
+    // Which calls fail: how their line begins, as "open", "mode 255 64", "<" or "queue".
     std::vector<std::string> failing;
 
     // Bytes that wait to be read. A write puts the answer there whose key begins its text;
