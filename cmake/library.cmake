@@ -42,14 +42,18 @@ set_source_files_properties(${QVN_PIXEL_SOURCES} PROPERTIES
   COMPILE_OPTIONS "-ffp-contract=off;$<$<NOT:$<CONFIG:Debug>>:-O3>")
 
 # What a host loads: only the names of the version script can be seen.
-function(qvn_shared_library target script)
-  set_target_properties(${target} PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION 7
-    LINKER_LANGUAGE CXX LINK_DEPENDS ${script})
+function(qvn_show_only target script)
+  set_target_properties(${target} PROPERTIES LINKER_LANGUAGE CXX LINK_DEPENDS ${script})
   # The timer's thread runs code of the library, so a host cannot unload it.
   target_link_options(${target} PRIVATE -Wl,--version-script=${script} -Wl,-z,nodelete)
   if(NOT QVN_SANITIZE)
     target_link_options(${target} PRIVATE -Wl,--no-undefined)
   endif()
+endfunction()
+
+function(qvn_shared_library target script)
+  set_target_properties(${target} PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION 7)
+  qvn_show_only(${target} ${script})
 endfunction()
 
 add_library(qvn SHARED)

@@ -33,6 +33,7 @@ const std::map<std::string, Names> MayInclude = {
     {"acquisition", {"core", "platform", "catalogue", "sequencer", "devices"}},
     {"emulator", {"platform"}},
     {"bench", {"include", "platform", "core", "catalogue", "sequencer", "emulator"}},
+    {"standin", {"include", "platform"}},
     {"supervisor", {"include"}},
     {"tools", {"include", "platform", "emulator", "supervisor"}},
     {"bindings", {"include"}},
@@ -85,6 +86,7 @@ const Names StandardHeaders = {"algorithm",   "array",
 const std::map<std::string, std::string> OutsideHeaderPlaces = {
     {"catalogue/config_tree.cpp", "libconfig.h"},
     {"drivers/demo/demo_blocks_vector.cpp", "immintrin.h"},
+    {"standin/world.cpp", "dlfcn.h"},
 };
 
 struct Include {
