@@ -188,6 +188,18 @@ TEST_F(UsbTarn5, SelectionOf16LeavesTheStream)
     EXPECT_EQ(In<uint16_t>(1), Words({0xEEEE}));
 }
 
+// As a question that nobody waits to have answered.
+TEST_F(UsbTarn5, SelectionOf16StandsInNobodysWay)
+{
+    Plug(9);
+    LoadLine(4);
+    Put({0, 32 | 16});
+    Prepare(4, 1, 13);
+    Put({11, 0x4300});
+    Expose(true);
+    EXPECT_EQ(In<uint16_t>(4), FirstRow);
+}
+
 TEST_F(UsbTarn5, CounterWaitsForTheTrigger)
 {
     Plug(9);
