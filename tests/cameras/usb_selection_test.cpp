@@ -79,17 +79,10 @@ UsbSetup SetupOf(int32_t platform, int32_t sensor)
     return setup;
 }
 
-bool IsBuilt(int32_t platform)
-{
-    const PlatformBinding* row = FindPlatformBinding(platform);
-    return row != nullptr && row->closeUsb != nullptr;
-}
-
 std::vector<UsbSetup> UsbCases()
 {
     std::vector<UsbSetup> cases;
     for (const Kind& kind : Kinds) {
-        if (!IsBuilt(kind.platform)) continue;
         int32_t sensors[128];
         const int32_t count = CCDQuery(kind.platform, sensors);
         for (int32_t i = 0; i < count; ++i) {
