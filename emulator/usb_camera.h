@@ -85,19 +85,23 @@ uint16_t EmuUsbMemoryWord(int32_t camera, int32_t word);
 void EmuUsbSetMemoryWord(int32_t camera, int32_t word, uint16_t value);
 // Of the pattern memory; words are stored low byte first. How many there are.
 uint32_t EmuUsbPatternBytes(int32_t camera, uint32_t address, uint32_t count, uint8_t* bytes);
-void EmuUsbTrigger(int32_t camera, bool seen);   // the external trigger line
-void EmuUsbSetWheel(int32_t camera, bool zero);  // the filter wheel's zero sensor
-void EmuUsbMute(int32_t camera, uint32_t bytes); // it sends no more than these; 0xFFFFFFFF: all
-void EmuUsbStall(int32_t camera, uint32_t afterPixel);     // of each frame; 0xFFFFFFFF: never
+void EmuUsbTrigger(int32_t camera, bool seen);  // the external trigger line
+void EmuUsbSetWheel(int32_t camera, bool zero); // the filter wheel's zero sensor
+
+// It sends no more than so many bytes, and of each frame no more than so many pixels;
+// 0xFFFFFFFF: all.
+void EmuUsbMute(int32_t camera, uint32_t bytes);
+void EmuUsbStall(int32_t camera, uint32_t afterPixel);
+
 double EmuUsbTemperature(int32_t camera);                  // of the sensor now
 void EmuUsbSetTemperature(int32_t camera, double celsius); // from here it drifts on
 int32_t EmuUsbCoolerPower(int32_t camera);                 // the code as it was sent
 bool EmuUsbCoolerOn(int32_t camera);
 uint16_t EmuUsbFan(int32_t camera); // the code as it was sent
-uint32_t
-EmuUsbExposures(int32_t camera); // how often light fell on the sensor, or a frame had light
-uint32_t EmuUsbGainWord(int32_t camera,
-                        int32_t word); // of the front end; 300, 450: words of command 12
+// How often light fell on the sensor, or a frame had light.
+uint32_t EmuUsbExposures(int32_t camera);
+// A word of the front end; on 300 and 450 of command 12.
+uint32_t EmuUsbGainWord(int32_t camera, int32_t word);
 uint32_t EmuUsbCommands(int32_t camera, int32_t command); // 300, 450, 29, 48: how often it came
 // 300, 450: words of command 9, from 16 on those of command 23. 48: of the readout order.
 uint16_t EmuUsbGeometry(int32_t camera, int32_t word);

@@ -145,6 +145,7 @@ TEST_F(VirtualWorld, FramesAreTheSceneOnEveryKindOfLink)
         {"platform=28,sensor=255", 0},
         {"platform=70,sensor=255", 0},
         {"platform=71,sensor=255", 0},
+        {"platform=28,sensor=255,link=6", 1},
         {"platform=29,sensor=260", 0},
         {"platform=205,sensor=255", 0},
         {"platform=400,sensor=3945", 0},
@@ -230,7 +231,8 @@ TEST_F(VirtualWorld, SerialNumbersAreInMemoryOrInTheDevicesStrings)
 {
     for (const char* text :
          {"platform=61,sensor=255", "platform=200,sensor=255", "platform=300,sensor=255",
-          "platform=29,sensor=260", "platform=48,sensor=255", "platform=205,sensor=255"}) {
+          "platform=29,sensor=260", "platform=48,sensor=255", "platform=205,sensor=255",
+          "platform=28,sensor=255,link=6"}) {
         SCOPED_TRACE(text);
         ASSERT_EQ(Install(std::string("time=virtual;") + text + ",serial=4711"), 0) << error;
         Open(0);
@@ -373,6 +375,8 @@ TEST_F(VirtualWorld, UsbFaultsEndInTheLibrarysCodes)
         {"platform=300,sensor=255,state=off", 18},            //
         {"platform=300,sensor=255,camera=1", 18},             //
         {"platform=300,sensor=255,fault=usb-read:1", 1},      //
+        {"platform=28,sensor=255,link=6,fault=no-adaptor-library", 20},
+        {"platform=28,sensor=255,link=6,fault=adaptor-call:1", 18},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.text);
