@@ -1,19 +1,9 @@
-// The bus links, one camera each. Sensor, pattern and image are small, so that every call of
-// an open, a load and a frame can be made to fail in an hour.
+// The bus links and the USB links, one camera each. Sensor, pattern and image are small, so that
+// every call of an open, a load and a frame can be made to fail in an hour.
+#include "tests/faults/small_links.h"
 #include "tests/faults/sweep.h"
 
 namespace {
-
-constexpr VirtualSetup Small(VirtualSetup setup)
-{
-    setup.phase = 2;
-    setup.columns = 8;
-    setup.rows = 4;
-    return setup;
-}
-
-// A reply is waited for up to 50 seconds.
-constexpr uint64_t Hour = 3'600'000'000;
 
 constexpr VirtualSetup PortCardSerial = {.platform = 22,
                                          .sensor = 255,
@@ -33,13 +23,6 @@ constexpr FaultyLink Links[] = {
     {"CardDecoder", Small({30, 255, 2, "BuildWaveLarchKaf", 100, 0xAAAA2}), 0, HangsAnywhere},
     {"CardCoprocessor", Small({28, 120, 2, "BuildWaveTarn5Ccd"}), 0, HangsAnywhere},
     {"PortCardSerial", Small(PortCardSerial), 0, HangsAnywhere},
-    {"UsbCommands", Small({450, 3945, UsbInterface, nullptr}), 0, 5, Hour},
-    {"UsbOrders", Small({29, 260, UsbInterface, nullptr}), 0, HangsAnywhere, Hour},
-    {"UsbPairs", Small({400, 3945, UsbInterface, nullptr}), 0, 8, Hour},
-    {"UsbMailbox", Small({48, 255, UsbInterface, nullptr}), 0, 11, Hour},
-    {"UsbFlags", Small({61, 255, UsbInterface, "BuildWaveHeronPlus"}), 0, 5, Hour},
-    {"UsbFlagsNoTimeout", Small({200, 255, UsbInterface, "BuildWaveOspreyKaf"}), 0, HangsAnywhere},
-    {"Adaptor", Small({205, 255, UsbInterface, "BuildWaveOspreyPlusKaf"}), 0, HangsAnywhere},
 };
 
 const Codes OpenCodes = {0, 1, 4, 9, 10, 11, 12, 13, 15, 17, 18, 19, 20, 24, 25, 26, 28};
@@ -54,6 +37,7 @@ std::string NameOf(const testing::TestParamInfo<FaultyLink>& info)
 }
 
 INSTANTIATE_TEST_SUITE_P(Links, FaultsOf, testing::ValuesIn(Links), NameOf);
+INSTANTIATE_TEST_SUITE_P(Usb, FaultsOf, testing::ValuesIn(UsbLinks), NameOf);
 
 } // namespace
 

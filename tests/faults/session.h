@@ -19,6 +19,8 @@ struct FaultyLink {
     // may hang. On USB those up to the one that sets the time-outs.
     uint32_t hangsUpTo = 0;
     uint64_t longestUs = 10'000'000; // of an open and two frames that go wrong
+    // An order that was cut off spoils the next one: the open behind a fault may fail too.
+    bool remembers = false;
 };
 
 class Session : public VirtualCameraTest {

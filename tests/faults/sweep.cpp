@@ -235,6 +235,10 @@ void FaultSweep::RunWithFault(const Fault& fault, const Codes& codes)
     EXPECT_EQ(EmuUsbOpenHandles(), 0u);
     EXPECT_EQ(EmuAdaptorOpen(), 0u);
     EXPECT_LE(EmuLiveBlocks(), code == 0 ? 0u : 1u);
+    if (link.remembers) {
+        OpenCode();
+        QV_Close(0);
+    }
     ExpectRecovery();
 }
 

@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "emulator/bus_camera.h"
+#include "emulator/usb_camera.h"
 #include "tests/faults/session.h"
 
 namespace {
@@ -31,6 +32,13 @@ const FaultyLink TarnIiiSerial = {"",
                                    .builder = "BuildWaveTarn3Kaf",
                                    .interfaceLink = 1}};
 const FaultyLink LarchSerial = {"", {30, 255, 2, "BuildWaveLarchKaf", 100, 0xAAAA2}};
+
+const FaultyLink R4Dsp = {"", {48, 255, UsbInterface, nullptr}};
+
+void PullThePlug(int32_t camera)
+{
+    EmuUnplugUsbCamera(camera);
+}
 
 void SeeTrigger(int32_t camera)
 {
@@ -71,4 +79,16 @@ TEST_F(EndlessWaits, SilentDecoderHangsAsToldOnThePortCard)
     EmuBusPower(bus, false);
     EXPECT_DEATH(QV_Peek(16, 0), Told);
     EXPECT_DEATH(QV_ReadEP(1, 0), Told);
+}
+
+// What is not there any more is not waited for.
+TEST_F(EndlessWaits, VersionOfASilentR4DspHangsAsToldWhileItIsPluggedIn)
+{
+    link = R4Dsp;
+    Renew();
+    EmuUsbMute(0, 0);
+    EmuSetTimeLimit(5 * Second);
+    EXPECT_DEATH(OpenCode(), Told);
+    EmuSchedule(3 * Second, PullThePlug, 0);
+    EXPECT_EQ(OpenCode(), 1);
 }
