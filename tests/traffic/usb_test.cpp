@@ -317,6 +317,55 @@ TEST_F(UsbTraffic, OspreysOtherKindHasLevelsOfItsOwn)
     Compare("200", "variant");
 }
 
+// What the open of a sensor differs in: time-outs of 400, levels of 61, 200, 205 and 28.
+TEST_F(UsbTraffic, OpensKnowTheirSensors)
+{
+    const struct {
+        UsbSetup setup;
+        const char* lines;
+    } rows[] = {
+        {{400, 3946}, "usb timeouts 1500 0"},
+        {{400, 3947}, "usb timeouts 2500 0"},
+        {{400, 3948}, "usb timeouts 2500 0"},
+        {{400, 3960}, "usb timeouts 2500 0"},
+        {{400, 3962}, "usb timeouts 4500 0"},
+        {{400, 3964}, "usb timeouts 4500 0"},
+        {{400, 3968}, "usb timeouts 9000 0"},
+        {{400, 3980}, "usb timeouts 17000 0"},
+        {{400, 3985}, "usb timeouts 17000 0"},
+        {{400, 3990}, "usb timeouts 32000 0"},
+        {{61, 279, "BuildWaveHeronPlus"}, "usb > 95 C8"},
+        {{200, 279, "BuildWaveOspreyKaf"}, "usb > 95 18"},
+        {{205, 120, "BuildWaveOspreyCcd3011"},
+         "adaptor > 1D 42\nadaptor > 1E B2\nadaptor > 15 18\nadaptor > 16 01"},
+        {{205, 125, "BuildWaveOspreyPlusCcd4710"},
+         "adaptor > 1D B4\nadaptor > 1E 84\nadaptor > 15 58"},
+        {{205, 133, "BuildWaveOspreyPlusCcd3011b"},
+         "adaptor > 1D B4\nadaptor > 1E 84\nadaptor > 15 58"},
+        {{205, 134, "BuildWaveOspreyPlusCcd55"},
+         "adaptor > 1D 42\nadaptor > 1E B2\nadaptor > 15 00\nadaptor > 16 09"},
+        {{205, 135, "BuildWaveOspreyPlusCcd55"},
+         "adaptor > 1D 42\nadaptor > 1E B2\nadaptor > 15 00\nadaptor > 16 01"},
+        {{28, 290, "BuildWaveTarn5"}, "adaptor > 0006 12A4\nadaptor > 0007 3308"},
+        {{28, 2000, "BuildWaveTarn5Ccd442"}, "adaptor > 0006 96A4\nadaptor > 0007 78F8"},
+        {{28, 120, "BuildWaveTarn5Ccd"}, "adaptor > 0006 96A4\nadaptor > 0007 3FF8"},
+        {{28, 125, "BuildWaveTarn5Ccd"}, "adaptor > 0006 96A4\nadaptor > 0007 3FF8"},
+        {{28, 133, "BuildWaveTarn5Ccd"}, "adaptor > 0006 96A4\nadaptor > 0007 3FF8"},
+    };
+    for (const auto& row : rows) {
+        ResetLibrary();
+        QV_SetPathName(DemoFolder().c_str());
+        Plug(row.setup);
+        Record();
+        Open(row.setup);
+        EmuRecord(false);
+        const std::string wanted = std::string("...\n") + row.lines + "\n...";
+        EXPECT_EQ(TrafficDiffers(wanted, EmuTraffic()), "")
+            << row.setup.platform << " with " << row.setup.sensor;
+        QV_Close(0);
+    }
+}
+
 // By the numbers of their second byte.
 TEST_F(UsbTraffic, EveryCommandOfTolmEStandsInAFile)
 {
