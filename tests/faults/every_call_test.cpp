@@ -21,7 +21,8 @@ constexpr FaultyLink Links[] = {
     {"PortCard", Small({41, 255, 1, "BuildWaveBriar"})},
     {"PortLibrary", Small({40, 255, 0, "BuildWaveBriar"}), 0x0800},
     {"CardDecoder", Small({30, 255, 2, "BuildWaveLarchKaf", 100, 0xAAAA2}), 0, HangsAnywhere},
-    {"CardCoprocessor", Small({28, 120, 2, "BuildWaveTarn5Ccd"}), 0, HangsAnywhere},
+    {"CardCoprocessor", Small({28, 120, 2, "BuildWaveTarn5Ccd"}), 0, HangsAnywhere, Hour / 360,
+     true},
     {"PortCardSerial", Small(PortCardSerial), 0, HangsAnywhere},
 };
 

@@ -21,6 +21,6 @@ inline constexpr FaultyLink UsbLinks[] = {
     {"UsbFlags", Small({61, 255, UsbInterface, "BuildWaveHeronPlus"}), 0, 5, Hour},
     {"UsbFlagsNoTimeout", Small({200, 255, UsbInterface, "BuildWaveOspreyKaf"}), 0, HangsAnywhere},
     {"Adaptor", Small({205, 255, UsbInterface, "BuildWaveOspreyPlusKaf"}), 0, HangsAnywhere, Hour},
-    {"AdaptorWords", Small({28, 255, UsbInterface, "BuildWaveTarn5"}), 0, HangsAnywhere, Hour,
+    {"AdaptorWords", Small({28, 255, UsbInterface, "BuildWaveTarn5"}), 0, HangsAnywhere, Hour / 6,
      true},
 };
