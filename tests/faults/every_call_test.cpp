@@ -51,6 +51,13 @@ TEST_P(FaultsOf, OpenAndLoadEndWithAKnownCode)
     }
 }
 
+TEST_P(FaultsOf, LoadEnds)
+{
+    Use(GetParam());
+    if (HasFatalFailure()) return;
+    for (const bool lasts : {false, true}) ForEveryCall({EmuAnyCall, Phase::Load, lasts}, {});
+}
+
 TEST_P(FaultsOf, FrameEndsWithAKnownCode)
 {
     Use(GetParam());

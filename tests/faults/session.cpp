@@ -1,7 +1,10 @@
 #include "tests/faults/session.h"
 
 #include <algorithm>
+#include <fstream>
+#include <iterator>
 
+#include "core/record.h"
 #include "emulator/line_maps.h"
 #include "emulator/usb.h"
 #include "emulator/usb_camera.h"
@@ -87,6 +90,20 @@ int32_t Session::FrameCode(std::vector<uint16_t>* pixels)
     }
     if (pixels != nullptr) pixels->assign(buffer.begin() + Guards, buffer.end() - Guards);
     return QV_Status(0);
+}
+
+// The first page of the pattern that the open has built, with sections of a word.
+int32_t Session::LoadCode()
+{
+    constexpr size_t Sections = 24, Header = 4 + 1 + Sections, Page = 256;
+    std::ifstream file(DemoFolder() + "wave.bin", std::ios::binary);
+    std::string pattern(std::istreambuf_iterator<char>(file), {});
+    if (pattern.size() < Header + 2 * Page) return 1; // a camera without one
+    pattern.resize(Header + Page * (pattern[4] != 0 ? 1 : 2));
+    pattern.replace(0, 4, std::string{0, 1, 0, 0});
+    pattern.replace(5, Sections, std::string(Sections, '\0'));
+    WriteDemoFile("page.bin", pattern);
+    return CameraTable[0].Ops.LoadSequencer((DemoFolder() + "page.bin").c_str(), 0);
 }
 
 void Session::ExpectNothingLeft()

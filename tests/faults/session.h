@@ -36,6 +36,9 @@ protected:
     // A light frame between guards that must stay; its code.
     int32_t FrameCode(std::vector<uint16_t>* pixels = nullptr);
 
+    // Loads a pattern of one page into the open camera: 1, or 0 if that was refused.
+    int32_t LoadCode();
+
     // Closed, nothing is left; and the camera opens and gives the frame again.
     void ExpectNothingLeft();
     void ExpectRecovery();

@@ -42,6 +42,7 @@ Density SampleOf(const Fault& fault)
     if (fault.call == EmuAllocate) return {3, 0};
     if (fault.call != EmuAnyCall) return {0, 1};
     if (fault.phase == Phase::Open) return fault.lasts ? Density{6, 4} : Density{20, 12};
+    if (fault.phase == Phase::Load) return fault.lasts ? Density{2, 1} : Density{3, 3};
     return fault.lasts ? Density{1, 2} : Density{4, 6};
 }
 
@@ -122,10 +123,10 @@ struct Tally {
 
 namespace {
 
-void Count(Tally* tally, int32_t code)
+void Count(Tally* tally, int32_t code, uint64_t since = 0)
 {
     if (code >= 0 && code < CodeCount) ++tally->codes[code];
-    tally->longestUs = std::max(tally->longestUs, EmuMicroseconds());
+    tally->longestUs = std::max(tally->longestUs, EmuMicroseconds() - since);
 }
 
 const char* NameOf(EmuCall call)
@@ -146,10 +147,19 @@ const char* NameOf(EmuCall call)
     }
 }
 
+const char* NameOf(Phase phase)
+{
+    switch (phase) {
+    case Phase::Open: return "open";
+    case Phase::Load: return "load";
+    default: return "frame";
+    }
+}
+
 void Report(const char* link, const Fault& fault, uint32_t calls, Stretch load, const Tally& tally)
 {
-    printf("%s, %s, %s %s: %u of %u", link, fault.phase == Phase::Open ? "open" : "frame",
-           NameOf(fault.call), fault.lasts ? "lasting" : "once", tally.runs, calls);
+    printf("%s, %s, %s %s: %u of %u", link, NameOf(fault.phase), NameOf(fault.call),
+           fault.lasts ? "lasting" : "once", tally.runs, calls);
     if (load.to != 0) printf(", the load from %u to %u", load.from + 1, load.to);
     printf(";");
     for (int32_t code = 0; code < CodeCount; ++code) {
@@ -174,6 +184,9 @@ uint32_t FaultSweep::CountCalls(EmuCall call, Phase phase)
     if (phase == Phase::Frame) {
         EmuFail(call, Never, false);
         EXPECT_EQ(FrameCode(), 0);
+    } else if (phase == Phase::Load) {
+        EmuFail(call, Never, false);
+        EXPECT_EQ(LoadCode(), 1);
     } else {
         System.memory = Finder.memory;
         load = Finder.longest;
@@ -206,6 +219,26 @@ void FaultSweep::ReadUnderFault(const Fault& fault, const Codes& codes)
     Count(tally, code);
     EmuFail(fault.call, 0, false);
     EXPECT_PRED2(IsOneOf, FrameCode(), FrameCodes);
+}
+
+// The link does not tell whether a word arrived. The camera stays open for the next run.
+void FaultSweep::LoadUnderFault(const Fault& fault)
+{
+    tally->recovers = false;
+    if (QV_IsOn(0) == 0) {
+        Renew();
+        ASSERT_EQ(OpenCode(), 0);
+    }
+    const uint64_t start = EmuMicroseconds();
+    EmuSetTimeLimit(start + link.longestUs);
+    EmuFail(fault.call, fault.at, fault.lasts);
+    const int32_t loaded = LoadCode();
+    EXPECT_PRED2(IsOneOf, loaded, (Codes{0, 1}));
+    Count(tally, loaded, start);
+    EmuFail(fault.call, 0, false);
+    tally->recovers = true;
+    EmuSetTimeLimit(EmuMicroseconds() + link.longestUs);
+    EXPECT_EQ(LoadCode(), 1);
 }
 
 void FaultSweep::RunWithFault(const Fault& fault, const Codes& codes)
@@ -249,8 +282,15 @@ void FaultSweep::RunOnWithFaults(Fault fault, const std::vector<uint32_t>& point
     while (tally->runs < points.size() && !HasFailure()) {
         fault.at = points[tally->runs++];
         SCOPED_TRACE(Text(fault));
-        RunWithFault(fault, codes);
+        if (fault.phase == Phase::Load) {
+            LoadUnderFault(fault);
+        } else {
+            RunWithFault(fault, codes);
+        }
     }
+    if (fault.phase != Phase::Load) return;
+    ExpectNothingLeft();
+    ExpectRecovery();
 }
 
 // The same in processes of their own; a new one behind a run that hung.

@@ -13,6 +13,7 @@
 
 enum class Phase {
     Open, // the pattern is built and loaded in it
+    Load, // a pattern of one page is loaded once more, so that each call of it can fail
     Frame
 };
 
@@ -48,4 +49,5 @@ private:
     void RunApartWithFaults(Fault fault, const std::vector<uint32_t>& points, const Codes& codes);
     void RunWithFault(const Fault& fault, const Codes& codes);
     void ReadUnderFault(const Fault& fault, const Codes& codes);
+    void LoadUnderFault(const Fault& fault);
 };
