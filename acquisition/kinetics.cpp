@@ -71,7 +71,7 @@ void ResumeCleanUp(const CleanUp& cleanUp, int32_t camera)
 void BuildSeries(const Window& window, int32_t camera)
 {
     CameraRecord& record = CameraTable[camera];
-    const int32_t row = record.WindowDimY - window.y;
+    const auto row = static_cast<int32_t>(record.WindowDimY - static_cast<uint32_t>(window.y));
     record.WindowBuilt = 1;
     record.BuiltWindowX = window.x;
     record.BuiltWindowY = window.y;

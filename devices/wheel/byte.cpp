@@ -87,7 +87,11 @@ void OrderByBytes(const ByteLines& lines, WheelOperation operation, int32_t valu
 {
     switch (operation) {
     case WheelZero: SendCommand(lines, Home, camera); break;
-    case WheelGoTo: SendCommand(lines, ((value - 1) & ValueMask) | GoTo, camera); break;
+    case WheelGoTo:
+        SendCommand(lines,
+                    static_cast<int32_t>((static_cast<uint32_t>(value) - 1) & ValueMask) | GoTo,
+                    camera);
+        break;
     case WheelZeroOffset: SendCommand(lines, (value & ValueMask) | ZeroOffset, camera); break;
     case WheelSetting: SendCommand(lines, (value & ValueMask) | Setting, camera); break;
     case WheelHold:

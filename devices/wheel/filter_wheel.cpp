@@ -118,7 +118,9 @@ void GoTo(const WheelRoute& route, int32_t position, int32_t camera)
     case Firmware:
         if (extras.TurnWheel != nullptr) StoreError(extras.TurnWheel(position, camera), camera);
         break;
-    case UsbCommands: Order(route, WheelGoTo, position - 1, camera); break;
+    case UsbCommands:
+        Order(route, WheelGoTo, static_cast<int32_t>(static_cast<uint32_t>(position) - 1), camera);
+        break;
     default: Order(route, WheelGoTo, position, camera);
     }
 }

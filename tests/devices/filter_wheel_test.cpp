@@ -487,6 +487,21 @@ TEST_F(FilterWheel, OnUsbIsToldByNumberedOrders)
     record.Extras = nullptr;
 }
 
+TEST_F(FilterWheel, PositionsThatThereAreNotGoOutAsTheirLowBits)
+{
+    BeginController(24, 4, 2);
+    SetFilter(INT_MIN, 0); // 7FFFFFFF & 31
+    EXPECT_EQ(WritesTo(13), (Texts{"009F", "003F"}));
+    static int32_t told;
+    DriverExtras extras = {};
+    extras.OrderWheel = [](int32_t, int32_t value, int32_t) { told = value; };
+    Begin(300, 0);
+    record.Extras = &extras;
+    SetFilter(INT_MIN, 0);
+    EXPECT_EQ(told, INT_MAX);
+    record.Extras = nullptr;
+}
+
 TEST_F(FilterWheel, OfR4DspAnswersForItself)
 {
     static int32_t hold, offset;
