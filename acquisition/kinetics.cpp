@@ -33,13 +33,13 @@ struct CleanUp {
 uint16_t SensorWord(int32_t word, const CameraRecord& record)
 {
     uint16_t value;
-    memcpy(&value, reinterpret_cast<const char*>(&record.Ccd) + word * sizeof value, sizeof value);
+    memcpy(&value, reinterpret_cast<const uint16_t*>(&record.Ccd) + word, sizeof value);
     return value;
 }
 
 void SetSensorWord(int32_t word, uint16_t value, CameraRecord* record)
 {
-    memcpy(reinterpret_cast<char*>(&record->Ccd) + word * sizeof value, &value, sizeof value);
+    memcpy(reinterpret_cast<uint16_t*>(&record->Ccd) + word, &value, sizeof value);
 }
 
 CleanUp NoteCleanUp(const CameraRecord& record)
