@@ -202,7 +202,8 @@ void SendFrame(EmuUsbState* camera, uint32_t bytes)
 void StorePattern(EmuUsbState* camera)
 {
     const uint16_t* const regs = camera->registers;
-    const size_t address = (regs[PatternStrobe] & PatternHigh) << 8 | regs[PatternAddress];
+    const auto address =
+        static_cast<size_t>((regs[PatternStrobe] & PatternHigh) << 8 | regs[PatternAddress]);
     for (size_t i = 0; i < 4; ++i) camera->pattern.words[4 * address + i] = regs[PatternData + i];
 }
 
