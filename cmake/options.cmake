@@ -15,4 +15,14 @@ if(QVN_COVERAGE)
   target_link_options(qvn_options INTERFACE --coverage)
 endif()
 
+# Sources are named from the tree's root, so that another copy of the tree finds what this
+# one compiled.
+find_program(QVN_CCACHE ccache)
+if(QVN_CCACHE)
+  set(launcher env CCACHE_BASEDIR=${PROJECT_SOURCE_DIR} CCACHE_NOHASHDIR=1
+    CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime ${QVN_CCACHE})
+  set(CMAKE_C_COMPILER_LAUNCHER ${launcher})
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${launcher})
+endif()
+
 find_package(Threads REQUIRED)

@@ -17,6 +17,9 @@ target_precompile_headers(qvn_test_support PRIVATE <gtest/gtest.h> <string> <vec
 set_source_files_properties(${PROJECT_SOURCE_DIR}/tests/support/plain_demo_frame.cpp
   PROPERTIES SKIP_PRECOMPILE_HEADERS ON)
 
+# The tests that read files of the tree. The others are the same wherever the tree stands.
+set(QVN_TREE_READERS samples tidy traffic waves)
+
 file(GLOB QVN_TEST_FOLDERS LIST_DIRECTORIES true ${PROJECT_SOURCE_DIR}/tests/*)
 foreach(folder ${QVN_TEST_FOLDERS})
   get_filename_component(name ${folder} NAME)
@@ -40,7 +43,9 @@ foreach(folder ${QVN_TEST_FOLDERS})
   endif()
   target_compile_options(test_${name} PRIVATE ${QVN_TEST_OPTIONS})
   target_precompile_headers(test_${name} REUSE_FROM qvn_test_support)
-  target_compile_definitions(test_${name} PRIVATE
-    QVN_SOURCE_DIR="${PROJECT_SOURCE_DIR}" QVN_BINARY_DIR="${PROJECT_BINARY_DIR}")
+  if(name IN_LIST QVN_TREE_READERS)
+    target_compile_definitions(test_${name} PRIVATE
+      QVN_SOURCE_DIR="${PROJECT_SOURCE_DIR}" QVN_BINARY_DIR="${PROJECT_BINARY_DIR}")
+  endif()
   gtest_discover_tests(test_${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300)
 endforeach()

@@ -14,6 +14,7 @@
 #include "emulator/emulator.h"
 #include "sequencer/firmware_geometry.h"
 #include "tests/support/fake_usb.h"
+#include "tests/support/temp_folder.h"
 
 namespace {
 
@@ -108,7 +109,7 @@ protected:
     // Definitions with a program for the pair of R4-DSP and kaf400e.
     static void WriteProgram(const std::string& words)
     {
-        const std::string folder = testing::TempDir() + "r4_dsp/";
+        const std::string folder = TempFolder() + "r4_dsp/";
         std::filesystem::create_directories(folder);
         std::ofstream(folder + "qvn.cfg")
             << "rmk_camera_library: { camera_platforms: { R4-DSP: { kaf400e: { Program = " << words

@@ -13,6 +13,7 @@
 #include "emulator/emulator.h"
 #include "links/card.h"
 #include "tests/support/fake_bus.h"
+#include "tests/support/temp_folder.h"
 
 namespace {
 
@@ -270,7 +271,7 @@ TEST_F(Tarn5, ClearRunsRowsAndRegister)
 // One page of 16-bit words; word n is 0xA000 + n.
 TEST_F(Tarn5, PatternGoesInByAddressAndWord)
 {
-    const std::string path = testing::TempDir() + "tarn5_wave.bin";
+    const std::string path = TempFolder() + "tarn5_wave.bin";
     std::vector<char> file(29, 0);
     file[1] = 1; // 256 words
     for (int word = 0; word < 256; ++word) {

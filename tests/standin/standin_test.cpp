@@ -42,8 +42,8 @@ struct StandIn : testing::Test {
     void SetUp() override
     {
         folder = fs::path(testing::TempDir()) /
-                 ("standin_" +
-                  std::string(testing::UnitTest::GetInstance()->current_test_info()->name()));
+                 ("standin_" + std::to_string(getpid()) + "_" +
+                  testing::UnitTest::GetInstance()->current_test_info()->name());
         fs::remove_all(folder);
         fs::create_directories(folder / "lib");
         fs::create_directories(folder / "qvn");

@@ -2,6 +2,8 @@
 
 #include <cstdio>
 
+#include "tests/support/temp_folder.h"
+
 namespace {
 
 std::string Hex(unsigned byte)
@@ -50,7 +52,7 @@ std::string Flagged(const std::string& pairs)
 
 std::string OnePagePattern(bool byteWords, uint16_t first)
 {
-    const std::string path = testing::TempDir() + "one_page_wave.bin";
+    const std::string path = TempFolder() + "one_page_wave.bin";
     std::vector<char> file(29, 0);
     file[1] = 1; // 256 words
     file[4] = byteWords ? 1 : 0;

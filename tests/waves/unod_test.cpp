@@ -5,6 +5,7 @@
 #include "devices/binning.h"
 #include "sequencer/builders/builders.h"
 #include "tests/support/fake_camera.h"
+#include "tests/support/temp_folder.h"
 
 namespace {
 
@@ -113,7 +114,7 @@ TEST_F(Unod, ShadowHoldsWhatWasWritten)
 TEST_F(Unod, BuildClearsTheErrorAndWritesNoFile)
 {
     record.LastError = 2;
-    const std::string path = testing::TempDir() + "unod_wave.bin";
+    const std::string path = TempFolder() + "unod_wave.bin";
     BuildWaveUnod(path.c_str(), 0, 0, 1024, 1, 1, 0, 0, 0);
     EXPECT_EQ(record.LastError, 0);
     EXPECT_FALSE(std::ifstream(path).good());
