@@ -14,7 +14,6 @@
 #include "core/timer_service.h"
 #include "devices/shutter.h"
 #include "platform/system.h"
-#include "sequencer/rebuild.h"
 
 namespace {
 
@@ -68,21 +67,9 @@ void ResumeCleanUp(const CleanUp& cleanUp, int32_t camera)
 }
 
 // The rows are counted from the end of the image area that was read last: required.
-void BuildSeries(const Window& window, int32_t camera)
+int32_t SeriesRow(const Window& window, const CameraRecord& record)
 {
-    CameraRecord& record = CameraTable[camera];
-    const auto row = static_cast<int32_t>(record.WindowDimY - static_cast<uint32_t>(window.y));
-    record.WindowBuilt = 1;
-    record.BuiltWindowX = window.x;
-    record.BuiltWindowY = window.y;
-    record.BuiltWindowWidth = window.width;
-    record.BuiltWindowHeight = window.height;
-    record.WindowDimX = static_cast<uint16_t>(window.width);
-    record.WindowDimY = static_cast<uint16_t>(window.height);
-    RebuildSequencer(window.x, row, EvenWidth(window.width), record.HorBinning, record.VerBinning,
-                     camera);
-    record.BuiltHorBinning = record.HorBinning;
-    record.BuiltVerBinning = record.VerBinning;
+    return static_cast<int32_t>(record.WindowDimY - static_cast<uint32_t>(window.y));
 }
 
 int32_t ReadSeriesFrame(const Window& window, int32_t shutter, uint16_t* buffer, int32_t camera)
@@ -109,7 +96,7 @@ void Kinetics(int32_t shutter, double exposure, int32_t frames, int32_t x, int32
     const CleanUp cleanUp = NoteCleanUp(record);
     StopNow(camera);
     Select(camera);
-    if (!IsWindowBuilt(window, record)) BuildSeries(window, camera);
+    if (!IsWindowBuilt(window, record)) BuildWindow(window, SeriesRow(window, record), camera);
     record.ExposureTime = exposure;
     SuspendCleanUp(cleanUp, camera);
     for (int32_t i = 0; i < frames; ++i) {

@@ -8,7 +8,6 @@
 #include "core/open_close.h"
 #include "core/record.h"
 #include "core/timer_service.h"
-#include "sequencer/rebuild.h"
 
 namespace {
 
@@ -39,22 +38,6 @@ void ReadFull(FrameOperation operation, Handshake handshake, int32_t shutter, do
     EndRead((record.Ops.*operation)(shutter, width, height, target, camera), handshake, camera);
 }
 
-void BuildWindow(const Window& window, int32_t camera)
-{
-    CameraRecord& record = CameraTable[camera];
-    record.WindowBuilt = 1;
-    record.BuiltWindowX = window.x;
-    record.BuiltWindowY = window.y;
-    record.BuiltWindowWidth = window.width; // as given, not made even
-    record.BuiltWindowHeight = window.height;
-    record.WindowDimX = static_cast<uint16_t>(window.width);
-    record.WindowDimY = static_cast<uint16_t>(window.height);
-    RebuildSequencer(window.x, window.y, EvenWidth(window.width), record.HorBinning,
-                     record.VerBinning, camera);
-    record.BuiltHorBinning = record.HorBinning;
-    record.BuiltVerBinning = record.VerBinning;
-}
-
 void ReadWindowed(Handshake handshake, int32_t shutter, double exposure, const Window& window,
                   uint16_t* buffer, int32_t camera)
 {
@@ -64,7 +47,7 @@ void ReadWindowed(Handshake handshake, int32_t shutter, double exposure, const W
     if (target == nullptr) return;
     if (handshake == Handshake::Own) StopNow(camera);
     Select(camera);
-    if (!IsWindowBuilt(window, record)) BuildWindow(window, camera);
+    if (!IsWindowBuilt(window, record)) BuildWindow(window, window.y, camera);
     record.ExposureTime = exposure;
     EndRead(
         record.Ops.ReadWindow(shutter, window.x, window.y, width, window.height, target, camera),

@@ -22,6 +22,22 @@ bool IsWindowBuilt(const Window& window, const CameraRecord& record)
            record.BuiltVerBinning == record.VerBinning;
 }
 
+void BuildWindow(const Window& window, int32_t row, int32_t camera)
+{
+    CameraRecord& record = CameraTable[camera];
+    record.WindowBuilt = 1;
+    record.BuiltWindowX = window.x;
+    record.BuiltWindowY = window.y;
+    record.BuiltWindowWidth = window.width; // as given, not made even
+    record.BuiltWindowHeight = window.height;
+    record.WindowDimX = static_cast<uint16_t>(window.width);
+    record.WindowDimY = static_cast<uint16_t>(window.height);
+    RebuildSequencer(window.x, row, EvenWidth(window.width), record.HorBinning, record.VerBinning,
+                     camera);
+    record.BuiltHorBinning = record.HorBinning;
+    record.BuiltVerBinning = record.VerBinning;
+}
+
 void RestoreFullFrame(int32_t camera)
 {
     CameraRecord& record = CameraTable[camera];

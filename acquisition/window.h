@@ -15,5 +15,8 @@ int32_t BinnedSize(int32_t size, int32_t binning);
 
 // Whether the camera holds the pattern of this window with the binning in force.
 bool IsWindowBuilt(const Window& window, const CameraRecord& record);
+// Builds and loads the window's pattern, beginning at `row`; a window is known again by its
+// own y.
+void BuildWindow(const Window& window, int32_t row, int32_t camera);
 // Brings the full frame's pattern back if a window's is loaded.
 void RestoreFullFrame(int32_t camera);
