@@ -1,0 +1,62 @@
+// The seam's filling with the caller's own thread: whoever waits does the work that is due,
+// and lets time pass through QV_Delay when there is none.
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <cstdlib>
+
+#include "supervisor/library.h"
+#include "supervisor/seam.h"
+
+namespace {
+
+double (*HostSeconds)();
+CallerStep Step;
+
+uint64_t NowUs()
+{
+    if (HostSeconds != nullptr) return ToUs(HostSeconds());
+    const auto now = std::chrono::steady_clock::now().time_since_epoch();
+    return static_cast<uint64_t>(
+        std::chrono::duration_cast<std::chrono::microseconds>(now).count());
+}
+
+// At the moment of the start the system's; from there by the host's clock.
+double UnixSeconds()
+{
+    const auto now = std::chrono::system_clock::now().time_since_epoch();
+    return std::chrono::duration<double>(now).count();
+}
+
+bool StartNoThread(void (*)(int32_t), int32_t)
+{
+    return true;
+}
+
+void Nothing() {}
+
+void Wait(uint64_t untilUs)
+{
+    constexpr uint64_t LongestUs = UsPerSecond;
+    uint64_t due = Never;
+    if (Step != nullptr && Step(&due)) return;
+    const uint64_t now = NowUs();
+    const uint64_t end = std::min({due, untilUs, now + LongestUs});
+    if (end <= now) return;
+    const uint64_t ms = (end - now + UsPerMs - 1) / UsPerMs;
+    Library.Delay(static_cast<uint32_t>(ms));
+}
+
+} // namespace
+
+void SetCallerStep(CallerStep step)
+{
+    Step = step;
+}
+
+void UseCaller(double (*seconds)())
+{
+    HostSeconds = seconds;
+    Seam = {NowUs, UnixSeconds, StartNoThread, Nothing, Nothing,
+            Wait,  Nothing,     malloc,        free,    false};
+}

@@ -1,0 +1,27 @@
+#include "supervisor/seam.h"
+
+SeamTable Seam;
+
+namespace {
+
+constexpr double LongestSeconds = 3.2e9;
+
+} // namespace
+
+uint64_t ToUs(double seconds)
+{
+    if (!(seconds > 0.0)) return 0;
+    if (seconds > LongestSeconds) return Never;
+    return static_cast<uint64_t>(seconds * static_cast<double>(UsPerSecond));
+}
+
+double ToSeconds(uint64_t us)
+{
+    return static_cast<double>(us) / static_cast<double>(UsPerSecond);
+}
+
+uint64_t UsFromNow(double seconds)
+{
+    const uint64_t us = ToUs(seconds);
+    return us == Never ? Never : Seam.NowUs() + us;
+}
