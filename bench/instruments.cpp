@@ -20,6 +20,7 @@ namespace {
 
 constexpr int32_t NoLink = -1;
 constexpr int32_t UsualSensor = 275;
+constexpr int32_t ArrayCamera = 1; // the number whose heads are regulated
 constexpr int32_t PrinterPort = 0x378, PortCard = 0x300, PortSpan = 16;
 constexpr int32_t WholeFrames = 200; // a card's revision
 constexpr uint32_t SecondDecoder = 0xAAAA2, ThirdDecoder = 3;
@@ -177,11 +178,36 @@ int32_t ChooseLink(VirtualInstrument* what, std::string* error)
     return 0;
 }
 
+// An array is opened behind the first of the cards, whatever its number.
+bool UsesFirstCard(const VirtualInstrument& what)
+{
+    if (IsPort(what.link) || what.link == QV_INTERFACE_USB) return false;
+    return what.heads != 0 || what.camera == 0;
+}
+
+int32_t CheckHeads(const VirtualInstrument& what, std::string* error)
+{
+    if (what.heads != 0 && what.platform != 42 && what.platform != 44) {
+        return Refuse("heads: " + NamedPlatform(what.platform) + " has no arrays; 42 and 44 have",
+                      error);
+    }
+    const auto room = static_cast<size_t>(std::max(what.heads, 1));
+    if (what.scenes.size() <= room) return 0;
+    return Refuse("scene: given " + std::to_string(what.scenes.size()) +
+                      " times, for heads=" + std::to_string(room),
+                  error);
+}
+
 int32_t CheckAgainst(const VirtualInstrument& what, const VirtualInstrument& other,
                      std::string* error)
 {
     if (what.camera == other.camera) {
         return Refuse("camera: number " + std::to_string(what.camera) + " has two instruments",
+                      error);
+    }
+    if (UsesFirstCard(what) && UsesFirstCard(other)) {
+        return Refuse("heads: an array has the first card, which is camera 0's or another "
+                      "array's here",
                       error);
     }
     const bool ports = what.address >= 0 && other.address >= 0;
@@ -193,10 +219,11 @@ int32_t CheckAgainst(const VirtualInstrument& what, const VirtualInstrument& oth
 
 int32_t Complete(VirtualInstrument* what, int32_t place, std::string* error)
 {
-    if (what->camera < 0) what->camera = place;
+    if (what->camera < 0) what->camera = what->heads != 0 ? ArrayCamera : place;
     int32_t code = CheckPlatform(what->platform, error);
     if (code == 0) code = ChooseSensor(what, error);
     if (code == 0) code = ChooseLink(what, error);
+    if (code == 0) code = CheckHeads(*what, error);
     return code;
 }
 
@@ -280,7 +307,8 @@ StreamForm FormOf(const PlannedInstrument& instrument)
     if (what.link == QV_INTERFACE_USB) return FormOnUsb(row.stream, what.sensor, dummy);
     const bool ownClock = what.sensor == 500 || what.sensor == 506;
     if (row.stream == Stream::Own || ownClock) return {};
-    if (row.stream == Stream::Pixels) return {0, dummy / 2 + 1, dummy + 1, 0};
+    // Heads of an array are read pixel by pixel, whatever the card can do.
+    if (row.stream == Stream::Pixels || what.heads != 0) return {0, dummy / 2 + 1, dummy + 1, 0};
     if (what.revision == WholeFrames) return {4, dummy / 2, dummy + 1, 0};
     const uint8_t lag = row.stream == Stream::Dma ? 6 : 0;
     return {lag, dummy / 2 + 1, dummy + 1, 0};
@@ -292,40 +320,40 @@ uint32_t WordNs(const PlannedInstrument& instrument)
     return static_cast<uint32_t>(std::lround(std::clamp(ns, 1.0, 1e9)));
 }
 
-EmuChip ChipOf(const PlannedInstrument& instrument)
+EmuChip ChipOf(const PlannedInstrument& instrument, int32_t head)
 {
     const CcdDefinition& ccd = instrument.ccd;
     return {static_cast<uint32_t>(ccd.Xpix),
             static_cast<uint32_t>(ccd.Ypix) + FormOf(instrument).darkRows,
             static_cast<uint32_t>(std::max<int32_t>(ccd.HorDummyPix, 0)),
-            static_cast<uint32_t>(ccd.HorRegSize), LightOf(instrument.what.camera)};
+            static_cast<uint32_t>(ccd.HorRegSize), LightOf({instrument.what.camera, head})};
 }
 
 // Offset 0.0, span 1.0, made in January 2020, a serial number in binary.
-void FillMemory(const VirtualInstrument& what, uint16_t* memory)
+void FillMemory(const VirtualInstrument& what, int32_t head, uint16_t* memory)
 {
     memory[1] = 10;
     memory[4] = 1;
     memory[5] = 1;
     memory[6] = 2020;
-    memory[8] = static_cast<uint16_t>(what.serial);
+    memory[8] = static_cast<uint16_t>(what.serial + head);
 }
 
-EmuBusCamera CameraOf(const PlannedInstrument& instrument)
+EmuBusCamera CameraOf(const PlannedInstrument& instrument, int32_t head)
 {
     const VirtualInstrument& what = instrument.what;
     EmuBusCamera camera = {};
     camera.platform = what.platform;
     camera.sensor = what.sensor;
     camera.version = static_cast<uint16_t>(instrument.electronics.FpgaId);
-    camera.chip = ChipOf(instrument);
+    camera.chip = ChipOf(instrument, head);
     camera.lines = instrument.lines;
     camera.wordNs = WordNs(instrument);
     camera.ambient = what.ambient;
     camera.byteCable = what.platform == 60 && !IsPort(what.link);
     camera.bits = static_cast<uint8_t>(instrument.electronics.ADbit);
     camera.lag = FormOf(instrument).lag;
-    FillMemory(what, camera.memory);
+    FillMemory(what, head, camera.memory);
     return camera;
 }
 
@@ -353,7 +381,7 @@ void PlugUsb(const PlannedInstrument& instrument)
     camera.platform = what.platform;
     camera.sensor = what.sensor;
     camera.version = static_cast<uint16_t>(instrument.electronics.FpgaId);
-    camera.chip = ChipOf(instrument);
+    camera.chip = ChipOf(instrument, 0);
     camera.lines = instrument.lines;
     camera.wordNs = WordNs(instrument);
     camera.ambient = what.ambient;
@@ -361,10 +389,24 @@ void PlugUsb(const PlannedInstrument& instrument)
     camera.lagCells = form.lagCells;
     camera.serial = serial.c_str();
     camera.description = DescriptionOf(what.platform);
-    FillMemory(what, camera.memory);
+    FillMemory(what, 0, camera.memory);
     EmuPlugUsbCameraAt(what.camera, camera);
     EmuUsbStall(what.camera, what.state.stall);
     if (what.state.off) EmuUnplugUsbCamera(what.camera);
+}
+
+// The card of a camera, or of an array with its first head.
+int32_t PlugCard(const VirtualInstrument& what, int32_t bus)
+{
+    EmuCard card;
+    // The last camera number has the first identifier.
+    card.deviceId = static_cast<uint16_t>(what.camera == 7 ? 2000 : 2001 + what.camera);
+    if (what.heads != 0) card.deviceId = 2001;
+    card.revision = static_cast<uint32_t>(what.revision);
+    card.lockedElsewhere = what.state.locked;
+    card.unlinked = what.state.unlinked;
+    if (what.decoder != 0) card.decoder = what.decoder == 1 ? SecondDecoder : ThirdDecoder;
+    return EmuPlugCard(card, bus);
 }
 
 void PlugLink(const VirtualInstrument& what, int32_t bus)
@@ -375,15 +417,17 @@ void PlugLink(const VirtualInstrument& what, int32_t bus)
     } else if (what.link == QV_INTERFACE_PORT_CARD) {
         EmuPlugPortCard(address, what.decoder != 0, bus);
     } else {
-        EmuCard card;
-        // The last camera number has the first identifier.
-        card.deviceId = static_cast<uint16_t>(what.camera == 7 ? 2000 : 2001 + what.camera);
-        card.revision = static_cast<uint32_t>(what.revision);
-        card.lockedElsewhere = what.state.locked;
-        card.unlinked = what.state.unlinked;
-        if (what.decoder != 0) card.decoder = what.decoder == 1 ? SecondDecoder : ThirdDecoder;
-        EmuPlugCard(card, bus);
+        PlugCard(what, bus);
     }
+}
+
+int32_t PlugHead(const PlannedInstrument& instrument, int32_t head)
+{
+    const VirtualInstrument& what = instrument.what;
+    const int32_t bus = EmuPlugBusCamera(CameraOf(instrument, head));
+    EmuBusMute(bus, what.state.stall);
+    EmuBusPower(bus, !what.state.off);
+    return bus;
 }
 
 } // namespace
@@ -410,13 +454,17 @@ void PlugInstrument(const PlannedInstrument& instrument)
     const LightArea area = {static_cast<uint32_t>(instrument.ccd.Xpix),
                             static_cast<uint32_t>(instrument.ccd.Ypix),
                             FormOf(instrument).darkAhead};
-    SetLight(what.camera, area, what);
+    for (int32_t head = 0; head < std::max(what.heads, 1); ++head) {
+        SetLight({what.camera, head}, area, what);
+    }
     if (what.link == QV_INTERFACE_USB) {
         PlugUsb(instrument);
-        return;
+    } else if (what.heads == 0) {
+        PlugLink(what, PlugHead(instrument, 0));
+    } else {
+        const int32_t card = PlugCard(what, PlugHead(instrument, 0));
+        for (int32_t head = 1; head < what.heads; ++head) {
+            EmuAttachUnit(card, head, PlugHead(instrument, head));
+        }
     }
-    const int32_t bus = EmuPlugBusCamera(CameraOf(instrument));
-    EmuBusMute(bus, what.state.stall);
-    EmuBusPower(bus, !what.state.off);
-    PlugLink(what, bus);
 }

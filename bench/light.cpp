@@ -1,7 +1,9 @@
-// The emulator's sensors ask for their light by column and row alone, so each camera number
-// has a function of its own.
+// The emulator's sensors ask for their light by column and row alone, so each of them has a
+// function of its own.
 #include "bench/light.h"
 
+#include <array>
+#include <utility>
 #include <vector>
 
 #include "bench/scene.h"
@@ -18,7 +20,14 @@ struct Light {
     uint32_t width, height; // of the pixels
     std::vector<uint16_t> pixels;
 };
-Light Lights[QV_CAMERAS];
+
+constexpr size_t Heads = 8, Eyes = QV_CAMERAS * Heads;
+Light Lights[Eyes];
+
+Light& LightFor(const Eye& eye)
+{
+    return Lights[static_cast<size_t>(eye.camera) * Heads + static_cast<size_t>(eye.head)];
+}
 
 uint32_t LightAt(const Light& light, uint32_t column, uint32_t row)
 {
@@ -36,33 +45,38 @@ uint32_t LightAt(const Light& light, uint32_t column, uint32_t row)
                           column, row);
 }
 
-template <int32_t Camera> uint32_t LightOn(uint32_t column, uint32_t row)
+template <size_t Index> uint32_t LightOn(uint32_t column, uint32_t row)
 {
-    return LightAt(Lights[Camera], column, row);
+    return LightAt(Lights[Index], column, row);
 }
 
-EmuScene* const Eyes[QV_CAMERAS] = {LightOn<0>, LightOn<1>, LightOn<2>, LightOn<3>,
-                                    LightOn<4>, LightOn<5>, LightOn<6>, LightOn<7>};
+template <size_t... Indices>
+constexpr std::array<EmuScene*, Eyes> AllEyes(std::index_sequence<Indices...>)
+{
+    return {LightOn<Indices>...};
+}
 
 } // namespace
 
-void SetLight(int32_t camera, const LightArea& area, const VirtualInstrument& instrument)
+void SetLight(const Eye& eye, const LightArea& area, const VirtualInstrument& instrument)
 {
-    Light light = {area, instrument.scene, area.columns, area.rows, {}};
-    if (instrument.scene == SceneKind::Stars) {
+    const SceneKind kind = SceneOf(instrument, eye.head).kind;
+    Light light = {area, kind, area.columns, area.rows, {}};
+    if (kind == SceneKind::Stars) {
         light.pixels.resize(size_t{area.columns} * area.rows);
-        MakeStarField(light.pixels.data(), area.columns, area.rows, instrument.seed);
+        MakeStarField(light.pixels.data(), area.columns, area.rows,
+                      instrument.seed + static_cast<uint32_t>(eye.head));
     }
-    Lights[camera] = std::move(light);
+    LightFor(eye) = std::move(light);
 }
 
-void SetLight(int32_t camera, const QvbScene& scene)
+void SetLight(const Eye& eye, const QvbScene& scene)
 {
     const size_t count = size_t{scene.Width} * scene.Height;
     std::vector<uint16_t> pixels(scene.Pixels, scene.Pixels + count);
     // A background thread may be reading the sensor.
     const std::lock_guard<std::mutex> guard(EmuLinkLock());
-    Light& light = Lights[camera];
+    Light& light = LightFor(eye);
     light.kind = SceneKind::File;
     light.width = scene.Width;
     light.height = scene.Height;
@@ -74,7 +88,8 @@ void ForgetLights()
     for (Light& light : Lights) light = {};
 }
 
-EmuScene* LightOf(int32_t camera)
+EmuScene* LightOf(const Eye& eye)
 {
-    return Eyes[camera];
+    static constexpr std::array<EmuScene*, Eyes> All = AllEyes(std::make_index_sequence<Eyes>());
+    return All[static_cast<size_t>(eye.camera) * Heads + static_cast<size_t>(eye.head)];
 }

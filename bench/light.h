@@ -12,12 +12,16 @@ struct LightArea {
     uint32_t darkAhead;
 };
 
-// Light for the sensor of a camera number, in place of what was there; a file's is dark. May
-// throw std::bad_alloc.
-void SetLight(int32_t camera, const LightArea& area, const VirtualInstrument& instrument);
+// One sensor: a camera number, and the head of an array.
+struct Eye {
+    int32_t camera, head;
+};
+
+// Light for a sensor, in place of what was there; a file's is dark. May throw std::bad_alloc.
+void SetLight(const Eye& eye, const LightArea& area, const VirtualInstrument& instrument);
 // The same, a host's picture, which is copied.
-void SetLight(int32_t camera, const QvbScene& scene);
+void SetLight(const Eye& eye, const QvbScene& scene);
 void ForgetLights();
 
-// The light of a camera number as a sensor asks for it.
-EmuScene* LightOf(int32_t camera);
+// The light as the sensor asks for it.
+EmuScene* LightOf(const Eye& eye);

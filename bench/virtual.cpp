@@ -1,4 +1,5 @@
 // The library in a virtual world: making it, taking it away, its light, its trace.
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <new>
@@ -48,6 +49,12 @@ bool AnyCameraOpen()
         if (LoadFlag(record.CameraOn) != 0) return true;
     }
     return false;
+}
+
+// A camera by itself counts as one head.
+bool HasHead(const VirtualInstrument& what, int32_t head)
+{
+    return head >= 0 && head < std::max(what.heads, 1);
 }
 
 int32_t Tell(int32_t code, const std::string& text, char* error, uint32_t room)
@@ -142,20 +149,38 @@ int32_t QVB_Instrument(int32_t index, QvbInstrument* instrument)
     instrument->InterfaceType = what.link;
     instrument->InterfaceAddress = what.address;
     instrument->InterfaceLink = what.decoder;
-    snprintf(instrument->SceneFile, sizeof instrument->SceneFile, "%s", what.sceneFile.c_str());
+    instrument->Heads = what.heads;
+    const std::string file = SceneOf(what, 0).file;
+    snprintf(instrument->SceneFile, sizeof instrument->SceneFile, "%s", file.c_str());
+    return QV_ERROR_NONE;
+}
+
+int32_t QVB_HeadSceneFile(int32_t index, int32_t head, char* file, uint32_t room)
+{
+    if (file == nullptr || room == 0 || index < 0 || index >= QVB_InstrumentCount()) {
+        return QVB_ERROR_ARGUMENT;
+    }
+    const VirtualInstrument& what = Installed.instruments[static_cast<size_t>(index)].what;
+    if (!HasHead(what, head)) return QVB_ERROR_ARGUMENT;
+    snprintf(file, room, "%s", SceneOf(what, head).file.c_str());
     return QV_ERROR_NONE;
 }
 
 int32_t QVB_SetScene(int32_t camera, const QvbScene* scene)
+{
+    return QVB_SetHeadScene(camera, 0, scene);
+}
+
+int32_t QVB_SetHeadScene(int32_t camera, int32_t head, const QvbScene* scene)
 {
     const bool valid = scene != nullptr && scene->Pixels != nullptr && scene->Width != 0 &&
                        scene->Height != 0 && scene->Width <= LongestSide &&
                        scene->Height <= LongestSide;
     if (!valid) return QVB_ERROR_ARGUMENT;
     for (const PlannedInstrument& instrument : Installed.instruments) {
-        if (instrument.what.camera != camera) continue;
+        if (instrument.what.camera != camera || !HasHead(instrument.what, head)) continue;
         try {
-            SetLight(camera, *scene);
+            SetLight({camera, head}, *scene);
             return QV_ERROR_NONE;
         } catch (const std::bad_alloc&) {
             return QVB_ERROR_NO_MEMORY;

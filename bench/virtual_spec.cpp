@@ -18,6 +18,7 @@ namespace {
 constexpr size_t LongestFile = 65536;
 constexpr size_t LongestShown = 60; // characters of a text in a message
 constexpr size_t MostFaults = 64;
+constexpr int32_t MostHeads = 8;
 
 // --- values ---
 
@@ -160,6 +161,11 @@ bool SetRevision(const std::string& text, VirtualSpec*, VirtualInstrument* instr
     return ParseInteger(text, 0, 65535, &instrument->revision);
 }
 
+bool SetHeads(const std::string& text, VirtualSpec*, VirtualInstrument* instrument)
+{
+    return ParseInteger(text, 1, MostHeads, &instrument->heads);
+}
+
 bool SetCamera(const std::string& text, VirtualSpec*, VirtualInstrument* instrument)
 {
     return ParseInteger(text, 0, CameraCount - 1, &instrument->camera);
@@ -193,10 +199,10 @@ const char* const SceneNames[] = {"stars", "flat", "ramp", "dark"};
 bool SetScene(const std::string& text, VirtualSpec*, VirtualInstrument* instrument)
 {
     const auto* const name = std::find(std::begin(SceneNames), std::end(SceneNames), text);
-    instrument->scene = static_cast<SceneKind>(name - std::begin(SceneNames));
-    if (name != std::end(SceneNames)) return true;
-    instrument->sceneFile = text;
-    return text.find_first_of("./") != std::string::npos;
+    const bool isFile = name == std::end(SceneNames);
+    instrument->scenes.push_back(
+        {static_cast<SceneKind>(name - std::begin(SceneNames)), isFile ? text : ""});
+    return !isFile || text.find_first_of("./") != std::string::npos;
 }
 
 bool SetState(const std::string& text, VirtualSpec*, VirtualInstrument* instrument)
@@ -228,11 +234,12 @@ const Key Keys[] = {
     {"address",  true,  false, SetAddress,  "a port from 0 to 0xFFF0"},
     {"decoder",  true,  false, SetDecoder,  "a kind of serial decoder: 1 or 3, or 0 for none"},
     {"revision", true,  false, SetRevision, "a card's revision, 0 to 65535; 200 transfers whole frames"},
+    {"heads",    true,  false, SetHeads,    "a number of heads, 1 to 8"},
     {"camera",   true,  false, SetCamera,   "a camera number, 0 to 7"},
     {"ambient",  true,  false, SetAmbient,  "a temperature from -50 to 60 degrees Celsius"},
     {"seed",     true,  false, SetSeed,     "a number from 0 to 4294967295"},
     {"serial",   true,  false, SetSerial,   "a serial number, 0 to 65534"},
-    {"scene",    true,  false, SetScene,    "stars, flat, ramp, dark, or a file's name with a dot or a slash"},
+    {"scene",    true,  true,  SetScene,    "stars, flat, ramp, dark, or a file's name with a dot or a slash"},
     {"state",    true,  true,  SetState,    "off, locked, unlinked, or stalls:PIXEL"},
     {"time",     false, false, SetTime,     "real or virtual"},
     {"fault",    false, true,  SetFault,
@@ -374,6 +381,13 @@ bool TakeFile(Reading* reading, const std::string& path)
 }
 
 } // namespace
+
+VirtualScene SceneOf(const VirtualInstrument& instrument, int32_t head)
+{
+    const std::vector<VirtualScene>& scenes = instrument.scenes;
+    if (scenes.empty()) return {};
+    return scenes[std::min(static_cast<size_t>(head), scenes.size() - 1)];
+}
 
 bool ReadVirtualSpec(const std::string& text, VirtualSpec* spec, std::string* error)
 {

@@ -16,18 +16,23 @@ struct InstrumentState {
     uint32_t stall = UINT32_MAX; // the stream stands still behind this pixel
 };
 
+struct VirtualScene {
+    SceneKind kind = SceneKind::Stars;
+    std::string file;
+};
+
 struct VirtualInstrument {
     int32_t platform = 0, sensor = -1; // -1: chosen for the platform
     int32_t link = -1;                 // InterfaceType; -1: the platform's usual one
     int32_t address = -1;              // of the ports; -1: the usual one of the link
     int32_t decoder = 0;               // InterfaceLink
     int32_t revision = 200;            // of the card
-    int32_t camera = -1;               // its number; -1: its place in the text
+    int32_t heads = 0;                 // of an array; 0: a camera by itself
+    int32_t camera = -1;               // its number; -1: its place in the text, of an array 1
     double ambient = 20.0;             // degrees Celsius
-    uint32_t seed = 1;                 // of the stars
+    uint32_t seed = 1;                 // of the stars; each head has the next one
     int32_t serial = 1001;             // serial number
-    SceneKind scene = SceneKind::Stars;
-    std::string sceneFile;
+    std::vector<VirtualScene> scenes;  // head by head; none: stars
     InstrumentState state;
 };
 
@@ -44,6 +49,9 @@ struct VirtualSpec {
     std::vector<VirtualFault> faults;
     std::vector<VirtualInstrument> instruments;
 };
+
+// The scene of a head; those that the text leaves out see what the last one sees.
+VirtualScene SceneOf(const VirtualInstrument& instrument, int32_t head);
 
 // False with `error`, which names the key and what is allowed. Codes are those of the
 // catalogue, but whether they go together is not looked at.

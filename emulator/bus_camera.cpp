@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr int32_t CameraCount = 8;
+constexpr int32_t CameraCount = 16;  // an array of eight heads has as many
 constexpr uint16_t Nothing = 0xFFFF; // what an undriven bus reads
 constexpr uint32_t Never = 0xFFFFFFFF;
 

@@ -35,7 +35,7 @@ struct EmuBusCamera {
     uint8_t lag;         // words by which the converter is behind: a frame begins with so many 0
 };
 
-// Adds a camera; 0 to 7, or -1 when there are eight.
+// Adds a camera; 0 to 15, or -1 when there are sixteen.
 int32_t EmuPlugBusCamera(const EmuBusCamera& setup);
 
 // --- what a link does with it ---

@@ -210,18 +210,21 @@ QVN_API int32_t QVB_PlayWave(const char* path, const QvbWaveRequest* request, co
  * blank lines and those that begin with # mean nothing. platform= begins an instrument, to which
  * the keys behind it belong, up to the next platform= or a semicolon; there are 8 at most.
  *
- *     platform   code or name; USB cameras cannot be had yet
+ *     platform   code or name
  *     sensor     code or name [275 or the platform's first]
  *     link       InterfaceType [the platform's usual one]
  *     address    of the ports [0x378 printer port, 0x300 port card]
  *     decoder    on the cable: CameraConfig.InterfaceLink, 0, 1 or 3 [0]
  *     revision   of the card [200: whole frames by DMA; others: lines]
- *     camera     number that the host opens it by [its place in the text, from 0]
+ *     heads      of an array on 42 and 44, 1 to 8: it is opened by QV_OpenArray, and has the first
+ *                card, which camera 0 would have [none: a camera by itself]
+ *     camera     number that the host opens it by [its place in the text, from 0; of an array 1]
  *     ambient    degrees Celsius, -50 to 60 [20]
  *     serial     serial number, 0 to 65534 [1001]
  *     scene      stars, flat (20000), ramp (column + row), dark; a file's name, known by a dot or a
- *                slash, is dark until the host gives the picture by QVB_SetScene [stars]
- *     seed       of the stars [1]
+ *                slash, is dark until the host gives the picture by QVB_SetScene; given again, for
+ *                the next head, and the last one is that of all heads behind it [stars]
+ *     seed       of the stars; each head has the next one [1]
  *     state      off: no power; locked: the card is in use elsewhere; unlinked: the serializer is
  *                off; stalls:N: the link stands still behind pixel N of a read
  *
@@ -262,7 +265,9 @@ typedef struct QvbInstrument {
     int32_t InterfaceType;
     int32_t InterfaceAddress; /* of the ports; -1 for the card */
     int32_t InterfaceLink;    /* of CameraConfig, for QV_InitOptions ahead of the open */
-    char SceneFile[1024];     /* what scene= names as a file, cut to this; "" if none */
+    char SceneFile[1024];     /* what scene= names as a file, cut to this; "" if none. Of an
+                                 array's first head */
+    int32_t Heads;            /* of an array, whose mask is (1 << Heads) - 1; 0: no array */
 } QvbInstrument;
 
 /* The instruments of the world; 0 when it is that of the operating system. */
@@ -272,11 +277,20 @@ QVN_API int32_t QVB_InstrumentCount(void);
 QVN_API int32_t QVB_Instrument(int32_t index, QvbInstrument* instrument);
 
 /*
+ * The same file's name of a head, 0 to 7: at most `room` characters, the end of the text among
+ * them. Results: 0; QVB_ERROR_ARGUMENT (no such instrument or head, a null pointer, no room).
+ */
+QVN_API int32_t QVB_HeadSceneFile(int32_t index, int32_t head, char* file, uint32_t room);
+
+/*
  * What the sensor of a virtual camera sees from here on; the camera may be open. The pixels are
  * copied. Sides of 1 to 65535. Results: 0; QVB_ERROR_ARGUMENT (no such instrument among others);
  * _NO_MEMORY.
  */
 QVN_API int32_t QVB_SetScene(int32_t camera, const QvbScene* scene);
+
+/* The same of a head of an array. */
+QVN_API int32_t QVB_SetHeadScene(int32_t camera, int32_t head, const QvbScene* scene);
 
 /*
  * Writes all traffic with the virtual instruments to a new file `path` as text, in place of the one

@@ -12,21 +12,20 @@ namespace {
 constexpr char Doing[] = "making the --virtual instruments";
 constexpr uint32_t ErrorRoom = 2048;
 
-bool ShowScene(const QvbInstrument& instrument)
+bool ShowScene(int32_t camera, int32_t head, const char* file)
 {
-    if (instrument.SceneFile[0] == '\0') return true;
+    if (file[0] == '\0') return true;
     Scene scene;
     std::string error;
-    if (!ReadScene(instrument.SceneFile, &scene, &error)) {
-        Complain(Doing, Text("scene %s: %s", instrument.SceneFile, error.c_str()),
+    if (!ReadScene(file, &scene, &error)) {
+        Complain(Doing, Text("scene %s: %s", file, error.c_str()),
                  "a PNG or a FITS picture, or stars, flat, ramp or dark");
         return false;
     }
     const QvbScene light = {scene.pixels.data(), scene.width, scene.height};
-    const int32_t code = QVB_SetScene(instrument.Camera, &light);
+    const int32_t code = QVB_SetHeadScene(camera, head, &light);
     if (code == QV_ERROR_NONE) return true;
-    Complain(Doing, Text("scene %s: %s", instrument.SceneFile, QVB_ErrorMessage(code)),
-             "a smaller picture");
+    Complain(Doing, Text("scene %s: %s", file, QVB_ErrorMessage(code)), "a smaller picture");
     return false;
 }
 
@@ -35,7 +34,12 @@ bool ShowScenes()
     for (int32_t index = 0; index < QVB_InstrumentCount(); ++index) {
         QvbInstrument instrument;
         QVB_Instrument(index, &instrument);
-        if (!ShowScene(instrument)) return false;
+        char file[sizeof instrument.SceneFile];
+        int32_t head = 0;
+        while (QVB_HeadSceneFile(index, head, file, sizeof file) == QV_ERROR_NONE) {
+            if (!ShowScene(instrument.Camera, head, file)) return false;
+            ++head;
+        }
     }
     return true;
 }

@@ -266,6 +266,64 @@ TEST_F(VirtualWorld, CamerasHaveTheirOwnNumbersAndScenes)
     EXPECT_EQ(QV_Status(2), 0);
 }
 
+// An array has the first card and, untold, the number whose heads are regulated.
+TEST_F(VirtualWorld, ArraysHaveASceneForEachHead)
+{
+    ASSERT_EQ(Install("platform=42,sensor=255,heads=4,scene=flat,scene=./sky.fits,scene=ramp,"
+                      "serial=70,time=virtual"),
+              0);
+    QvbInstrument instrument;
+    ASSERT_EQ(QVB_Instrument(0, &instrument), 0);
+    EXPECT_EQ(instrument.Heads, 4);
+    EXPECT_EQ(instrument.Camera, 1);
+    EXPECT_STREQ(instrument.SceneFile, "");
+    char file[16] = "";
+    EXPECT_EQ(QVB_HeadSceneFile(0, 1, file, sizeof file), 0);
+    EXPECT_STREQ(file, "./sky.fits");
+    EXPECT_EQ(QVB_HeadSceneFile(0, 3, file, sizeof file), 0);
+    EXPECT_STREQ(file, "");
+    const uint16_t level = 777;
+    const QvbScene even = {&level, 1, 1};
+    EXPECT_EQ(QVB_SetHeadScene(1, 1, &even), 0);
+
+    const uint16_t config[4] = {0, 0xF, 0, 0};
+    QV_OpenArray(config, 42, 255, 0, 0, instrument.Camera, nullptr, nullptr);
+    ASSERT_EQ(QV_Status(1), 0);
+    std::vector<uint16_t> frames[4];
+    uint16_t* buffers[8] = {};
+    for (int head = 0; head < 4; ++head) {
+        frames[head].resize(Columns * Rows);
+        buffers[head] = frames[head].data();
+    }
+    const double exposures[8] = {0.01, 0.02, 0.03, 0.04};
+    QV_AGetCCD(1, exposures, buffers, 1);
+    EXPECT_EQ(frames[0], std::vector<uint16_t>(Columns * Rows, 20000));
+    EXPECT_EQ(frames[1], std::vector<uint16_t>(Columns * Rows, level));
+    EXPECT_EQ(frames[2], Ramp(1));
+    EXPECT_EQ(frames[3], Ramp(1));
+    QV_Select(1);
+    EXPECT_EQ(QV_GetSerNum(1), 71);
+}
+
+TEST_F(VirtualWorld, HeadsThatThereAreNotHaveNoScene)
+{
+    ASSERT_EQ(
+        Install("platform=42,sensor=255,heads=2;platform=44,sensor=255,camera=2,time=virtual"), 0);
+    char file[4] = "abc";
+    EXPECT_EQ(QVB_HeadSceneFile(0, 2, file, sizeof file), QVB_ERROR_ARGUMENT);
+    EXPECT_EQ(QVB_HeadSceneFile(0, -1, file, sizeof file), QVB_ERROR_ARGUMENT);
+    EXPECT_EQ(QVB_HeadSceneFile(2, 0, file, sizeof file), QVB_ERROR_ARGUMENT);
+    EXPECT_EQ(QVB_HeadSceneFile(1, 1, file, sizeof file), QVB_ERROR_ARGUMENT);
+    EXPECT_EQ(QVB_HeadSceneFile(0, 0, nullptr, 4), QVB_ERROR_ARGUMENT);
+    EXPECT_EQ(QVB_HeadSceneFile(0, 0, file, 0), QVB_ERROR_ARGUMENT);
+    EXPECT_STREQ(file, "abc");
+    const uint16_t level = 1;
+    const QvbScene even = {&level, 1, 1};
+    EXPECT_EQ(QVB_SetHeadScene(1, 2, &even), QVB_ERROR_ARGUMENT);
+    EXPECT_EQ(QVB_SetHeadScene(1, -1, &even), QVB_ERROR_ARGUMENT);
+    EXPECT_EQ(QVB_SetHeadScene(1, 0, nullptr), QVB_ERROR_ARGUMENT);
+}
+
 TEST_F(VirtualWorld, StarsGoByTheSeed)
 {
     std::vector<uint16_t> fields[3];
@@ -414,6 +472,8 @@ TEST_F(VirtualWorld, TextsThatAreWrongNameTheKeyAndWhatIsAllowed)
     ExpectRefused("platform=42,camera=8", "camera: \"8\" is not a camera number, 0 to 7");
     ExpectRefused("platform=42,decoder=2", "decoder: \"2\" is not");
     ExpectRefused("platform=42,revision=65536", "revision: ");
+    ExpectRefused("platform=42,heads=0", "heads: \"0\" is not a number of heads, 1 to 8");
+    ExpectRefused("platform=42,heads=9", "heads: ");
     ExpectRefused("platform=42,ambient=nan", "ambient: \"nan\" is not");
     ExpectRefused("platform=42,ambient=61", "-50 to 60");
     ExpectRefused("platform=42,ambient=20x", "ambient: ");
@@ -443,6 +503,14 @@ TEST_F(VirtualWorld, InstrumentsThatCannotBeAreRefusedByName)
     ExpectRefused("platform=42,sensor=255,camera=1;platform=44,sensor=255",
                   "camera: number 1 has two instruments");
     ExpectRefused("platform=40,sensor=255;platform=40,sensor=255", "16 apart");
+    ExpectRefused("platform=47,sensor=255,heads=2", "heads: 47 R3-PLUS has no arrays");
+    ExpectRefused("platform=42,sensor=255,heads=2;platform=44,sensor=255,camera=0",
+                  "heads: an array has the first card");
+    ExpectRefused("platform=42,sensor=255,heads=2;platform=44,sensor=255,heads=2,camera=4",
+                  "heads: an array has the first card");
+    ExpectRefused("platform=42,sensor=255,scene=dark,scene=flat", "scene: given 2 times");
+    ExpectRefused("platform=42,sensor=255,heads=2,scene=dark,scene=flat,scene=ramp",
+                  "scene: given 3 times, for heads=2");
     std::string nine = "platform=42,sensor=255";
     for (int i = 1; i < 9; ++i) nine += ";platform=42,sensor=255";
     ExpectRefused(nine, "room for 8 instruments");

@@ -345,7 +345,7 @@ TEST_F(BusCamera, TrafficTellsTheSectionsPlayed)
 
 TEST_F(BusCamera, ThereAreEight)
 {
-    for (int32_t i = 0; i < 8; ++i) EXPECT_EQ(EmuPlugBusCamera(setup), i);
+    for (int32_t i = 0; i < 16; ++i) EXPECT_EQ(EmuPlugBusCamera(setup), i);
     EXPECT_EQ(EmuPlugBusCamera(setup), -1);
     EmuReset();
     EXPECT_EQ(EmuPlugBusCamera(setup), 0);
