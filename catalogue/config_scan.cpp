@@ -7,6 +7,8 @@
 
 namespace {
 
+constexpr char ByteOrderMark[] = "\xEF\xBB\xBF";
+constexpr char IncludeDirective[] = "@include";
 constexpr unsigned long long LargestInteger = 0x7FFFFFFF;
 constexpr unsigned long long LargestHexadecimal = 0xFFFFFFFF;
 
@@ -74,18 +76,44 @@ const char* EndOfPiece(const char* text, bool negative)
     return IsDigit(*text) ? EndOfNumber(text, negative) : text + 1;
 }
 
-} // namespace
-
-bool ConfigTextIsSound(const char* text)
+// The parser would open any path it is told. It takes the directive only as the
+// first word of a line.
+const char* FindInclude(const char* text)
 {
+    for (const char* line = text; line != nullptr; line = strchr(line, '\n')) {
+        line += strspn(line, "\n\r\t\f\v ");
+        if (strncmp(line, IncludeDirective, sizeof IncludeDirective - 1) == 0) return line;
+    }
+    return nullptr;
+}
+
+ConfigScan ScanPieces(const char* text)
+{
+    const char* start = text;
     int32_t settings = 0;
     bool negative = false;
     while (*text != '\0') {
         if (*text == '=' || *text == ':') ++settings;
+        if (settings > ConfigMaxSettings) return {ConfigSettings, text, start};
         const char* end = EndOfPiece(text, negative);
-        if (end == nullptr) return false;
+        if (end == nullptr) return {ConfigInteger, text, start};
         negative = *text == '-';
         text = end;
     }
-    return settings <= ConfigMaxSettings;
+    return {ConfigSound, nullptr, start};
+}
+
+} // namespace
+
+ConfigScan ScanConfigText(const char* text, size_t bytes)
+{
+    if (bytes > ConfigMaxBytes) return {ConfigTooLong, text + ConfigMaxBytes, text};
+    const size_t length = strlen(text);
+    if (length != bytes + 1) return {ConfigNulByte, text + length, text};
+    if (strncmp(text, ByteOrderMark, sizeof ByteOrderMark - 1) == 0) {
+        text += sizeof ByteOrderMark - 1;
+    }
+    const char* include = FindInclude(text);
+    if (include != nullptr) return {ConfigInclude, include, text};
+    return ScanPieces(text);
 }

@@ -6,16 +6,12 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "catalogue/config_scan.h"
 #include "platform/number_format.h"
 #include "platform/system.h"
 
 static_assert(sizeof(config_t) <= sizeof(ConfigTree));
 
 namespace {
-
-constexpr char ByteOrderMark[] = "\xEF\xBB\xBF";
-constexpr char IncludeDirective[] = "@include";
 
 // Arrays that can be turned from integers into floats. The longest in use has 4.
 constexpr int32_t MaxElements = 64;
@@ -42,17 +38,6 @@ config_setting_t* Setting(ConfigNode* node)
 int TypeOf(ConfigNode* node)
 {
     return node == nullptr ? CONFIG_TYPE_NONE : config_setting_type(Setting(node));
-}
-
-// The parser would open any path it is told. It takes the directive only as the
-// first word of a line.
-bool HasInclude(const char* text)
-{
-    for (const char* line = text; line != nullptr; line = strchr(line, '\n')) {
-        line += strspn(line, "\n\r\t\f\v ");
-        if (strncmp(line, IncludeDirective, sizeof IncludeDirective - 1) == 0) return true;
-    }
-    return false;
 }
 
 bool IsWritable(double value)
@@ -134,16 +119,13 @@ FileStatus ParseConfigTree(char* text, size_t bytes, ConfigTree* tree)
 {
     // The parser wants an end of line behind a comment.
     memcpy(text + bytes, "\n", ConfigTextRoom);
-    if (bytes > ConfigMaxBytes || strlen(text) != bytes + 1) return FileNotParsed;
-    if (strncmp(text, ByteOrderMark, sizeof ByteOrderMark - 1) == 0) {
-        text += sizeof ByteOrderMark - 1;
-    }
-    if (HasInclude(text) || !ConfigTextIsSound(text)) return FileNotParsed;
+    const ConfigScan scan = ScanConfigText(text, bytes);
+    if (scan.fault != ConfigSound) return FileNotParsed;
 
     NumberFormat format;
     UsePlainNumbers(&format);
     config_init(Config(tree));
-    const bool parsed = config_read_string(Config(tree), text) == CONFIG_TRUE;
+    const bool parsed = config_read_string(Config(tree), scan.start) == CONFIG_TRUE;
     RestoreNumbers(format);
     if (!parsed) config_destroy(Config(tree));
     return parsed ? FileDone : FileNotParsed;

@@ -10,9 +10,9 @@
 #include <cstdint>
 #include <cstdio>
 
+#include "catalogue/config_scan.h"
 #include "catalogue/file_status.h"
 
-inline constexpr size_t ConfigMaxBytes = 1u << 20;
 inline constexpr size_t ConfigTextRoom = 2;
 
 struct ConfigTree {
