@@ -57,8 +57,13 @@ struct TemperatureRequest {
     bool keepCooling = false;
 };
 
+struct ConfigCheckRequest {
+    std::string file;
+};
+
 int RunInit(const InitRequest& request);
 int RunList(const ListRequest& request);
 int RunInfo(const InfoRequest& request);
 int RunExpose(const ExposeRequest& request);
 int RunTemperature(const TemperatureRequest& request);
+int RunConfigCheck(const ConfigCheckRequest& request);

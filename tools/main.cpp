@@ -26,6 +26,7 @@ struct Requests {
     TemperatureRequest temperature;
     WaveMakeRequests waveMakers;
     WaveViewRequests waveViews;
+    ConfigCheckRequest configCheck;
 };
 
 void AddInit(CLI::App* app, InitRequest* request)
@@ -193,6 +194,17 @@ void AddWave(CLI::App* app, Requests* requests)
     AddWaveViews(wave, &requests->waveViews);
 }
 
+void AddConfig(CLI::App* app, ConfigCheckRequest* request)
+{
+    auto* config = app->add_subcommand("config", "Looks at configuration files");
+    config->require_subcommand(1);
+    auto* command = config->add_subcommand(
+        "check", "Names missing, mistyped, implausible and unknown keys with their lines");
+    command->add_option("FILE", request->file, "A qvn.cfg or a camera.cfg")
+        ->required()
+        ->check(NotEmpty());
+}
+
 int RunWave(const CLI::App& wave, const Requests& requests)
 {
     if (wave.got_subcommand("build")) return RunWaveBuild(requests.waveMakers.build);
@@ -217,7 +229,8 @@ VirtualRequest Joined(const VirtualRequest& ahead, const VirtualRequest& behind)
 
 void JoinWorlds(const CLI::App& app, Requests* requests)
 {
-    const bool opensNone = app.got_subcommand("init") || app.got_subcommand("wave");
+    const bool opensNone =
+        app.got_subcommand("init") || app.got_subcommand("wave") || app.got_subcommand("config");
     const bool given = !requests->world.text.empty() || !requests->world.trace.empty();
     if (opensNone && given) {
         throw CLI::ValidationError("--virtual, --trace",
@@ -237,6 +250,7 @@ int Run(const CLI::App& app, const Requests& requests)
     if (app.got_subcommand("info")) return RunInfo(requests.info);
     if (app.got_subcommand("expose")) return RunExpose(requests.expose);
     if (app.got_subcommand("temperature")) return RunTemperature(requests.temperature);
+    if (app.got_subcommand("config")) return RunConfigCheck(requests.configCheck);
     return RunWave(*app.get_subcommand("wave"), requests);
 }
 
@@ -253,6 +267,7 @@ int ParseAndRun(int count, char** arguments)
     AddExpose(&app, &requests.expose);
     AddTemperature(&app, &requests.temperature);
     AddWave(&app, &requests);
+    AddConfig(&app, &requests.configCheck);
     try {
         app.parse(count, arguments);
         JoinWorlds(app, &requests);

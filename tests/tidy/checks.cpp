@@ -35,7 +35,7 @@ const std::map<std::string, Names> MayInclude = {
     {"bench", {"include", "platform", "core", "catalogue", "sequencer", "emulator"}},
     {"standin", {"include", "platform"}},
     {"supervisor", {"include"}},
-    {"tools", {"include", "platform", "emulator", "supervisor"}},
+    {"tools", {"include", "platform", "catalogue", "emulator", "supervisor"}},
     {"bindings", {"include"}},
     {"examples", {"include"}},
 };
