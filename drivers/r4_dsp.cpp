@@ -159,7 +159,7 @@ void SwitchR4Cooler(int32_t on, int32_t camera)
 {
     OrderValue(SetFan, on != 0 ? LoadFlag(FanLevel) : 0, camera);
     if (on == 0) OrderValue(SetDrive, 0, camera);
-    OrderValue(SwitchCooler, on != 0 ? 1 : 0, camera);
+    OrderValue(SwitchCooler, static_cast<uint32_t>(on), camera);
 }
 
 void DriveFanAt(uint32_t level, int32_t camera)

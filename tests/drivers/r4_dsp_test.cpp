@@ -279,6 +279,8 @@ TEST_F(R4Dsp, CoolerIsThreeOrders)
 {
     record.Ops.SetCooler(1, UsbCamera);
     EXPECT_EQ(TakePairLog() + "; ", Mail({101, 4095}) + Mail({103, 1}));
+    record.Ops.SetCooler(2, UsbCamera); // the camera is told the number as it is
+    EXPECT_EQ(TakePairLog() + "; ", Mail({101, 4095}) + Mail({103, 2}));
     record.Ops.SetCooler(0, UsbCamera);
     EXPECT_EQ(TakePairLog() + "; ", Mail({101, 0}) + Mail({102, 0}) + Mail({103, 0}));
     record.Ops.SetCoolerPower(345, UsbCamera);
