@@ -235,11 +235,11 @@ void OpenArray(const void* arrayConfig, int32_t platform, int32_t ccd, uint32_t 
                QvProgressCallback progressCallback)
 {
     CameraRecord& record = CameraTable[camera];
-    if (LoadFlag(record.CameraOn) != 0) return;
     if (!CanBeArray(platform) || arrayConfig == nullptr) {
         StoreFlag(&record.LastError, ErrorArrayPlatform);
         return;
     }
+    if (LoadFlag(record.CameraOn) != 0) return;
     memcpy(&record.ArrayConfig, arrayConfig, sizeof record.ArrayConfig);
     StoreFlag(&record.ArrayMode, int8_t{1});
     if (PrepareCamera(platform, ccd, InterfaceCard2, camera, options, exposureCallback,

@@ -178,6 +178,20 @@ TEST_F(Array, OfOtherPlatformsIsRefused)
     EXPECT_EQ(LoadFlag(record.LastError), 12);
 }
 
+TEST_F(Array, OfOtherPlatformsIsRefusedOnAnOpenCameraToo)
+{
+    const uint16_t config[4] = {0, 1, 0, 0};
+    Begin();
+    StoreFlag(&record.CameraOn, 1);
+    OpenArray(config, 40, 255, 0, 1, nullptr, nullptr);
+    EXPECT_EQ(LoadFlag(record.LastError), 12);
+    EXPECT_EQ(LoadFlag(record.CameraOn), 1);
+    StoreFlag(&record.LastError, 0);
+    OpenArray(config, 42, 255, 0, 1, nullptr, nullptr); // changes nothing
+    EXPECT_EQ(LoadFlag(record.LastError), 0);
+    EXPECT_EQ(record.ArrayConfig.words[1], 0x5);
+}
+
 // A tick each 100 ms serves all heads, until the first stop has been seen.
 TEST_F(Array, IsRegulatedInTheBackgroundUntilItsFirstStop)
 {
