@@ -117,7 +117,7 @@ bool FindZero(int32_t camera)
 
 void Run(int32_t steps, int32_t direction, int32_t camera)
 {
-    if (steps <= 0) return;
+    if (steps == 0) return;
     SetBits(MotorRegister, DriveEnable, true, camera);
     System.clock.Sleep(SettleMs);
     SetBits(PowerRegister, WheelPower, true, camera);

@@ -79,7 +79,7 @@ bool FindZero(int32_t camera)
 
 void Run(int32_t steps, int32_t direction, int32_t camera)
 {
-    if (steps <= 0) return;
+    if (steps == 0) return;
     SwitchPower(true, camera);
     WritePhases(Phases[CameraTable[camera].FilterPhase & LastPhase], camera);
     System.clock.Sleep(SettleMs);

@@ -39,7 +39,8 @@ struct WheelWay {
 WheelWay ShortWay(int32_t from, int32_t to, int32_t positions);
 
 // Steps at a speed that rises over the first and falls over the last twenty. FilterStepDelay
-// falls to `floor` milliseconds. Nothing for fewer than one step.
+// falls to `floor` milliseconds. Nothing for fewer than one step, which is what remains of
+// a way beyond a whole turn.
 using WheelStep = void (*)(int32_t direction, int32_t camera);
 void RunWheel(WheelStep step, int32_t steps, int32_t direction, int32_t floor, int32_t camera);
 

@@ -236,6 +236,28 @@ TEST_F(PhaseStepper, PositionThatThereIsNotTurnsNoLongerThanASensibleOne)
     }
 }
 
+// 12 positions up are 8 - 12 = -4 downward: -444 steps, so that the motor is switched on and
+// off again, and the wheel counts as having arrived.
+TEST_F(PhaseStepper, PositionBeyondAWholeTurnSwitchesTheMotorAndStepsNothing)
+{
+    BeginPhases();
+    const uint64_t start = EmuMicroseconds();
+    SetFilter(13, 0);
+    EXPECT_EQ((EmuMicroseconds() - start) / 1000, 100u + 100u + 100u);
+    EXPECT_EQ(Turntable.up + Turntable.down, 0);
+    EXPECT_EQ(record.FilterPosition, 13);
+}
+
+TEST_F(LineStepper, PositionBeyondAWholeTurnSwitchesTheMotorAndStepsNothing)
+{
+    BeginLines(1);
+    const uint64_t start = EmuMicroseconds();
+    SetFilter(13, 0);
+    EXPECT_EQ((EmuMicroseconds() - start) / 1000, 100u + 100u + 100u);
+    EXPECT_EQ(Turntable.up + Turntable.down, 0);
+    EXPECT_EQ(record.FilterPosition, 13);
+}
+
 TEST_F(LineStepper, OfEightPositionsGoes25StepsEach)
 {
     BeginLines(1);
