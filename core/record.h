@@ -109,7 +109,8 @@ struct CameraRecord {
     int32_t FilterPhase;  // of the wheel's stepper, 0 to 3
     uint8_t AlternatePolarity;
     int32_t FilterStepDelay;
-    int32_t FilterPosition; // believed, not measured
+    int32_t FilterPosition;               // believed, not measured
+    int32_t FilterPositions[CameraCount]; // that QV_SetFilter was given last; 40 to 42
     int16_t FilterSetting, FilterHold, FilterZeroOffset;
 
     // The temperature block. Temperatures are degrees Celsius.

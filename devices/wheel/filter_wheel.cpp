@@ -181,7 +181,12 @@ void SetFilter(int32_t position, int32_t camera)
 {
     HoldTimer(camera);
     const WheelRoute* route = FindRoute(Moves, CameraTable[camera]);
-    if (route != nullptr) GoTo(*route, position, camera);
+    if (route != nullptr) {
+        GoTo(*route, position, camera);
+        if (route->mechanism == PhaseStepper) {
+            CameraTable[camera].FilterPositions[camera] = position;
+        }
+    }
     EndCall(route, GoToClears, camera);
 }
 

@@ -248,6 +248,21 @@ TEST_F(PhaseStepper, PositionBeyondAWholeTurnSwitchesTheMotorAndStepsNothing)
     EXPECT_EQ(record.FilterPosition, 13);
 }
 
+TEST_F(PhaseStepper, PositionIsKeptForTheCamerasNumber)
+{
+    BeginPhases();
+    record.FilterPositions[0] = 0;
+    record.FilterPositions[1] = 0;
+    SetFilter(1, 0); // where it is
+    EXPECT_EQ(record.FilterPositions[0], 1);
+    SetFilter(3, 0);
+    EXPECT_EQ(record.FilterPositions[0], 3);
+    EXPECT_EQ(record.FilterPositions[1], 0);
+    BeginLines(1);
+    SetFilter(2, 0);
+    EXPECT_EQ(record.FilterPositions[0], 3); // of platforms 40 to 42 alone
+}
+
 TEST_F(LineStepper, PositionBeyondAWholeTurnSwitchesTheMotorAndStepsNothing)
 {
     BeginLines(1);
