@@ -101,6 +101,8 @@ int32_t EmuPlugBusCamera(const EmuBusCamera& setup)
     state->thermal = EmuMakeThermal(state->setup.ambient);
     state->eeprom.asBytes = setup.platform == 60;
     state->eeprom.out = true;
+    state->wheel = EmuMakeWheel(setup.wheel);
+    state->objective.fitted = setup.objective;
     for (uint32_t i = 0; i < 64; ++i) state->eeprom.words[i] = setup.memory[i];
     PowerUp(state);
     return index;
@@ -197,12 +199,6 @@ void EmuBusTrigger(int32_t camera, bool seen)
     if (rising && state->powered) state->dialect->trigger(state);
 }
 
-void EmuBusSetWheel(int32_t camera, bool zero)
-{
-    EmuBusState* const state = Plugged(camera);
-    if (state != nullptr) state->wheelZero = zero;
-}
-
 void EmuBusPower(int32_t camera, bool on)
 {
     EmuBusState* const state = Plugged(camera);
@@ -269,4 +265,16 @@ uint32_t EmuBusClockWord(int32_t camera)
 {
     const EmuBusState* const state = Plugged(camera);
     return state != nullptr ? state->clockTrain.word : 0;
+}
+
+EmuWheel* EmuBusWheel(int32_t camera)
+{
+    EmuBusState* const state = Plugged(camera);
+    return state != nullptr ? &state->wheel : nullptr;
+}
+
+EmuObjective* EmuBusObjective(int32_t camera)
+{
+    EmuBusState* const state = Plugged(camera);
+    return state != nullptr ? &state->objective : nullptr;
 }

@@ -17,7 +17,9 @@
 #include <cstdint>
 
 #include "emulator/line_maps.h"
+#include "emulator/objective.h"
 #include "emulator/sensor.h"
+#include "emulator/wheel.h"
 
 // What stands in the camera. Whatever is 0 takes the value given here.
 struct EmuBusCamera {
@@ -33,6 +35,8 @@ struct EmuBusCamera {
     uint8_t unit;        // its place in an array: it answers to bus address 0xFFF0 + unit
     uint8_t bits;        // of the converter, on 22, 23 and 24; 16
     uint8_t lag;         // words by which the converter is behind: a frame begins with so many 0
+    EmuWheelSetup wheel; // none
+    bool objective;      // there is one, on 44 and 47
 };
 
 // Adds a camera; 0 to 15, or -1 when there are sixteen.
@@ -57,7 +61,6 @@ void EmuBusPattern(int32_t camera, uint32_t address, uint32_t count, uint16_t* w
 void EmuBusSetMemoryWord(int32_t camera, int32_t word, uint16_t value);
 void EmuBusSetUnit(int32_t camera, uint8_t unit);
 void EmuBusTrigger(int32_t camera, bool seen);        // the external trigger line
-void EmuBusSetWheel(int32_t camera, bool zero);       // the filter wheel's zero sensor
 void EmuBusPower(int32_t camera, bool on);            // a camera without power answers nothing
 void EmuBusMute(int32_t camera, uint32_t afterPixel); // the stream stalls there; 0xFFFFFFFF: never
 double EmuBusTemperature(int32_t camera);             // of the sensor now
@@ -71,3 +74,7 @@ uint32_t EmuBusExposures(int32_t camera); // how often light fell on the sensor
 // On 40, 41 and 42 word 0 has the seven bits of the gain.
 uint32_t EmuBusGainWord(int32_t camera, int32_t word);
 uint32_t EmuBusClockWord(int32_t camera); // of the clock synthesiser, on 44 and 47
+
+// To see and to touch between calls of the library; null: no such camera.
+EmuWheel* EmuBusWheel(int32_t camera);
+EmuObjective* EmuBusObjective(int32_t camera);

@@ -26,8 +26,6 @@ constexpr uint16_t ResetRegister = 31;
 
 // Status words.
 constexpr uint16_t EepromOut = 0x0001;
-constexpr uint16_t WheelZero = 0x0002;
-constexpr uint16_t WheelSecond = 0x0004;
 constexpr uint16_t Exposing = 0x1000;
 constexpr uint16_t Triggered = 0x2000;
 constexpr uint16_t HeronTriggered = 0x0008;
@@ -128,6 +126,7 @@ void WriteRegister(EmuBusState* camera, uint32_t reg, uint16_t word)
         if (effect.reg == reg) effect.written(camera, before, word);
     }
     EmuExposureWritten(camera, reg);
+    EmuAccessoryLines(camera, reg, before, word);
 }
 
 uint16_t Status7(const EmuBusState& camera)
@@ -135,29 +134,34 @@ uint16_t Status7(const EmuBusState& camera)
     uint16_t status = 0;
     const bool gated = (camera.registers[0] & External) != 0;
     if (camera.eeprom.out) status |= EepromOut;
-    if (camera.wheelZero) status |= WheelZero | WheelSecond;
     if (gated ? camera.trigger : EmuExposureRuns(camera)) status |= Exposing;
     if (camera.trigger) status |= Triggered;
     return status;
 }
 
-uint16_t Status(const EmuBusState& camera, uint32_t number)
+// The power shows in status 9 where no wheel has taken its line.
+uint16_t CameraStatus(const EmuBusState& camera, uint32_t number)
 {
     switch (number) {
     case 5: return camera.setup.platform == 60 && camera.trigger ? HeronTriggered : 0;
     case 7: return Status7(camera);
-    case 9: return 1; // powered
+    case 9: return camera.wheel.setup.kind == EmuByteWheel ? 0 : 1;
     case 15: return camera.setup.version;
     default: return 0;
     }
 }
 
-// The busy line of a wheel stands in bit 0 of register 7 on 44 and 47: never.
-uint16_t ReadRegister(const EmuBusState& camera, uint32_t reg)
+uint16_t Status(EmuBusState* camera, uint32_t number)
 {
-    const bool wheel = camera.setup.platform == 44 || camera.setup.platform == 47;
-    if (reg == 7 && wheel) return camera.registers[7] & 0xFFFEu;
-    return camera.registers[reg];
+    return CameraStatus(*camera, number) | EmuWheelBits(camera, false, number);
+}
+
+// Bit 0 of register 7 is a line of the wheel on 40 to 47.
+uint16_t ReadRegister(EmuBusState* camera, uint32_t reg)
+{
+    const bool line = reg == 7 && camera->setup.platform >= 40 && camera->setup.platform <= 47;
+    const uint32_t word = camera->registers[reg] & (line ? 0xFFFEu : 0xFFFFu);
+    return static_cast<uint16_t>(word | EmuWheelBits(camera, true, reg));
 }
 
 // With bit 15 of register 12 the upper half of the memory lies under the same
@@ -208,12 +212,12 @@ uint16_t Read(EmuBusState* camera)
     const uint16_t address = camera->address;
     if (camera->prefix == RegisterRead && address >= FirstRegister &&
         address < FirstRegister + RegisterCount) {
-        return ReadRegister(*camera, address - FirstRegister);
+        return ReadRegister(camera, address - FirstRegister);
     }
     if (camera->prefix == MemoryRead && address < FirstRegister) {
         return camera->pattern.words[MemoryAddress(*camera, address)];
     }
-    if (address >= StatusBase && address < Selection) return Status(*camera, address - StatusBase);
+    if (address >= StatusBase && address < Selection) return Status(camera, address - StatusBase);
     return camera->converting ? camera->conversion : 0xFFFF;
 }
 

@@ -4,10 +4,12 @@
 
 #include "emulator/bus_camera.h"
 #include "emulator/eeprom.h"
+#include "emulator/objective.h"
 #include "emulator/sequencer.h"
 #include "emulator/shift_lines.h"
 #include "emulator/tarn5.h"
 #include "emulator/thermal.h"
+#include "emulator/wheel.h"
 
 struct EmuBusState;
 
@@ -67,7 +69,7 @@ struct EmuBusState {
     bool exposed; // light fell since the last frame of a camera without a pattern
     uint64_t exposureEnds;
     uint32_t exposures;
-    bool trigger, wheelZero;
+    bool trigger;
     uint32_t row, column; // next pixel of a camera without a pattern
 
     // analog
@@ -80,6 +82,9 @@ struct EmuBusState {
     EmuClockTrain clockTrain;
     bool toTemperature, converting, converted; // the converter's input, burst, word
     uint16_t conversion;
+
+    EmuWheel wheel;
+    EmuObjective objective;
 
     // coprocessor (28)
     EmuLetter letter;
@@ -109,6 +114,11 @@ bool EmuExposureRuns(const EmuBusState& camera);
 // bus_temperature.cpp
 uint16_t EmuConvertTemperature(const EmuBusState& camera);
 void EmuDriveCooler(EmuBusState* camera, uint32_t code, bool on);
+
+// bus_accessories.cpp
+void EmuAccessoryLines(EmuBusState* camera, uint32_t reg, uint16_t before, uint16_t now);
+// What a wheel puts into a status word, or into a register that is read.
+uint16_t EmuWheelBits(EmuBusState* camera, bool isRegister, uint32_t number);
 
 // bus_lines.cpp: what hangs on bits of a register
 void EmuAnalogLines(EmuBusState* camera, uint16_t before, uint16_t now);  // register 11

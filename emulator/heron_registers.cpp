@@ -42,12 +42,18 @@ constexpr uint8_t ToConverter = 0x01;
 constexpr uint8_t Sample = 0x04;
 constexpr uint8_t DriveLatch = 0x08;
 
+// Variant.
+constexpr uint8_t VariantBit = 0x02;
+constexpr uint8_t WheelBusy = 0x80;
+
 // Control.
 constexpr uint8_t OnTrigger = 0x01;
 constexpr uint8_t CoolerOn = 0x80;
 
-// Analog: temperature and cooler, not the front end and the other channels.
+// Analog: temperature and cooler, not the front end and the other channels; commands to a
+// wheel.
 constexpr uint8_t Thermal = 0x10;
+constexpr uint8_t WheelLines = 0x0F;
 
 // Sequencer.
 constexpr uint8_t Mode = 0x0F;
@@ -165,6 +171,8 @@ void WriteControl(EmuUsbState* camera, uint8_t, uint8_t now)
 void WriteAnalog(EmuUsbState* camera, uint8_t before, uint8_t now)
 {
     if (now & ~before & Thermal) camera->drive = {};
+    if (camera->wheel.setup.kind != EmuNibbleWheel) return;
+    EmuWheelNibble(&camera->wheel, before & WheelLines, now & WheelLines);
 }
 
 uint32_t SectionLines(uint8_t value)
@@ -237,6 +245,12 @@ uint8_t Version(EmuUsbState* camera)
     return static_cast<uint8_t>(~version);
 }
 
+uint8_t VariantByte(const EmuUsbState& camera)
+{
+    return static_cast<uint8_t>((camera.setup.variant ? VariantBit : 0) |
+                                (EmuWheelBusy(camera.wheel) ? WheelBusy : 0));
+}
+
 } // namespace
 
 void EmuHeronPowerUp(EmuUsbState* camera)
@@ -268,7 +282,7 @@ uint8_t EmuHeronRead(EmuUsbState* camera, uint32_t number)
     switch (number) {
     case TemperatureLow: return static_cast<uint8_t>(camera->conversion);
     case TemperatureHigh: return static_cast<uint8_t>(camera->conversion >> 8);
-    case Variant: return camera->setup.variant ? 0x02 : 0;
+    case Variant: return VariantByte(*camera);
     case MemoryLow:
         if (memory) return static_cast<uint8_t>(word);
         break;

@@ -108,7 +108,27 @@ uint16_t Firmware(EmuUsbState* camera)
     return camera->setup.firmware != 0 ? camera->setup.firmware : 100;
 }
 
-// The wheel, which is where it was sent; the period; a close: nothing to answer.
+// The processor is busy until the wheel is there.
+uint16_t WheelAnswer(EmuUsbState* camera)
+{
+    camera->busyUntil = std::max(camera->busyUntil, camera->wheel.busyUntil);
+    return camera->wheel.answer;
+}
+
+uint16_t HomeWheel(EmuUsbState* camera)
+{
+    if (camera->wheel.setup.kind == EmuOwnWheel) EmuWheelHome(&camera->wheel);
+    return WheelAnswer(camera);
+}
+
+uint16_t MoveWheel(EmuUsbState* camera)
+{
+    const uint32_t position = camera->letter.words[1] + 1u;
+    if (camera->wheel.setup.kind == EmuOwnWheel) EmuWheelGo(&camera->wheel, position);
+    return WheelAnswer(camera);
+}
+
+// The period; a wheel's offset; a close: nothing to answer.
 uint16_t Done(EmuUsbState*)
 {
     return 0;
@@ -120,10 +140,10 @@ struct Letter {
     uint16_t (*run)(EmuUsbState* camera);
 };
 const Letter Letters[] = {
-    {100, 0, Temperature}, {101, 1, SetFan},   {102, 1, SetPower}, {103, 1, SwitchCooler},
-    {104, 1, Done},        {105, 0, Done},     {106, 1, Done},     {107, 2, WriteMemory},
-    {108, 1, ReadMemory},  {109, 1, SetPoint}, {110, 0, Output},   {112, 1, Done},
-    {113, 1, Done},        {114, 0, Firmware}, {255, 0, Done},
+    {100, 0, Temperature}, {101, 1, SetFan},    {102, 1, SetPower},  {103, 1, SwitchCooler},
+    {104, 1, Done},        {105, 0, HomeWheel}, {106, 1, MoveWheel}, {107, 2, WriteMemory},
+    {108, 1, ReadMemory},  {109, 1, SetPoint},  {110, 0, Output},    {112, 1, Done},
+    {113, 1, Done},        {114, 0, Firmware},  {255, 0, Done},
 };
 
 const Letter* FindLetter(uint16_t word)

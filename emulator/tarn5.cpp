@@ -3,7 +3,9 @@
 namespace {
 
 enum Register : uint32_t {
-    Word = 8,
+    WheelOutput = 5,
+    WheelByte = 6,
+    Word = 8,   // of the memory; which lines of Number go out to a wheel
     Number = 9, // an address of the memory, a repeat count, an end
     Letter = 14,
     Store = 18,
@@ -28,7 +30,8 @@ constexpr uint16_t WritesMemory = 7 << 6;
 constexpr uint16_t LastLetter = 0x1000;
 constexpr uint16_t LetterThere = 0x2000;
 
-constexpr uint16_t WheelThere = 0x0001; // of the answer
+constexpr uint16_t WheelReady = 0x0001; // in the place of the answer
+constexpr uint16_t WheelStrobe = 0x0002;
 
 constexpr uint32_t MostWords = 16;
 constexpr double MostDrive = 255;
@@ -100,11 +103,32 @@ void WriteShutter(const EmuTarn5& camera, uint16_t, uint16_t now)
     DriveCooler(camera, *camera.driveCode, (now & CoolerOn) != 0);
 }
 
-// A filter wheel takes a byte as its strobe goes down, and is there at once.
+// The controller of a wheel takes a byte as its strobe goes down.
 void WriteNumber(const EmuTarn5& camera, uint16_t before, uint16_t now)
 {
-    constexpr uint16_t wheelStrobe = 2;
-    if (before == wheelStrobe && now == 0) camera.letter->answer |= WheelThere;
+    const uint16_t* const r = camera.registers;
+    const bool output = r[WheelOutput] == 0xFF && r[Word] == WheelStrobe;
+    if (camera.wheel->setup.kind != EmuByteWheel || !output) return;
+    if (before == WheelStrobe && now == 0) {
+        EmuWheelByte(camera.wheel, static_cast<uint8_t>(r[WheelByte]));
+    }
+}
+
+// Page 0 is the wheel's, until the processor gets a letter.
+void WritePage(const EmuTarn5& camera, uint16_t, uint16_t now)
+{
+    camera.wheel->asked = camera.wheel->setup.kind == EmuByteWheel && now == 0;
+}
+
+void WriteLetter(const EmuTarn5& camera, uint16_t, uint16_t)
+{
+    camera.wheel->asked = false;
+}
+
+uint16_t AnswerOf(const EmuTarn5& camera)
+{
+    if (!camera.wheel->asked) return camera.letter->answer;
+    return EmuWheelReady(*camera.wheel) ? WheelReady : 0;
 }
 
 void WriteStore(const EmuTarn5& camera, uint16_t, uint16_t)
@@ -128,13 +152,9 @@ struct Effect {
     void (*written)(const EmuTarn5& camera, uint16_t before, uint16_t now);
 };
 const Effect Effects[] = {
-    {EmuTarn5Select, WriteSelect},
-    {EmuTarn5Shutter, WriteShutter},
-    {EmuTarn5Control, WriteControl},
-    {Number, WriteNumber},
-    {Store, WriteStore},
-    {LatchRepeat, WriteRepeat},
-    {LatchEnd, WriteEnd},
+    {EmuTarn5Select, WriteSelect}, {EmuTarn5Shutter, WriteShutter}, {EmuTarn5Control, WriteControl},
+    {EmuTarn5Page, WritePage},     {Number, WriteNumber},           {Letter, WriteLetter},
+    {Store, WriteStore},           {LatchRepeat, WriteRepeat},      {LatchEnd, WriteEnd},
 };
 
 } // namespace
@@ -153,7 +173,7 @@ uint16_t EmuTarn5Read(const EmuTarn5& camera, uint32_t number, bool trigger, uin
     switch (number) {
     case General: return trigger ? TriggerSeen : 0;
     case MemoryWord: return camera.pattern->words[camera.registers[Number]];
-    case Answer: return camera.letter->answer;
+    case Answer: return AnswerOf(camera);
     case Busy: return 0;
     case Version: return version;
     default: return camera.registers[number];

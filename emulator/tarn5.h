@@ -6,6 +6,7 @@
 #include "emulator/sequencer.h"
 #include "emulator/shift_lines.h"
 #include "emulator/thermal.h"
+#include "emulator/wheel.h"
 
 // Words to the coprocessor, up to the one that says what to do with them.
 struct EmuLetter {
@@ -27,6 +28,7 @@ struct EmuTarn5 {
     bool* coolerOn;
     uint16_t* fan;
     uint16_t *repeat, *end;
+    EmuWheel* wheel;
 };
 
 enum EmuTarn5Register : uint32_t {

@@ -16,7 +16,8 @@ EmuTarn5 Parts(EmuBusState* camera)
 {
     return {camera->registers, &camera->pattern,  camera->eeprom.words, &camera->letter,
             &camera->gain,     camera->gainWords, &camera->thermal,     &camera->driveCode,
-            &camera->coolerOn, &camera->fan,      &camera->repeat,      &camera->end};
+            &camera->coolerOn, &camera->fan,      &camera->repeat,      &camera->end,
+            &camera->wheel};
 }
 
 void TryStream(EmuBusState* camera)

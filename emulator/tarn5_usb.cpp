@@ -15,7 +15,8 @@ EmuTarn5 Parts(EmuUsbState* camera)
 {
     return {camera->registers, &camera->pattern,  camera->memory,   &camera->letter,
             &camera->gain,     camera->gainWords, &camera->thermal, &camera->driveCode,
-            &camera->coolerOn, &camera->fan,      &camera->repeat,  &camera->end};
+            &camera->coolerOn, &camera->fan,      &camera->repeat,  &camera->end,
+            &camera->wheel};
 }
 
 void Select(EmuUsbState* camera, uint16_t now)

@@ -12,6 +12,9 @@ enum Register : uint8_t {
     WordHigh = 1,
     Strobe = 4,
     Wheel = 7,
+    WheelLines = 11,
+    WheelByte = 13,
+    WheelOutput = 14,
     Busy = 28,
     AnswerLow = 29,
     AnswerHigh = 30,
@@ -19,7 +22,8 @@ enum Register : uint8_t {
 };
 
 constexpr uint8_t StrobeUp = 0x80;
-constexpr uint8_t WheelZero = 0x02;
+constexpr uint8_t WheelBit = 0x02; // busy with nibbles, ready with bytes
+constexpr uint8_t WheelNibble = 0x0F, WheelStrobe = 0x02;
 
 enum Parameter : uint32_t {
     FirstBin = 6,
@@ -143,19 +147,39 @@ void Run(EmuUsbState* camera, uint8_t number)
 
 // --- registers ---
 
+void WriteWheelLines(EmuUsbState* camera, uint8_t before, uint8_t now)
+{
+    const uint16_t* const bytes = camera->registers + EmuTarnUByte;
+    EmuWheel* const wheel = &camera->wheel;
+    if (wheel->setup.kind == EmuNibbleWheel) {
+        EmuWheelNibble(wheel, before & WheelNibble, now & WheelNibble);
+    }
+    if (wheel->setup.kind != EmuByteWheel || bytes[WheelOutput] != 0xFF) return;
+    if ((before & ~now & WheelStrobe) != 0) {
+        EmuWheelByte(wheel, static_cast<uint8_t>(bytes[WheelByte]));
+    }
+}
+
+bool WheelShows(const EmuWheel& wheel)
+{
+    return wheel.setup.kind == EmuByteWheel ? EmuWheelReady(wheel) : EmuWheelBusy(wheel);
+}
+
 void Write(EmuUsbState* camera, uint8_t address, uint8_t value)
 {
     uint16_t* const place = &camera->registers[EmuTarnUByte + address];
-    const bool falls = (*place & StrobeUp) != 0 && (value & StrobeUp) == 0;
+    const auto before = static_cast<uint8_t>(*place);
+    const bool falls = (before & StrobeUp) != 0 && (value & StrobeUp) == 0;
     *place = value;
     if (address == Strobe && falls) Run(camera, value);
+    if (address == WheelLines) WriteWheelLines(camera, before, value);
 }
 
 uint8_t Read(EmuUsbState* camera, uint8_t address)
 {
     const auto kept = static_cast<uint8_t>(camera->registers[EmuTarnUByte + address]);
     switch (address) {
-    case Wheel: return (kept & ~WheelZero) | (camera->wheelZero ? WheelZero : 0);
+    case Wheel: return (kept & ~WheelBit) | (WheelShows(camera->wheel) ? WheelBit : 0);
     case Busy: return EmuNow() < camera->busyUntil ? 1 : 0;
     case AnswerLow: return static_cast<uint8_t>(camera->letter.answer);
     case AnswerHigh: return static_cast<uint8_t>(camera->letter.answer >> 8);

@@ -1,6 +1,8 @@
 // WREN and TOLM_E: 'D', a command, its arguments low byte first; then the camera answers,
 // mostly with a byte that says that it has done it. It clocks its sensor itself, by the
 // geometry that it was told.
+#include <algorithm>
+
 #include "emulator/usb_state.h"
 #include "emulator/world.h"
 
@@ -36,9 +38,14 @@ uint32_t Long(const uint8_t* bytes)
     return Word(bytes) | static_cast<uint32_t>(Word(bytes + 2)) << 16;
 }
 
+void SendByteAt(EmuUsbState* camera, uint8_t byte, uint64_t at)
+{
+    EmuUsbSend(camera, &byte, 1, at, 0);
+}
+
 void SendByte(EmuUsbState* camera, uint8_t byte)
 {
-    EmuUsbSend(camera, &byte, 1, EmuNow() + AnswerUs, 0);
+    SendByteAt(camera, byte, EmuNow() + AnswerUs);
 }
 
 void SendWord(EmuUsbState* camera, uint16_t word)
@@ -121,10 +128,18 @@ void Gain(EmuUsbState* camera, const uint8_t* sentence)
     Acknowledge(camera);
 }
 
+// The acknowledge comes when the wheel is there; one without power gives none.
 void Wheel(EmuUsbState* camera, const uint8_t* sentence)
 {
+    enum Selector : uint8_t { Home = 0, Go = 1 };
     camera->registers[EmuTolmEWheel + (sentence[2] & 7)] = sentence[3];
-    Acknowledge(camera);
+    EmuWheel* const wheel = &camera->wheel;
+    if (wheel->dead) return;
+    if (wheel->setup.kind == EmuOwnWheel) {
+        if (sentence[2] == Home) EmuWheelHome(wheel);
+        if (sentence[2] == Go) EmuWheelGo(wheel, sentence[3] + 1u);
+    }
+    SendByteAt(camera, 1, std::max(EmuNow() + AnswerUs, wheel->busyUntil));
 }
 
 void WriteMemory(EmuUsbState* camera, const uint8_t* sentence)

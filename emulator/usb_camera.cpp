@@ -159,6 +159,7 @@ int32_t EmuPlugUsbCameraAt(int32_t index, const EmuUsbCamera& setup)
     camera->mute = Never;
     camera->stall = Never;
     camera->thermal = EmuMakeThermal(camera->setup.ambient);
+    camera->wheel = EmuMakeWheel(setup.wheel);
     for (uint32_t i = 0; i < 64; ++i) camera->memory[i] = setup.memory[i];
     if (!family->adaptor && !PlugDevice(*camera, *family)) return -1;
     Cameras[index] = std::move(camera);
@@ -318,10 +319,10 @@ void EmuUsbTrigger(int32_t camera, bool seen)
     }
 }
 
-void EmuUsbSetWheel(int32_t camera, bool zero)
+EmuWheel* EmuUsbWheel(int32_t camera)
 {
     EmuUsbState* const state = Plugged(camera);
-    if (state != nullptr) state->wheelZero = zero;
+    return state != nullptr ? &state->wheel : nullptr;
 }
 
 void EmuUsbMute(int32_t camera, uint32_t bytes)

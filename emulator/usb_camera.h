@@ -40,6 +40,7 @@
 
 #include "emulator/line_maps.h"
 #include "emulator/sensor.h"
+#include "emulator/wheel.h"
 
 // What stands in the camera. Whatever is 0 takes the value given here.
 struct EmuUsbCamera {
@@ -57,8 +58,9 @@ struct EmuUsbCamera {
     // How far its converter is behind: a frame begins with lagCells / hbin + lagWords words of
     // 0, and lacks as many at its end. Lag by cells is for cameras that are told a geometry.
     uint8_t lagCells, lagWords;
-    bool variant;      // 200: status 10 has bit 1 set
-    uint8_t badStatus; // 61, 200: readings of status 15 that are wrong after power-up
+    bool variant;        // 200: status 10 has bit 1 set
+    uint8_t badStatus;   // 61, 200: readings of status 15 that are wrong after power-up
+    EmuWheelSetup wheel; // none
 };
 
 // Adds a camera to the next free USB port, or to the adaptor; its index, which is that
@@ -85,8 +87,7 @@ uint16_t EmuUsbMemoryWord(int32_t camera, int32_t word);
 void EmuUsbSetMemoryWord(int32_t camera, int32_t word, uint16_t value);
 // Of the pattern memory; words are stored low byte first. How many there are.
 uint32_t EmuUsbPatternBytes(int32_t camera, uint32_t address, uint32_t count, uint8_t* bytes);
-void EmuUsbTrigger(int32_t camera, bool seen);  // the external trigger line
-void EmuUsbSetWheel(int32_t camera, bool zero); // the filter wheel's zero sensor
+void EmuUsbTrigger(int32_t camera, bool seen); // the external trigger line
 
 // It sends no more than so many bytes, and of each frame no more than so many pixels;
 // 0xFFFFFFFF: all.
@@ -106,6 +107,8 @@ uint32_t EmuUsbCommands(int32_t camera, int32_t command); // 300, 450, 29, 48: h
 // 300, 450: words of command 9, from 16 on those of command 23. 48: of the readout order.
 uint16_t EmuUsbGeometry(int32_t camera, int32_t word);
 uint32_t EmuUsbStrayBytes(int32_t camera); // bytes that belong to no sentence of its language
+// To see and to touch between calls of the library; null: no such camera.
+EmuWheel* EmuUsbWheel(int32_t camera);
 
 // The adaptor's library; true after reset. `entry`: one that it does not have.
 void EmuHaveAdaptorLibrary(bool present);

@@ -69,7 +69,8 @@ struct EmuUsbState {
     uint16_t repeat, end; // of the section
     uint32_t exposures;
     uint64_t exposureEnds;
-    bool armed, trigger, wheelZero;
+    bool armed, trigger;
+    EmuWheel wheel;
     EmuUsbPlay play;
     uint64_t busyUntil; // of the camera's processor
 

@@ -233,14 +233,12 @@ TEST_F(BusCamera, Register31ResetsAndDeselects)
     EXPECT_FALSE(EmuBusListens(camera));
 }
 
-TEST_F(BusCamera, Status7HasTriggerAndWheel)
+TEST_F(BusCamera, Status7HasTheTrigger)
 {
     Plug();
     EmuBusTrigger(camera, true);
-    EmuBusSetWheel(camera, true);
-    EXPECT_EQ(Status(7) & 0x2006, 0x2006);
+    EXPECT_EQ(Status(7) & 0x2006, 0x2000);
     EmuBusTrigger(camera, false);
-    EmuBusSetWheel(camera, false);
     EXPECT_EQ(Status(7) & 0x2006, 0);
 }
 

@@ -98,13 +98,36 @@ TEST_F(UsbTarn5, CoprocessorHasMemoryConvertersAndThermometer)
     EXPECT_EQ(Status(19), 0x1234);
 }
 
-TEST_F(UsbTarn5, WheelIsThereOnceItHasItsByte)
+// Position 2 is 25 steps up.
+TEST_F(UsbTarn5, WheelIsReadyAgainOnceItIsThere)
 {
+    setup.wheel = {.kind = EmuByteWheel, .moveMs = 50};
     Plug(9);
-    Put({5, 255, 8, 2, 9, 0, 6, 0x21, 9, 2});
+    Put({5, 255, 8, 2, 9, 0, 6, 0x21, 9, 2, 9, 0, 10, 0});
+    EXPECT_EQ(EmuUsbWheel(camera)->steps, 25);
     EXPECT_EQ(Status(19) & 1, 0);
-    Put({9, 0, 10, 0});
+    System.clock.Sleep(50);
     EXPECT_EQ(Status(19) & 1, 1);
+}
+
+TEST_F(UsbTarn5, AnswerOfALetterStandsInThePlaceOfTheWheels)
+{
+    setup.wheel.kind = EmuByteWheel;
+    setup.memory[3] = 0x4000;
+    Plug(9);
+    Put({10, 0});
+    EXPECT_EQ(Status(19), 1);
+    Send({3, 2});
+    EXPECT_EQ(Status(19), 0x4000);
+}
+
+TEST_F(UsbTarn5, WheelHearsNothingThroughAnInput)
+{
+    setup.wheel.kind = EmuByteWheel;
+    Plug(9);
+    Put({8, 2, 9, 0, 6, 0x21, 9, 2, 9, 0});
+    EXPECT_EQ(EmuUsbWheel(camera)->steps, 0);
+    EXPECT_TRUE(EmuUsbWheel(camera)->commands.empty());
 }
 
 TEST_F(UsbTarn5, MemoryChipHasTheSameWords)

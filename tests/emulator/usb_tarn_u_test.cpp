@@ -146,10 +146,11 @@ TEST_F(TarnU, ParametersAreKept)
 
 TEST_F(TarnU, TheWheelShowsInRegister7)
 {
+    setup.wheel.kind = EmuNibbleWheel;
     Plug(true);
     Send({7, 112});
     EXPECT_EQ(Registers(1, 7), (Bytes{112}));
-    EmuUsbSetWheel(camera, true);
+    EmuUsbWheel(camera)->stuck = true;
     EXPECT_EQ(Registers(1, 7), (Bytes{114}));
 }
 
