@@ -11,6 +11,7 @@
 namespace {
 
 double (*HostSeconds)();
+double UnixAtZero; // of the host's clock
 CallerStep Step;
 
 uint64_t NowUs()
@@ -21,11 +22,10 @@ uint64_t NowUs()
         std::chrono::duration_cast<std::chrono::microseconds>(now).count());
 }
 
-// At the moment of the start the system's; from there by the host's clock.
+// At the start the system's; from there by the host's clock.
 double UnixSeconds()
 {
-    const auto now = std::chrono::system_clock::now().time_since_epoch();
-    return std::chrono::duration<double>(now).count();
+    return UnixAtZero + ToSeconds(NowUs());
 }
 
 bool StartNoThread(void (*)(int32_t), int32_t)
@@ -57,6 +57,8 @@ void SetCallerStep(CallerStep step)
 void UseCaller(double (*seconds)())
 {
     HostSeconds = seconds;
+    const auto unixNow = std::chrono::system_clock::now().time_since_epoch();
+    UnixAtZero = std::chrono::duration<double>(unixNow).count() - ToSeconds(NowUs());
     Seam = {NowUs, UnixSeconds, StartNoThread, Nothing, Nothing,
             Wait,  Nothing,     malloc,        free,    false};
 }

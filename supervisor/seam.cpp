@@ -1,12 +1,26 @@
 #include "supervisor/seam.h"
 
-SeamTable Seam;
-
 namespace {
 
 constexpr double LongestSeconds = 3.2e9;
 
+// Until the layer is started.
+constexpr SeamTable Nothing = {
+    [] { return uint64_t{0}; },
+    [] { return 0.0; },
+    [](void (*)(int32_t), int32_t) { return false; },
+    [] {},
+    [] {},
+    [](uint64_t) {},
+    [] {},
+    [](size_t) -> void* { return nullptr; },
+    [](void*) {},
+    false,
+};
+
 } // namespace
+
+SeamTable Seam = Nothing;
 
 uint64_t ToUs(double seconds)
 {

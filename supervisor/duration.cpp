@@ -1,0 +1,172 @@
+#include "supervisor/duration.h"
+
+#include <algorithm>
+
+#include "supervisor/pattern.h"
+#include "supervisor/work.h"
+
+namespace {
+
+// What a link needs for a pixel, and to take a word of the pattern: microseconds.
+struct LinkPace {
+    int32_t interfaceType;
+    double pixelUs;
+    double wordUs;
+};
+
+// The port interfaces read a pixel by some port accesses of a microsecond each; writes of
+// the bus have pauses of 10 microseconds. USB carries 30 bytes a microsecond at its best
+// and half of one with small packets.
+constexpr LinkPace LinkPaces[] = {
+    {QV_INTERFACE_PRINTER_PORT, 12.0, 25.0},
+    {QV_INTERFACE_PORT_CARD, 6.0, 25.0},
+    {QV_INTERFACE_PCI_CARD, 1.0, 25.0},
+    {QV_INTERFACE_PCI_CARD_4, 1.0, 25.0},
+    {QV_INTERFACE_USB, 0.1, 0.5},
+    {QV_INTERFACE_PCI_CARD_70, 1.0, 25.0},
+};
+
+constexpr double SequenceMs = 5.0; // a section is set up
+constexpr double CallMs = 20.0;    // what a readout takes beside its pixels
+constexpr double LoadMs = 50.0;
+constexpr double DemoClearMs = 180.0;
+constexpr double FirmwareClearMs = 200.0; // of a camera that clears by itself
+constexpr int32_t CountedBinnings = 4;
+
+LinkPace PaceOf(const Slot& slot)
+{
+    for (const LinkPace& row : LinkPaces) {
+        if (row.interfaceType == slot.open.Config.InterfaceType) return row;
+    }
+    return LinkPaces[2];
+}
+
+bool IsDemo(const Slot& slot)
+{
+    return slot.open.Config.Platform == QV_PLATFORM_DEMO;
+}
+
+double Ms(double milliseconds)
+{
+    return milliseconds / 1000.0;
+}
+
+double SettlingSeconds(const Slot& slot)
+{
+    const CameraConfig& config = slot.open.Config;
+    if (config.ShutterHisteresys >= 0) return Ms(config.ShutterHisteresys);
+    return config.Platform == 60 || config.Platform == 61 ? 0.1 : 0.01;
+}
+
+// Of a section of the pattern, played once.
+double SectionSeconds(const Slot& slot, PatternSection section)
+{
+    return slot.pattern.length[section] * slot.platform.SamplingClock[0] / 1e6;
+}
+
+int32_t DummyLines(const Slot& slot, int32_t vbin)
+{
+    return vbin >= 1 && vbin <= CountedBinnings ? slot.ccd.Dummy[vbin - 1] : 1;
+}
+
+double RegisterSeconds(const Slot& slot)
+{
+    return std::max<int32_t>(slot.ccd.HorRegSize, 0) * SectionSeconds(slot, PixelPart) +
+           Ms(SequenceMs);
+}
+
+double ClearSeconds(const Slot& slot)
+{
+    if (IsDemo(slot)) return Ms(DemoClearMs);
+    if (!slot.pattern.known) return Ms(FirmwareClearMs);
+    const int32_t rows = slot.ccd.Ypix + slot.ccd.Dummy[0];
+    return rows * SectionSeconds(slot, RowPart) + Ms(SequenceMs) + 2.0 * RegisterSeconds(slot);
+}
+
+double LoadSeconds(const Slot& slot)
+{
+    if (IsDemo(slot) || !HasPattern(slot)) return 0.0;
+    return slot.pattern.words * PaceOf(slot).wordUs / 1e6 + Ms(LoadMs);
+}
+
+// The line that is loaded may be of another length than the one that is wanted.
+double LineSeconds(const Slot& slot, const Geometry& geometry)
+{
+    const int32_t width = DeliveredWidth(slot, geometry);
+    const double pixels = width * PaceOf(slot).pixelUs / 1e6;
+    double clocked = width * slot.platform.SamplingClock[0] / 1e6;
+    if (slot.pattern.known) clocked = SectionSeconds(slot, LinePart);
+    return std::max(clocked, pixels);
+}
+
+double ReadoutSeconds(const Slot& slot, const Geometry& geometry)
+{
+    if (IsDemo(slot)) return Ms(CallMs);
+    const int32_t height = DeliveredHeight(slot, geometry);
+    const int32_t dummy = DummyLines(slot, geometry.vbin);
+    const double line = LineSeconds(slot, geometry);
+    if (!geometry.isWindow) return (height + dummy) * line + Ms(CallMs);
+    const double skipped = (geometry.y * geometry.vbin + dummy) * SectionSeconds(slot, RowPart);
+    return skipped + RegisterSeconds(slot) + height * line + Ms(CallMs);
+}
+
+} // namespace
+
+Geometry WantedGeometry(const Slot& slot, const QvnsExposure& exposure)
+{
+    const bool isWindow = exposure.Width != 0 || exposure.Height != 0;
+    const bool bins = exposure.HorBinning != 0;
+    Geometry wanted = {isWindow,
+                       0,
+                       0,
+                       0,
+                       0,
+                       bins ? exposure.HorBinning : slot.hbin,
+                       bins ? exposure.VerBinning : slot.vbin};
+    if (!isWindow) return wanted;
+    wanted.x = exposure.X;
+    wanted.y = exposure.Y;
+    wanted.width = exposure.Width;
+    wanted.height = exposure.Height;
+    return wanted;
+}
+
+bool IsBuilt(const Slot& slot, const Geometry& geometry)
+{
+    const Geometry& built = slot.built;
+    if (built.hbin != geometry.hbin || built.vbin != geometry.vbin) return false;
+    if (!geometry.isWindow || !built.isWindow) return geometry.isWindow == built.isWindow;
+    return built.x == geometry.x && built.y == geometry.y && built.width == geometry.width &&
+           built.height == geometry.height;
+}
+
+int32_t DeliveredWidth(const Slot& slot, const Geometry& geometry)
+{
+    return (geometry.isWindow ? geometry.width : slot.ccd.Xpix / geometry.hbin) & ~1;
+}
+
+int32_t DeliveredHeight(const Slot& slot, const Geometry& geometry)
+{
+    return geometry.isWindow ? geometry.height : slot.ccd.Ypix / geometry.vbin;
+}
+
+// Platforms 300 and 450 write three pixels more.
+uint64_t BufferPixels(const Slot& slot, const Geometry& geometry)
+{
+    constexpr uint64_t More = 4;
+    const auto width = static_cast<uint64_t>(std::max(DeliveredWidth(slot, geometry), 0));
+    return width * static_cast<uint64_t>(std::max(DeliveredHeight(slot, geometry), 0)) + More;
+}
+
+QvnsDuration ExpectedDuration(const Slot& slot, const QvnsExposure& exposure)
+{
+    const Geometry geometry = WantedGeometry(slot, exposure);
+    QvnsDuration duration = {};
+    if (HasOption(slot, QV_OPTION_KEEP_CLEAN)) duration.Clear = ClearSeconds(slot);
+    if (!IsBuilt(slot, geometry)) duration.Load = LoadSeconds(slot);
+    duration.Exposure = exposure.Seconds + SettlingSeconds(slot);
+    duration.Readout = ReadoutSeconds(slot, geometry);
+    duration.Total = duration.Clear + duration.Load + duration.Exposure + duration.Readout;
+    duration.Patience = LongestSeconds(slot, QVNS_WORK_READ, duration.Total) - duration.Total;
+    return duration;
+}

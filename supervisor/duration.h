@@ -1,0 +1,15 @@
+// How long a frame should take.
+#pragma once
+#include "supervisor/slot.h"
+
+QvnsDuration ExpectedDuration(const Slot& slot, const QvnsExposure& exposure);
+
+// The binning of an exposure, and the geometry that it needs.
+Geometry WantedGeometry(const Slot& slot, const QvnsExposure& exposure);
+bool IsBuilt(const Slot& slot, const Geometry& geometry);
+
+// Pixels of a line and lines, as they are delivered.
+int32_t DeliveredWidth(const Slot& slot, const Geometry& geometry);
+int32_t DeliveredHeight(const Slot& slot, const Geometry& geometry);
+// Pixels of the buffer.
+uint64_t BufferPixels(const Slot& slot, const Geometry& geometry);

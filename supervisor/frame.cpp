@@ -1,0 +1,277 @@
+#include "supervisor/frame.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "supervisor/callbacks.h"
+#include "supervisor/duration.h"
+#include "supervisor/metadata.h"
+#include "supervisor/opening.h"
+#include "supervisor/pattern.h"
+#include "supervisor/settings.h"
+#include "supervisor/shared.h"
+#include "supervisor/work.h"
+
+namespace {
+
+constexpr uint64_t TriggerPollUs = UsPerMs;
+
+bool IsPatternError(int32_t code)
+{
+    return code == QV_ERROR_PATTERN_OVERFLOW || code == QV_ERROR_PATTERN_MEMORY ||
+           code == QV_ERROR_PATTERN_FILE;
+}
+
+// One that was broken off keeps its state, whatever the camera still does for it.
+void MoveTo(Frame* frame, int32_t state)
+{
+    if (IsUnderWay(*frame)) frame->state = state;
+    Seam.Signal();
+}
+
+void FinishFrame(Slot* slot, int32_t code)
+{
+    Frame& frame = slot->frame;
+    frame.step = FrameIdle;
+    frame.stage = StageNone;
+    frame.breakWanted = false;
+    if (!IsUnderWay(frame)) {
+        Seam.Signal();
+        return;
+    }
+    frame.result = code;
+    if (code == QV_ERROR_NONE) {
+        CompleteMetadata(slot);
+        frame.percent = 100;
+    }
+    MoveTo(&frame, code == QV_ERROR_NONE ? QVNS_FRAME_READY : QVNS_FRAME_FAILED);
+}
+
+// A frame that failed for good; the link has to be looked after unless it is innocent.
+void FailFrame(Slot* slot, int32_t code)
+{
+    FinishFrame(slot, code);
+    const bool innocent = IsPatternError(code) || code == QV_ERROR_IMAGE_BUFFER || code < 0;
+    if (innocent) {
+        NoteFailure(slot, code);
+    } else {
+        EnterFault(slot, code);
+    }
+}
+
+// The status of the read alone hides a pattern that could not be built or loaded.
+int32_t FrameCode(const Slot& slot, int32_t status, bool loading)
+{
+    if (status != QV_ERROR_NONE) return status;
+    if (loading && slot.frame.loadError != QV_ERROR_NONE) return slot.frame.loadError;
+    if (loading && HasPattern(slot) && !slot.patternLoaded) return QV_ERROR_PATTERN_FILE;
+    return slot.frame.overTime ? QVNS_ERROR_OVER_TIME : QV_ERROR_NONE;
+}
+
+void CallRead(const QvnsExposure& request, uint16_t* pixels, int32_t camera)
+{
+    if (request.Width == 0) {
+        Library.FGetCCD(request.Light, request.Seconds, pixels, camera);
+    } else {
+        Library.FGetWinCCD(request.Light, request.Seconds, request.X, request.Y, request.Width,
+                           request.Height, pixels, camera);
+    }
+}
+
+void ExposeFrame(Slot* slot)
+{
+    Frame& frame = slot->frame;
+    const bool loading = !IsBuilt(*slot, frame.geometry);
+    frame.step = FrameInCall;
+    if (loading && HasPattern(*slot)) TakeShared(slot);
+    if (!IsUnderWay(frame)) {
+        ReleaseShared(slot);
+        FinishFrame(slot, QVNS_ERROR_ABORTED);
+        return;
+    }
+    slot->patternLoaded = false;
+    frame.loadError = QV_ERROR_NONE;
+    FillMetadata(slot);
+    if (loading) {
+        frame.stage = StageLoad;
+        MoveTo(&frame, QVNS_FRAME_LOADING);
+        ChangeWork(slot, QVNS_WORK_LOAD, frame.duration.Load);
+        // Without a pattern nothing tells that the exposure begins.
+        if (!HasPattern(*slot)) BeginExposing(slot);
+    } else {
+        BeginExposing(slot);
+    }
+    Seam.Unlock();
+    CallRead(frame.request, frame.pixels, slot->camera);
+    const int32_t status = Library.Status(slot->camera);
+    const bool alive = EndWork(slot);
+    ReleaseShared(slot);
+    if (!alive) return;
+    const int32_t code = FrameCode(*slot, status, loading);
+    // What the camera holds after a pattern that failed is the one before, or none.
+    slot->built = frame.geometry;
+    if (loading && code != QV_ERROR_NONE) slot->built.hbin = 0;
+    if (code == QV_ERROR_NONE) {
+        FinishFrame(slot, code);
+    } else {
+        FailFrame(slot, code);
+    }
+}
+
+// Some readouts leave pixels untouched: they must not be those of an earlier frame.
+void ClearPixels(Frame* frame)
+{
+    Seam.Unlock();
+    memset(frame->pixels, 0, frame->room * sizeof(uint16_t));
+    Seam.Lock();
+}
+
+void ClearAhead(Slot* slot)
+{
+    if (!HasOption(*slot, QV_OPTION_KEEP_CLEAN)) return;
+    MoveTo(&slot->frame, QVNS_FRAME_CLEARING);
+    BeginWork(slot, QVNS_WORK_CLEAR, slot->frame.duration.Clear);
+    Library.ClearCCD(slot->camera);
+    EndWork(slot);
+}
+
+int32_t BinAhead(Slot* slot)
+{
+    const QvnsExposure& request = slot->frame.request;
+    const bool keeps = request.HorBinning == 0;
+    const int32_t hbin = keeps ? slot->hbin : request.HorBinning;
+    const int32_t vbin = keeps ? slot->vbin : request.VerBinning;
+    const bool known = slot->built.hbin != 0;
+    if (known && hbin == slot->hbin && vbin == slot->vbin) return QV_ERROR_NONE;
+    MoveTo(&slot->frame, QVNS_FRAME_LOADING);
+    return BinCamera(slot, hbin, vbin);
+}
+
+bool WantsTrigger(const Slot& slot)
+{
+    return slot.frame.request.Trigger != 0 || HasOption(slot, QV_OPTION_EXTERNAL_TRIGGER);
+}
+
+void EndTriggerWait(Slot* slot)
+{
+    slot->work = {};
+    ++slot->overTimes;
+    NoteWait(slot, QVNS_WORK_TRIGGER);
+    NoteFailure(slot, QVNS_ERROR_OVER_TIME);
+    FinishFrame(slot, QVNS_ERROR_OVER_TIME);
+}
+
+} // namespace
+
+bool IsUnderWay(const Frame& frame)
+{
+    return frame.state >= QVNS_FRAME_QUEUED && frame.state < QVNS_FRAME_READY;
+}
+
+// Behind a fault it waits for the recovery, where there will be one.
+bool IsFrameDue(const Slot& slot)
+{
+    if (slot.state == QVNS_CAMERA_OPEN) return true;
+    return slot.state == QVNS_CAMERA_FAULT && slot.open.AutoRecover == 0;
+}
+
+void BeginFrame(Slot* slot)
+{
+    Frame& frame = slot->frame;
+    frame.step = FrameInCall;
+    if (slot->state == QVNS_CAMERA_FAULT) {
+        FinishFrame(slot, QVNS_ERROR_FAULT);
+        return;
+    }
+    frame.duration = ExpectedDuration(*slot, frame.request);
+    frame.startUs = Seam.NowUs();
+    ClearPixels(&frame);
+    ClearStatus(slot);
+    int32_t code = BinAhead(slot);
+    if (slot->state == QVNS_CAMERA_LOST) return;
+    if (code != QV_ERROR_NONE) {
+        FailFrame(slot, code);
+        return;
+    }
+    frame.geometry = WantedGeometry(*slot, frame.request);
+    if (IsUnderWay(frame)) ClearAhead(slot);
+    if (slot->state == QVNS_CAMERA_LOST) return;
+    if (!IsUnderWay(frame)) {
+        FinishFrame(slot, QVNS_ERROR_ABORTED);
+        return;
+    }
+    if (!WantsTrigger(*slot)) {
+        ExposeFrame(slot);
+        return;
+    }
+    frame.step = FrameInTrigger;
+    frame.triggerUs = frame.pollUs = Seam.NowUs();
+    MoveTo(&frame, QVNS_FRAME_TRIGGER);
+}
+
+bool TriggerStep(Slot* slot, uint64_t* dueUs)
+{
+    Frame& frame = slot->frame;
+    const uint64_t now = Seam.NowUs();
+    if (!IsUnderWay(frame) || slot->state != QVNS_CAMERA_OPEN) {
+        FinishFrame(slot, QVNS_ERROR_FAULT);
+        return true;
+    }
+    if (now < frame.pollUs) {
+        *dueUs = std::min(*dueUs, frame.pollUs);
+        return false;
+    }
+    BeginWork(slot, QVNS_WORK_TRIGGER, UsualSeconds(QVNS_WORK_TRIGGER));
+    const bool triggered = Library.Trigger(0, slot->camera) == 1;
+    if (!EndWork(slot)) return true;
+    frame.pollUs = Seam.NowUs() + TriggerPollUs;
+    if (!IsUnderWay(frame)) return true;
+    const uint64_t limit = ToUs(frame.request.TriggerLimit);
+    if (triggered) {
+        frame.metadata.Triggered = 1;
+        ExposeFrame(slot);
+    } else if (limit != 0 && limit != Never && now - frame.triggerUs >= limit) {
+        EndTriggerWait(slot);
+    }
+    return true;
+}
+
+void BeginExposing(Slot* slot)
+{
+    Frame& frame = slot->frame;
+    frame.stage = StageExpose;
+    frame.exposeUs = Seam.NowUs();
+    frame.metadata.StartUnix = Seam.UnixSeconds();
+    MoveTo(&frame, QVNS_FRAME_EXPOSING);
+    ChangeWork(slot, QVNS_WORK_EXPOSE, frame.duration.Exposure);
+}
+
+void BeginReading(Slot* slot)
+{
+    Frame& frame = slot->frame;
+    frame.stage = StageRead;
+    frame.metadata.TemperatureEnd = slot->cooling.measured;
+    MoveTo(&frame, QVNS_FRAME_READING);
+    ChangeWork(slot, QVNS_WORK_READ, frame.duration.Readout);
+}
+
+void NotePercent(Slot* slot, int32_t percent)
+{
+    Frame& frame = slot->frame;
+    frame.percent = std::clamp(percent, frame.percent, 100);
+    if (percent > 0) MoveTo(&frame, QVNS_FRAME_DOWNLOADING);
+}
+
+double ExposureElapsed(const Slot& slot)
+{
+    const Frame& frame = slot.frame;
+    if (frame.stage == StageNone || frame.stage == StageLoad) return 0.0;
+    const uint64_t now = Seam.NowUs();
+    const double passed = ToSeconds(now - std::min(now, frame.exposeUs));
+    return std::min(passed, frame.request.Seconds);
+}
+
+double ExposureLeft(const Slot& slot)
+{
+    return slot.frame.request.Seconds - ExposureElapsed(slot);
+}

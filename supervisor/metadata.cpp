@@ -1,0 +1,69 @@
+#include "supervisor/metadata.h"
+
+#include <algorithm>
+
+#include "supervisor/duration.h"
+
+namespace {
+
+constexpr int32_t TableGains = 4;
+
+void FillGeometry(const Slot& slot, QvnsMetadata* metadata)
+{
+    const Geometry& geometry = slot.frame.geometry;
+    metadata->X = geometry.x;
+    metadata->Y = geometry.y;
+    metadata->Width = DeliveredWidth(slot, geometry);
+    metadata->Height = DeliveredHeight(slot, geometry);
+    metadata->HorBinning = geometry.hbin;
+    metadata->VerBinning = geometry.vbin;
+}
+
+void FillCooling(const Cooling& cooling, QvnsMetadata* metadata)
+{
+    metadata->CoolerOn = cooling.mode != QVNS_COOLING_OFF ? 1 : 0;
+    metadata->TemperatureStart = metadata->TemperatureEnd = cooling.measured;
+    metadata->SetPoint = cooling.setPoint;
+    metadata->Power = cooling.power;
+}
+
+} // namespace
+
+void FillMetadata(Slot* slot)
+{
+    const Frame& frame = slot->frame;
+    const int32_t triggered = frame.metadata.Triggered;
+    QvnsMetadata& metadata = slot->frame.metadata;
+    metadata = {};
+    metadata.Triggered = triggered;
+    metadata.Frame = frame.number;
+    metadata.Camera = slot->camera;
+    metadata.Platform = slot->open.Config.Platform;
+    metadata.Sensor = slot->open.Config.CCD;
+    metadata.Serial = slot->serial;
+    metadata.Light = frame.request.Light != 0 ? 1 : 0;
+    FillGeometry(*slot, &metadata);
+    metadata.Gain = slot->gain;
+    if (slot->gain < TableGains) metadata.GainFactor = slot->platform.Gain[slot->gain];
+    metadata.MaxValue = slot->maxValue;
+    metadata.CcdOutput = slot->open.Config.CcdOutput;
+    metadata.Seconds = frame.request.Seconds;
+    FillCooling(slot->cooling, &metadata);
+    metadata.Expected = frame.duration.Total;
+    metadata.Options = slot->options | Library.GetMode(slot->camera);
+    metadata.DefinitionHash = slot->definitionHash;
+}
+
+// The pattern may have been loaded since the start.
+void CompleteMetadata(Slot* slot)
+{
+    const Frame& frame = slot->frame;
+    QvnsMetadata& metadata = slot->frame.metadata;
+    metadata.PatternHash = slot->pattern.hash;
+    metadata.Exposed = frame.request.Seconds;
+    if (frame.breakUs > frame.exposeUs) {
+        metadata.Exposed = std::min(ToSeconds(frame.breakUs - frame.exposeUs), metadata.Seconds);
+    }
+    metadata.EndUnix = Seam.UnixSeconds();
+    metadata.Took = ToSeconds(Seam.NowUs() - frame.startUs);
+}

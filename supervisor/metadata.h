@@ -1,0 +1,6 @@
+// The record of a frame. The lock is held.
+#pragma once
+#include "supervisor/slot.h"
+
+void FillMetadata(Slot* slot);     // at the start of its exposure
+void CompleteMetadata(Slot* slot); // when the frame is there

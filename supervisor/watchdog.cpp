@@ -1,0 +1,76 @@
+// Looks whether work takes longer than it should, breaks it where the link allows that, and
+// gives cameras up whose call does not come back.
+#include <algorithm>
+#include <cstdio>
+
+#include "supervisor/frame.h"
+#include "supervisor/shared.h"
+#include "supervisor/work.h"
+#include "supervisor/worker.h"
+
+namespace {
+
+constexpr uint64_t LookEveryUs = 50 * UsPerMs;
+constexpr uint64_t SlackUs = UsPerSecond;
+
+void GiveUp(Slot* slot)
+{
+    slot->state = QVNS_CAMERA_LOST;
+    NoteFailure(slot, QVNS_ERROR_LOST);
+    if (IsUnderWay(slot->frame)) {
+        slot->frame.state = QVNS_FRAME_FAILED;
+        slot->frame.result = QVNS_ERROR_LOST;
+    }
+    slot->cooling.stableUs = 0;
+    ReleaseShared(slot);
+    Seam.Signal();
+}
+
+void NoteOverTime(Slot* slot)
+{
+    slot->work.overTime = true;
+    ++slot->overTimes;
+    NoteWait(slot, slot->work.kind);
+    if (slot->work.kind != QVNS_WORK_EXPOSE) return;
+    slot->frame.overTime = true;
+    slot->frame.breakWanted = true;
+}
+
+void Watch(Slot* slot)
+{
+    const Work& work = slot->work;
+    if (work.kind == QVNS_WORK_NONE || slot->state == QVNS_CAMERA_LOST) return;
+    const uint64_t now = Seam.NowUs();
+    const uint64_t passed = now - std::min(now, work.sinceUs);
+    const uint64_t late = passed - std::min(passed, work.expectedUs);
+    if (late > SlackUs + work.expectedUs / 2 && !work.overTime) NoteOverTime(slot);
+    if (late > work.patienceUs) {
+        GiveUp(slot);
+        return;
+    }
+    // The start of an exposure forgets a break that came before it.
+    if (work.kind == QVNS_WORK_EXPOSE && slot->frame.breakWanted) Library.BrkFlg(slot->camera);
+}
+
+} // namespace
+
+void NoteWait(Slot* slot, int32_t work)
+{
+    snprintf(slot->wait, sizeof slot->wait, "%s", WaitName(*slot, work));
+}
+
+void WatchAll()
+{
+    for (Slot& slot : Slots) Watch(&slot);
+}
+
+void WatchThread(int32_t)
+{
+    Seam.Lock();
+    while (!Ending) {
+        WatchAll();
+        Seam.Wait(Seam.NowUs() + LookEveryUs);
+    }
+    ThreadEnds();
+    Seam.Unlock();
+}

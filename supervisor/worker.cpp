@@ -1,0 +1,161 @@
+#include "supervisor/worker.h"
+
+#include <algorithm>
+
+#include "supervisor/cooling.h"
+#include "supervisor/frame.h"
+#include "supervisor/opening.h"
+#include "supervisor/queue.h"
+#include "supervisor/settings.h"
+#include "supervisor/work.h"
+
+namespace {
+
+int32_t Running; // threads
+
+using JobFunction = int32_t (*)(Slot* slot, const Job& job);
+
+constexpr JobFunction JobFunctions[JobKinds] = {
+    RunOpen, RunClose, RunRecover, RunBinning,     RunGain,
+    RunFan,  RunClear, RunFilter,  RunFindFilters, RunHost,
+};
+
+bool MayRun(const Slot& slot, JobKind kind)
+{
+    if (slot.state == QVNS_CAMERA_OPEN) return true;
+    if (kind == JobOpen) return slot.state == QVNS_CAMERA_OPENING;
+    return slot.state == QVNS_CAMERA_FAULT && (kind == JobClose || kind == JobRecover);
+}
+
+void RunJob(Slot* slot, Job* job)
+{
+    if (!MayRun(*slot, job->kind)) {
+        EndJob(job, slot->state == QVNS_CAMERA_FAULT ? QVNS_ERROR_FAULT : QVNS_ERROR_NOT_OPEN);
+        return;
+    }
+    job->state = JobRunning;
+    const int32_t result = JobFunctions[job->kind](slot, *job);
+    EndJob(job, result);
+}
+
+bool IsRecoveryDue(const Slot& slot)
+{
+    return slot.state == QVNS_CAMERA_FAULT && slot.open.AutoRecover != 0;
+}
+
+// What falls due by the clock. False: nothing did.
+bool TimedStep(Slot* slot, uint64_t* dueUs)
+{
+    const uint64_t now = Seam.NowUs();
+    if (IsRecoveryDue(*slot)) {
+        if (slot->recoverUs <= now) {
+            Recover(slot);
+            return true;
+        }
+        *dueUs = std::min(*dueUs, slot->recoverUs);
+    }
+    if (slot->state != QVNS_CAMERA_OPEN) return false;
+    if (slot->backgroundUs <= now) {
+        Background(slot);
+        return true;
+    }
+    *dueUs = std::min(*dueUs, slot->backgroundUs);
+    if (!slot->cooling.changed || slot->cooling.readings == 0) return false;
+    UpdateCooling(slot);
+    return true;
+}
+
+bool StepOnce(Slot* slot, uint64_t* dueUs)
+{
+    if (slot->state == QVNS_CAMERA_LOST) {
+        CloseLost(slot);
+        return true;
+    }
+    if (TimedStep(slot, dueUs)) return true;
+    Frame& frame = slot->frame;
+    if (frame.step == FrameInTrigger) return TriggerStep(slot, dueUs);
+    Job* const job = NextJob(slot);
+    const bool framed = frame.step == FrameQueued && IsFrameDue(*slot);
+    if (framed && (job == nullptr || frame.order < job->order)) {
+        BeginFrame(slot);
+        return true;
+    }
+    if (job == nullptr) return false;
+    RunJob(slot, job);
+    return true;
+}
+
+void WorkerThread(int32_t camera)
+{
+    Slot* const slot = FindSlot(camera);
+    Seam.Lock();
+    while (!Ending) {
+        uint64_t due = Never;
+        if (!Step(slot, &due)) Seam.Wait(due);
+    }
+    if (slot->state == QVNS_CAMERA_LOST) CloseLost(slot);
+    slot->hasWorker = false;
+    ThreadEnds();
+    Seam.Unlock();
+}
+
+} // namespace
+
+bool Step(Slot* slot, uint64_t* dueUs)
+{
+    if (slot->stepping) return false;
+    slot->stepping = true;
+    const bool done = StepOnce(slot, dueUs);
+    slot->stepping = false;
+    if (done) Seam.Signal();
+    return done;
+}
+
+bool StepAnyCamera(uint64_t* dueUs)
+{
+    WatchAll();
+    bool done = false;
+    for (Slot& slot : Slots) {
+        if (slot.hasWorker) done = Step(&slot, dueUs) || done;
+    }
+    return done;
+}
+
+void ServeOthers(const Slot* busy)
+{
+    for (Slot& slot : Slots) {
+        if (&slot == busy || slot.stepping || slot.state != QVNS_CAMERA_OPEN) continue;
+        slot.stepping = true;
+        uint64_t due = Never;
+        TimedStep(&slot, &due);
+        slot.stepping = false;
+    }
+}
+
+bool EnsureWorker(Slot* slot)
+{
+    if (slot->hasWorker) return true;
+    if (!Seam.StartThread(WorkerThread, slot->camera)) return false;
+    slot->hasWorker = true;
+    Running += Seam.threads ? 1 : 0;
+    return true;
+}
+
+void ThreadEnds()
+{
+    --Running;
+    Seam.Signal();
+}
+
+bool StartWatchThread()
+{
+    if (!Seam.threads) return true;
+    if (!Seam.StartThread(WatchThread, 0)) return false;
+    ++Running;
+    return true;
+}
+
+int32_t ThreadsRunning()
+{
+    return Running;
+}
