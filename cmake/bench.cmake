@@ -9,5 +9,4 @@ target_link_libraries(qvn_bench_objects PRIVATE qvn_options)
 
 add_library(qvn_bench SHARED)
 target_link_libraries(qvn_bench PRIVATE qvn_bench_objects qvn_objects qvn_emulator qvn_options)
-target_include_directories(qvn_bench INTERFACE ${PROJECT_SOURCE_DIR}/include)
 qvn_shared_library(qvn_bench ${PROJECT_SOURCE_DIR}/cmake/qvn_bench.map)

@@ -53,10 +53,10 @@ endfunction()
 
 function(qvn_shared_library target script)
   set_target_properties(${target} PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION 7)
+  target_include_directories(${target} INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>)
   qvn_show_only(${target} ${script})
 endfunction()
 
 add_library(qvn SHARED)
 target_link_libraries(qvn PRIVATE qvn_objects qvn_options)
-target_include_directories(qvn INTERFACE ${PROJECT_SOURCE_DIR}/include)
 qvn_shared_library(qvn ${PROJECT_SOURCE_DIR}/cmake/qvn.map)

@@ -1,7 +1,6 @@
 # The stand-ins: the vendor's USB library and the adaptor's with virtual cameras behind
 # them, for host programs that stay as they are. Each is a copy of the workbench in
-# itself and shows the public names alone. In a folder that no loader searches.
-set(QVN_STANDIN_FOLDER lib/qvn/standin)
+# itself and shows the public names alone. Installed to a folder that no loader searches.
 foreach(standin ftd2xx kzbusb)
   add_library(standin_${standin} SHARED ${PROJECT_SOURCE_DIR}/standin/${standin}.cpp
     ${PROJECT_SOURCE_DIR}/standin/world.cpp)
@@ -12,7 +11,5 @@ foreach(standin ftd2xx kzbusb)
   qvn_show_only(standin_${standin} ${PROJECT_SOURCE_DIR}/cmake/standin.map)
   set_target_properties(standin_${standin} PROPERTIES OUTPUT_NAME ${standin}
     LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/standin)
-  install(TARGETS standin_${standin} DESTINATION ${QVN_STANDIN_FOLDER})
 endforeach()
 set_target_properties(standin_kzbusb PROPERTIES PREFIX "")
-install(FILES ${PROJECT_SOURCE_DIR}/share/standin/cameras.cfg DESTINATION ${QVN_STANDIN_FOLDER})

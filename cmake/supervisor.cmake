@@ -9,5 +9,4 @@ target_link_libraries(qvn_supervisor_objects PRIVATE qvn_options PUBLIC Threads:
 
 add_library(qvn_supervisor SHARED)
 target_link_libraries(qvn_supervisor PRIVATE qvn_supervisor_objects qvn_options PUBLIC qvn)
-target_include_directories(qvn_supervisor INTERFACE ${PROJECT_SOURCE_DIR}/include)
 qvn_shared_library(qvn_supervisor ${PROJECT_SOURCE_DIR}/cmake/supervisor.map)
