@@ -117,6 +117,10 @@ void AddCameraOptions(CLI::App* command, CameraRequest* request)
             "Option bits of the library, such as 0x8; see QV_OPTION_... in qvn.h")
         ->type_name("BITS")
         ->group(CameraGroup);
+    command
+        ->add_flag("--attach", request->attach,
+                   "Leaves a running camera as it is: it is not reset, and its cooler stays on")
+        ->group(CameraGroup);
     for (auto* other : {definitions.platform, definitions.sensor, camera, definitions.link}) {
         config->excludes(other);
     }
@@ -166,4 +170,12 @@ void AddPictureOptions(CLI::App* command, const char* windowHelp, const PictureO
             "Pixels to join, across and down")
         ->type_name("H,V")
         ->group(options.group);
+}
+
+void AddGainOption(CLI::App* command, const char* group, int32_t* gain)
+{
+    command->add_option("--gain", *gain, "Gain setting, an index from 0 to 4")
+        ->type_name("N")
+        ->check(Between(0, 4))
+        ->group(group);
 }

@@ -41,3 +41,8 @@ struct PictureOptions {
 };
 
 void AddPictureOptions(CLI::App* command, const char* windowHelp, const PictureOptions& options);
+
+void AddGainOption(CLI::App* command, const char* group, int32_t* gain);
+
+// How many seconds an exposure may have.
+constexpr double LongestExposure = 2000000.0; // the library counts milliseconds

@@ -2,10 +2,13 @@
 #pragma once
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "tools/cooling.h"
 #include "tools/image_files.h"
+#include "tools/picture.h"
 #include "tools/session.h"
+#include "tools/watch.h"
 
 struct InitRequest {
     std::string folder = "qvn";
@@ -23,18 +26,11 @@ struct InfoRequest {
     bool json = false;
 };
 
-struct WindowRequest {
-    bool set = false;
-    int32_t x = 0, y = 0, width = 0, height = 0; // binned pixels
-};
-
 struct ExposeRequest {
     CameraRequest camera;
     bool light = true;
     double seconds = 1.0;
-    WindowRequest window;
-    int32_t horBinning = 1, verBinning = 1;
-    int32_t gain = 0;
+    PictureRequest picture;
     int32_t frames = 1;
     bool cool = false;
     CoolingRequest cooling;
@@ -46,15 +42,27 @@ struct ExposeRequest {
     bool keepBroken = false;
 };
 
-struct TemperatureRequest {
+struct WheelRequest {
     CameraRequest camera;
-    double target = 0.0;
-    double seconds = 60.0;
-    double interval = 1.0;
-    std::string log;  // empty: none
-    std::string plot; // empty: none
-    bool overwrite = false;
-    bool keepCooling = false;
+    bool calibrate = false;
+    int32_t position = 0;     // 0: the wheel stays
+    bool standsAtOne = false; // a stepper is not taken to its zero position ahead
+    bool handOver = false;    // the next three
+    int32_t setting = 0, hold = 0, zeroOffset = 0;
+};
+
+struct NumberAndValue {
+    int32_t number = 0, value = 0;
+};
+
+// Nothing to write and nothing to read: an overview.
+struct RegistersRequest {
+    CameraRequest camera;
+    std::vector<int32_t> reads, statusReads, memoryReads;
+    std::vector<NumberAndValue> registerWrites, memoryWrites;
+    bool writesSerial = false, serialIsDecimal = false;
+    int32_t serial = 0;
+    bool mayWrite = false;
 };
 
 struct ConfigCheckRequest {
@@ -65,5 +73,8 @@ int RunInit(const InitRequest& request);
 int RunList(const ListRequest& request);
 int RunInfo(const InfoRequest& request);
 int RunExpose(const ExposeRequest& request);
-int RunTemperature(const TemperatureRequest& request);
+int RunTemperature(const WatchRequest& request);
+int RunMonitor(const WatchRequest& request);
+int RunWheel(const WheelRequest& request);
+int RunRegisters(const RegistersRequest& request);
 int RunConfigCheck(const ConfigCheckRequest& request);

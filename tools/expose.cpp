@@ -1,11 +1,8 @@
 // qvn expose: frames from the camera to files.
 #include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <cstdio>
-#include <ctime>
 #include <filesystem>
-#include <new>
 #include <set>
 
 #include "tools/breaker.h"
@@ -18,30 +15,8 @@
 
 namespace {
 
-// Platforms 300 and 450 write so many behind a frame.
-constexpr size_t PixelsBehind = 3;
-
 // cfitsio takes 1024 characters, and is given a few more.
 constexpr size_t LongestFitsPath = 1000;
-
-struct FrameGeometry {
-    int32_t width = 0, height = 0; // as delivered
-    size_t room = 0;               // pixels that the library may write
-};
-
-std::string UtcNow()
-{
-    using std::chrono::duration_cast;
-    using std::chrono::milliseconds;
-    const auto now = std::chrono::system_clock::now().time_since_epoch();
-    const int64_t stamp = duration_cast<milliseconds>(now).count();
-    const auto seconds = static_cast<time_t>(stamp / 1000);
-    tm parts = {};
-    gmtime_r(&seconds, &parts);
-    char text[32];
-    std::strftime(text, sizeof(text), "%Y-%m-%dT%H:%M:%S", &parts);
-    return Text("%s.%03d", text, static_cast<int>(stamp % 1000));
-}
 
 ImageFormat ChosenFormat(const ExposeRequest& request)
 {
@@ -110,56 +85,6 @@ bool OutputsArePossible(const ExposeRequest& request)
     return NameIsPossible("--preview", request.preview, request) && NamesDiffer(request);
 }
 
-bool SetBinning(const Session& session, const ExposeRequest& request)
-{
-    if (request.horBinning == 1 && request.verBinning == 1) return true;
-    const std::string doing =
-        Text("setting --binning %d,%d", request.horBinning, request.verBinning);
-    if (request.horBinning > session.ccd.Xpix / 2 || request.verBinning > session.ccd.Ypix) {
-        Complain(doing, Text("the sensor has %d x %d pixels", session.ccd.Xpix, session.ccd.Ypix),
-                 "a lower --binning");
-        return false;
-    }
-    QV_SetBinning(request.horBinning, request.verBinning, session.camera);
-    const int32_t code = QV_Status(session.camera);
-    if (code == QV_ERROR_NONE) return true;
-    Complain(doing, LibraryText(code), LibraryAdvice(code));
-    return false;
-}
-
-bool SetGain(const Session& session, const ExposeRequest& request)
-{
-    QV_SetGain(request.gain, session.camera);
-    const int32_t code = QV_Status(session.camera);
-    if (code == QV_ERROR_NONE) return true;
-    Complain(Text("setting --gain %d", request.gain), LibraryText(code), LibraryAdvice(code));
-    return false;
-}
-
-bool ChooseGeometry(const Session& session, const ExposeRequest& request, FrameGeometry* geometry)
-{
-    const int32_t columns = (session.ccd.Xpix / request.horBinning) & ~1;
-    const int32_t rows = session.ccd.Ypix / request.verBinning;
-    *geometry = {columns, rows, 0};
-    const WindowRequest& window = request.window;
-    if (window.set) {
-        const bool inside = window.x >= 0 && window.y >= 0 && window.width >= 2 &&
-                            window.height >= 1 && window.x <= columns - window.width &&
-                            window.y <= rows - window.height;
-        if (!inside) {
-            Complain("choosing the window",
-                     Text("--window %d,%d,%d,%d is not inside the picture of %d x %d binned pixels",
-                          window.x, window.y, window.width, window.height, columns, rows),
-                     "X,Y,WIDTH,HEIGHT with a width of at least 2");
-            return false;
-        }
-        *geometry = {window.width & ~1, window.height, 0};
-    }
-    geometry->room =
-        static_cast<size_t>(geometry->width) * static_cast<size_t>(geometry->height) + PixelsBehind;
-    return true;
-}
-
 bool Cool(Session* session, const ExposeRequest& request, int* exitCode)
 {
     if (!request.cool) return true;
@@ -183,26 +108,19 @@ void NoteStart(const Session& session, const ExposeRequest& request, FrameRecord
     frame->light = request.light;
     frame->requestedSeconds = request.seconds;
     frame->exposedSeconds = request.seconds;
-    frame->hasTemperature = ReadCelsius(session, &frame->celsius) == QV_ERROR_NONE;
     frame->cooling = request.cool;
     frame->targetCelsius = request.cooling.target;
-    QV_GetBinning(&frame->horBinning, &frame->verBinning, session.camera);
+    NoteCamera(session, frame);
     // The simulated camera counts the window's origin in unbinned pixels.
     const bool unbinned = session.platform == QV_PLATFORM_DEMO;
-    frame->x = request.window.x / (unbinned ? frame->horBinning : 1);
-    frame->y = request.window.y / (unbinned ? frame->verBinning : 1);
-    frame->pixelWidthUm = session.ccd.XpixDim;
-    frame->pixelHeightUm = session.ccd.YpixDim;
-    frame->gain = QV_GetGain(session.camera);
-    frame->platform = session.platformName;
-    frame->sensor = session.sensorName;
-    frame->startUtc = UtcNow();
+    frame->x = request.picture.window.x / (unbinned ? frame->horBinning : 1);
+    frame->y = request.picture.window.y / (unbinned ? frame->verBinning : 1);
 }
 
 void CallLibrary(const Session& session, const ExposeRequest& request, uint16_t* buffer)
 {
     const int32_t shutter = request.light ? 1 : 0;
-    const WindowRequest& window = request.window;
+    const WindowRequest& window = request.picture.window;
     if (window.set) {
         QV_FGetWinCCD(shutter, request.seconds, window.x, window.y, window.width, window.height,
                       buffer, session.camera);
@@ -272,13 +190,7 @@ int TakeFrame(const Session& session, const ExposeRequest& request, int32_t numb
     FrameRecord frame;
     frame.width = geometry.width;
     frame.height = geometry.height;
-    try {
-        frame.pixels.resize(geometry.room);
-    } catch (const std::bad_alloc&) {
-        Complain("taking a frame", Text("no memory for %zu pixels", geometry.room),
-                 "a smaller --window or a higher --binning");
-        return ExitFailed;
-    }
+    if (!MakeRoom(geometry.room, &frame)) return ExitFailed;
     ProgressBegin(Text("frame %d of %d", number, request.frames), request.seconds);
     int32_t code = ReadFrame(session, request, &frame);
     if (code == QV_ERROR_NONE && !FetchInternal(session, &frame)) code = QV_ERROR_IMAGE_BUFFER;
@@ -302,13 +214,7 @@ int TakeFrame(const Session& session, const ExposeRequest& request, int32_t numb
 int TakeFrames(Session* session, const ExposeRequest& request)
 {
     FrameGeometry geometry;
-    if (!SetBinning(*session, request)) return ExitFailed;
-    if (!ChooseGeometry(*session, request, &geometry)) return ExitFailed;
-    if (request.window.set && request.window.width != geometry.width) {
-        std::fprintf(stderr, "qvn: widths are even, so the window is %d pixels wide\n",
-                     geometry.width);
-    }
-    if (!SetGain(*session, request)) return ExitFailed;
+    if (!PreparePicture(*session, request.picture, &geometry)) return ExitFailed;
     int exitCode = ExitDone;
     if (!Cool(session, request, &exitCode)) return exitCode;
     for (int32_t number = 1; number <= request.frames; ++number) {

@@ -8,6 +8,7 @@
 #include "tools/arguments.h"
 #include "tools/breaker.h"
 #include "tools/commands.h"
+#include "tools/device_arguments.h"
 #include "tools/report.h"
 #include "tools/text.h"
 #include "tools/wave.h"
@@ -15,15 +16,15 @@
 
 namespace {
 
-constexpr double LongestExposure = 2000000.0; // seconds; the library counts milliseconds
-
 struct Requests {
     VirtualRequest world; // given ahead of the command
     InitRequest init;
     ListRequest list;
     InfoRequest info;
     ExposeRequest expose;
-    TemperatureRequest temperature;
+    WatchRequest temperature, monitor;
+    WheelRequest wheel;
+    RegistersRequest registers;
     WaveMakeRequests waveMakers;
     WaveViewRequests waveViews;
     ConfigCheckRequest configCheck;
@@ -78,11 +79,9 @@ void AddExposure(CLI::App* command, ExposeRequest* request)
         command,
         "Part of the picture, all four in binned pixels. Odd widths lose a pixel. The "
         "simulated camera takes X and Y as unbinned",
-        {group, &request->window, &request->horBinning, &request->verBinning});
-    command->add_option("--gain", request->gain, "Gain setting, an index from 0 to 4")
-        ->type_name("N")
-        ->check(Between(0, 4))
-        ->group(group);
+        {group, &request->picture.window, &request->picture.horBinning,
+         &request->picture.verBinning});
+    AddGainOption(command, group, &request->picture.gain);
 }
 
 void AddCooling(CLI::App* command, ExposeRequest* request)
@@ -159,32 +158,6 @@ void AddExpose(CLI::App* app, ExposeRequest* request)
     AddCameraOptions(command, &request->camera);
 }
 
-void AddTemperature(CLI::App* app, TemperatureRequest* request)
-{
-    auto* command = app->add_subcommand("temperature", "Cools, and logs and plots the course");
-    command->add_option("--target", request->target, "Celsius")
-        ->required()
-        ->type_name("CELSIUS")
-        ->check(Between(-200.0, 100.0));
-    command->add_option("--seconds", request->seconds, "How long to watch")
-        ->required()
-        ->type_name("S")
-        ->check(Between(0.0, 1e7));
-    command->add_option("--interval", request->interval, "Seconds between readings, default 1")
-        ->type_name("S")
-        ->check(Between(0.1, 1e6));
-    command->add_option("--log", request->log, "A table of the readings")
-        ->type_name("FILE.csv")
-        ->check(NotEmpty());
-    command->add_option("--plot", request->plot, "A picture")
-        ->type_name("FILE.png|FILE.svg")
-        ->check(NotEmpty());
-    command->add_flag("--overwrite", request->overwrite, "Replaces files that are there");
-    command->add_flag("--keep-cooling", request->keepCooling,
-                      "Leaves the cooler on at the end, at its last drive");
-    AddCameraOptions(command, &request->camera);
-}
-
 void AddWave(CLI::App* app, Requests* requests)
 {
     auto* wave =
@@ -234,11 +207,12 @@ void JoinWorlds(const CLI::App& app, Requests* requests)
     const bool given = !requests->world.text.empty() || !requests->world.trace.empty();
     if (opensNone && given) {
         throw CLI::ValidationError("--virtual, --trace",
-                                   "are for info, list, expose and temperature");
+                                   "are for list and for commands with a camera");
     }
     for (VirtualRequest* world :
          {&requests->list.world, &requests->info.camera.world, &requests->expose.camera.world,
-          &requests->temperature.camera.world}) {
+          &requests->temperature.camera.world, &requests->monitor.camera.world,
+          &requests->wheel.camera.world, &requests->registers.camera.world}) {
         *world = Joined(requests->world, *world);
     }
 }
@@ -250,6 +224,9 @@ int Run(const CLI::App& app, const Requests& requests)
     if (app.got_subcommand("info")) return RunInfo(requests.info);
     if (app.got_subcommand("expose")) return RunExpose(requests.expose);
     if (app.got_subcommand("temperature")) return RunTemperature(requests.temperature);
+    if (app.got_subcommand("monitor")) return RunMonitor(requests.monitor);
+    if (app.got_subcommand("wheel")) return RunWheel(requests.wheel);
+    if (app.got_subcommand("registers")) return RunRegisters(requests.registers);
     if (app.got_subcommand("config")) return RunConfigCheck(requests.configCheck);
     return RunWave(*app.get_subcommand("wave"), requests);
 }
@@ -266,6 +243,9 @@ int ParseAndRun(int count, char** arguments)
     AddInfo(&app, &requests.info);
     AddExpose(&app, &requests.expose);
     AddTemperature(&app, &requests.temperature);
+    AddMonitor(&app, &requests.monitor);
+    AddWheel(&app, &requests.wheel);
+    AddRegisters(&app, &requests.registers);
     AddWave(&app, &requests);
     AddConfig(&app, &requests.configCheck);
     try {

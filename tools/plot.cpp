@@ -109,10 +109,11 @@ void DrawLegend(Canvas* canvas, double right, const char* text, Colour colour)
     DrawText(canvas, {right + 40.0, y}, text, TextAnchor::Left, Ink);
 }
 
-Axis TemperatureAxis(const std::vector<TemperatureReading>& readings, double target)
+Axis TemperatureAxis(const std::vector<TemperatureReading>& readings, std::optional<double> target)
 {
-    double low = target;
-    double high = target;
+    const double first = readings.empty() ? 0.0 : readings.front().celsius;
+    double low = target.value_or(first);
+    double high = low;
     for (const TemperatureReading& reading : readings) {
         low = std::min(low, reading.celsius);
         high = std::max(high, reading.celsius);
@@ -123,7 +124,7 @@ Axis TemperatureAxis(const std::vector<TemperatureReading>& readings, double tar
 
 } // namespace
 
-bool SavePlot(const std::vector<TemperatureReading>& readings, double target,
+bool SavePlot(const std::vector<TemperatureReading>& readings, std::optional<double> target,
               const std::string& title, const std::string& path, bool overwrite, std::string* error)
 {
     Canvas canvas = MakeCanvas(KindOfPlot(path), PlotWidth, PlotHeight);
@@ -142,14 +143,14 @@ bool SavePlot(const std::vector<TemperatureReading>& readings, double target,
     }
     DrawText(&canvas, {PlotWidth / 2.0, 25.0}, title, TextAnchor::Middle, Ink);
     DrawLegend(&canvas, PlotLeft + 150.0, "temperature", Blue);
-    DrawLegend(&canvas, PlotLeft + 380.0, "target", Red);
+    if (target) DrawLegend(&canvas, PlotLeft + 380.0, "target", Red);
     DrawLegend(&canvas, PlotLeft + 550.0, "cooler power", Green);
     DrawFrame(&canvas, upper,
               "Temperature [\xC2\xB0"
               "C]");
     DrawFrame(&canvas, lower, "Power [%]");
     DrawTimeLabels(&canvas, lower, unit.label);
-    DrawTarget(&canvas, upper, target);
+    if (target) DrawTarget(&canvas, upper, *target);
     DrawCurve(&canvas, temperature, Blue, 2.5);
     DrawCurve(&canvas, power, Green, 2.5);
     return SaveCanvas(canvas, path, overwrite, error);

@@ -114,6 +114,15 @@ void ProgressState(const std::string& text)
     std::fprintf(stderr, "%s\n", text.c_str());
 }
 
+void ProgressStep(const std::string& text)
+{
+    if (OnTerminal()) {
+        DrawOver(text);
+    } else {
+        std::fprintf(stderr, "%s\n", text.c_str());
+    }
+}
+
 void ProgressEnd()
 {
     if (View.lineOpen) std::fprintf(stderr, "\n");

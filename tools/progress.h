@@ -15,5 +15,8 @@ void OnProgress(const char* text, int32_t percent, int32_t camera);
 // ten seconds only.
 void ProgressState(const std::string& text);
 
+// Work that has no percentages begins: always shown.
+void ProgressStep(const std::string& text);
+
 // Ends a line that was drawn over, so that other text may follow.
 void ProgressEnd();

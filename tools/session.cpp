@@ -106,6 +106,7 @@ bool ChooseByName(const CameraRequest& request, Session* session, CameraConfig* 
     QV_InitCfg(config);
     if (!ChoosePlatform(platform, session) || !ChooseSensor(sensor, session)) return false;
     config->InterfaceType = InterfaceOf(request, session->platform);
+    config->InterfaceLink = request.interfaceLink;
     return true;
 }
 
@@ -171,15 +172,18 @@ bool DefinitionIsUsable(const Session& session)
 void CallOpen(const CameraRequest& request, uint32_t options, CameraConfig* config,
               const Session& session)
 {
+    const int32_t attach = request.attach ? 1 : 0;
+    if (request.filterWheel >= 0) config->FilterWheel = request.filterWheel;
     if (!request.configFile.empty()) {
         config->Activity = static_cast<int32_t>(static_cast<uint32_t>(config->Activity) | options |
                                                 request.options);
-        QV_OpenByConfig(config, 0, OnExposure, OnProgress);
+        QV_OpenByConfig(config, attach, OnExposure, OnProgress);
         return;
     }
+    QV_InitOptions(config, session.camera);
     QV_Open(session.platform, session.sensor, request.interfaceAddress,
-            InterfaceOf(request, session.platform), 0, session.camera, options | request.options,
-            OnExposure, OnProgress);
+            InterfaceOf(request, session.platform), attach, session.camera,
+            options | request.options, OnExposure, OnProgress);
 }
 
 // Camera number, platform, sensor, and how the camera is set up.

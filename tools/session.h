@@ -16,6 +16,9 @@ struct CameraRequest {
     uint32_t options = 0;
     int32_t interfaceType = -1;    // -1: chosen for the platform
     int32_t interfaceAddress = -1; // -1: none
+    int32_t interfaceLink = 0;     // decoder on the cable
+    int32_t filterWheel = -1;      // kind; -1: as the camera is set up without it
+    bool attach = false;           // a camera that runs is not reset
     VirtualRequest world;
 };
 

@@ -3,6 +3,7 @@
 
 #include <strings.h>
 
+#include <algorithm>
 #include <cctype>
 #include <cerrno>
 #include <cmath>
@@ -72,6 +73,28 @@ bool ParseBits(const std::string& text, uint32_t* bits)
     const unsigned long long value = std::strtoull(text.c_str(), &end, 0);
     if (*end != '\0' || errno != 0 || value > UINT32_MAX) return false;
     *bits = static_cast<uint32_t>(value);
+    return true;
+}
+
+bool ParseNumbers(const std::string& text, int32_t highest, std::vector<int32_t>* numbers)
+{
+    std::vector<int32_t> found;
+    for (size_t begin = 0; begin <= text.size();) {
+        const size_t comma = std::min(text.find(',', begin), text.size());
+        const std::string piece = text.substr(begin, comma - begin);
+        const size_t dash = piece.find('-');
+        uint32_t first = 0;
+        uint32_t last = 0;
+        if (!ParseBits(piece.substr(0, dash), &first)) return false;
+        last = first;
+        if (dash != std::string::npos && !ParseBits(piece.substr(dash + 1), &last)) return false;
+        if (first > last || last > static_cast<uint32_t>(highest)) return false;
+        for (uint32_t number = first; number <= last; ++number) {
+            found.push_back(static_cast<int32_t>(number));
+        }
+        begin = comma + 1;
+    }
+    *numbers = found;
     return true;
 }
 

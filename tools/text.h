@@ -19,5 +19,8 @@ bool ParseIntegers(const std::string& text, size_t count, std::vector<int32_t>* 
 // One number of 32 bits without a sign, as above. False: `bits` is untouched.
 bool ParseBits(const std::string& text, uint32_t* bits);
 
+// Numbers from 0 to `highest` and ranges of them, such as "0,3,10-15". False as above.
+bool ParseNumbers(const std::string& text, int32_t highest, std::vector<int32_t>* numbers);
+
 // Case does not count.
 bool SameWord(const std::string& one, const std::string& other);

@@ -58,22 +58,16 @@ bool BeginTrace(const std::string& path)
     return false;
 }
 
-// What QV_Open has no arguments for. A camera of the world has the rest as the library does.
-void SetUpCamera(int32_t camera, int32_t interfaceLink)
-{
-    CameraConfig config;
-    QV_InitCfg(&config);
-    config.InterfaceLink = interfaceLink;
-    QV_InitOptions(&config, camera);
-}
-
 } // namespace
 
 bool EnterVirtualWorld(const VirtualRequest& request)
 {
     if (request.text.empty()) return true;
     char error[ErrorRoom];
-    for (int32_t camera = 0; camera < QV_CAMERAS; ++camera) SetUpCamera(camera, 0);
+    // A camera of the world is set up as the library is when the world is made.
+    CameraConfig config{};
+    QV_InitCfg(&config);
+    for (int32_t camera = 0; camera < QV_CAMERAS; ++camera) QV_InitOptions(&config, camera);
     const int32_t code = QVB_Install(request.text.c_str(), error, sizeof error);
     if (code != QV_ERROR_NONE) {
         const bool definitions = code > 0 || code == QVB_ERROR_DEFINITION;
@@ -110,7 +104,7 @@ bool ChooseVirtualCamera(CameraRequest* request)
         request->interfaceType = instrument.InterfaceType;
         request->interfaceAddress = instrument.InterfaceAddress;
     }
-    SetUpCamera(instrument.Camera, instrument.InterfaceLink);
+    request->interfaceLink = instrument.InterfaceLink;
     return true;
 }
 

@@ -3,41 +3,6 @@
 
 namespace {
 
-constexpr int32_t Columns = 24, Rows = 16;
-
-struct QvnVirtual : QvnProgram {
-    void SetUp() override
-    {
-        QvnProgram::SetUp();
-        std::string text =
-            "rmk_camera_library: { ccd_definitions: { kaf400e: { Xpix = 24; Ypix = 16; Dummy = [ "
-            "4, 2, 2, 1 ]; HorDummyPix = 4; HorRegSize = 32; }; }; camera_platforms: {\n";
-        for (const char* platform : {"BRIAR", "BRIAR-PCI", "BRIAR-R3", "WREN"}) {
-            text += std::string(platform) +
-                    ": { ADbit = [ 16, 0 ]; TimeBase = 40.0; FpgaId = 42; kaf400e: { "
-                    "SamplingClock = [ 0.5, 0.5 ]; VerticalPhasePeriod = 5; }; };\n";
-        }
-        WriteText(scratch, "qvn.cfg", text + "}; };\n");
-    }
-
-    ProgramResult RunVirtual(std::vector<std::string> arguments, const std::string& text)
-    {
-        arguments.insert(arguments.end(), {"--virtual", text});
-        return Run(arguments);
-    }
-    void ExpectPicture(const std::string& name, uint16_t (*pixel)(int32_t x, int32_t y))
-    {
-        const Picture picture = ReadPng(scratch, name);
-        ASSERT_EQ(picture.width, Columns);
-        ASSERT_EQ(picture.height, Rows);
-        for (int32_t y = 0; y < Rows; ++y) {
-            for (int32_t x = 0; x < Columns; ++x) {
-                ASSERT_EQ(PixelAt(picture, x, y), pixel(x, y)) << x << ", " << y;
-            }
-        }
-    }
-};
-
 uint16_t Ramp(int32_t x, int32_t y)
 {
     return static_cast<uint16_t>(x + y);
@@ -69,7 +34,7 @@ TEST_F(QvnVirtual, CamerasOnUsbAreOpenedByTheirKindOfLink)
              "expose", "--seconds", "0.1", "--output", "f.png"});
     ASSERT_EQ(result.exitCode, 0) << result.err;
     ExpectPicture("f.png", [](int32_t x, int32_t y) {
-        return y == Rows - 1 && x >= Columns - 5 ? uint16_t{0} : Ramp(x, y);
+        return y == SmallRows - 1 && x >= SmallColumns - 5 ? uint16_t{0} : Ramp(x, y);
     });
     EXPECT_EQ(ReadText(scratch, "t.txt").rfind("usb list 1\nusb open 0\n", 0), 0u);
 }
