@@ -350,10 +350,11 @@ QVNS_API int32_t qvns_finish(int32_t camera);
 /*
  * Breaks off: the exposure that runs or waits, in every state, and what waits in the queue, whose
  * callers get QVNS_ERROR_ABORTED. The frame is ABORTED at once, whatever the camera still does. A
- * wait for the trigger and an exposure above 0.5 seconds end within a twentieth of a second; a
- * clear, a pattern, a short exposure and a readout go on to their end, and what they bring is
- * dropped. Waits up to `seconds` for the worker to be idle; 0 or less: not at all.
- * Results: 0, QVNS_ERROR_TIME. With 0 seconds, 0. Callbacks too, with 0 seconds.
+ * wait for the trigger and an exposure above 0.5 seconds end within a twentieth of a second, but
+ * for light exposures on platforms 22, 23 and 24, whose counter runs down; a clear, a pattern, a
+ * short exposure and a readout go on to their end, and what they bring is dropped. Waits up to
+ * `seconds` for the worker to be idle; 0 or less: not at all. Results: 0, QVNS_ERROR_TIME. With 0
+ * seconds, 0. Callbacks too, with 0 seconds.
  */
 QVNS_API int32_t qvns_abort(int32_t camera, double seconds);
 

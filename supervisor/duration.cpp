@@ -110,6 +110,17 @@ double ReadoutSeconds(const Slot& slot, const Geometry& geometry)
     return skipped + RegisterSeconds(slot) + height * line + Ms(CallMs);
 }
 
+// On Tarn the call that starts the shutter waits for its counter to run down; short exposures
+// are waited for once more behind it.
+double ExposureSeconds(const Slot& slot, const QvnsExposure& exposure)
+{
+    constexpr double LongestShort = 0.5;
+    const int32_t platform = slot.open.Config.Platform;
+    const bool isTarn = platform == 22 || platform == 23 || platform == 24;
+    const bool twice = isTarn && exposure.Light != 0 && exposure.Seconds <= LongestShort;
+    return exposure.Seconds * (twice ? 2.0 : 1.0) + SettlingSeconds(slot);
+}
+
 } // namespace
 
 Geometry WantedGeometry(const Slot& slot, const QvnsExposure& exposure)
@@ -164,7 +175,7 @@ QvnsDuration ExpectedDuration(const Slot& slot, const QvnsExposure& exposure)
     QvnsDuration duration = {};
     if (HasOption(slot, QV_OPTION_KEEP_CLEAN)) duration.Clear = ClearSeconds(slot);
     if (!IsBuilt(slot, geometry)) duration.Load = LoadSeconds(slot);
-    duration.Exposure = exposure.Seconds + SettlingSeconds(slot);
+    duration.Exposure = ExposureSeconds(slot, exposure);
     duration.Readout = ReadoutSeconds(slot, geometry);
     duration.Total = duration.Clear + duration.Load + duration.Exposure + duration.Readout;
     duration.Patience = LongestSeconds(slot, QVNS_WORK_READ, duration.Total) - duration.Total;

@@ -35,6 +35,7 @@ void FinishFrame(Slot* slot, int32_t code)
     frame.step = FrameIdle;
     frame.stage = StageNone;
     frame.breakWanted = false;
+    LeaveBinning(slot);
     if (!IsUnderWay(frame)) {
         Seam.Signal();
         return;
@@ -78,11 +79,25 @@ void CallRead(const QvnsExposure& request, uint16_t* pixels, int32_t camera)
     }
 }
 
+// Another camera may have told the library its own binning.
+int32_t TakeBinning(Slot* slot)
+{
+    const Geometry& geometry = slot->frame.geometry;
+    if (!HoldBinning(slot, geometry.hbin, geometry.vbin)) return QV_ERROR_NONE;
+    return BinCamera(slot, geometry.hbin, geometry.vbin);
+}
+
 void ExposeFrame(Slot* slot)
 {
     Frame& frame = slot->frame;
-    const bool loading = !IsBuilt(*slot, frame.geometry);
     frame.step = FrameInCall;
+    const int32_t binned = TakeBinning(slot);
+    if (slot->state == QVNS_CAMERA_LOST) return;
+    if (binned != QV_ERROR_NONE) {
+        FailFrame(slot, binned);
+        return;
+    }
+    const bool loading = !IsBuilt(*slot, frame.geometry);
     if (loading && HasPattern(*slot)) TakeShared(slot);
     if (!IsUnderWay(frame)) {
         ReleaseShared(slot);

@@ -58,6 +58,7 @@ void TakeDefinitions(Slot* slot, const Definitions& definitions)
 // not be built is of no use, and is closed again.
 int32_t OpenLibrary(Slot* slot)
 {
+    HoldBinning(slot, 1, 1);
     TakeShared(slot);
     slot->patternLoaded = false;
     BeginWork(slot, QVNS_WORK_OPEN, UsualSeconds(QVNS_WORK_OPEN));
@@ -70,6 +71,8 @@ int32_t OpenLibrary(Slot* slot)
     ReadDefinitions(*slot, &definitions);
     const bool alive = EndWork(slot);
     TakeDefinitions(slot, definitions);
+    if (alive && code == QV_ERROR_NONE) NoteBinning(*slot, 1, 1);
+    LeaveBinning(slot);
     ReleaseShared(slot);
     return alive ? code : QVNS_ERROR_LOST;
 }
@@ -107,6 +110,7 @@ void ForgetCamera(Slot* slot)
     if (slot->frame.state < QVNS_FRAME_FAILED) slot->frame.state = QVNS_FRAME_NONE;
     slot->frame.step = FrameIdle;
     slot->frame.stage = StageNone;
+    LeaveBinning(slot);
     slot->state = QVNS_CAMERA_CLOSED;
     DropJobs(slot, QVNS_ERROR_NOT_OPEN);
 }

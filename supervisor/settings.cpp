@@ -45,6 +45,8 @@ int32_t SetFan(Slot* slot, double percent)
 int32_t BinCamera(Slot* slot, int32_t horizontal, int32_t vertical)
 {
     ClearStatus(slot);
+    const bool held = slot->holdsBinning;
+    HoldBinning(slot, horizontal, vertical);
     TakeShared(slot);
     slot->patternLoaded = false;
     BeginWork(slot, QVNS_WORK_LOAD, UsualSeconds(QVNS_WORK_OPEN));
@@ -52,6 +54,8 @@ int32_t BinCamera(Slot* slot, int32_t horizontal, int32_t vertical)
     int32_t code = Library.Status(slot->camera);
     const Pattern pattern = ReadPattern(*slot);
     const bool alive = EndWork(slot);
+    if (alive && code == QV_ERROR_NONE) NoteBinning(*slot, horizontal, vertical);
+    if (!held) LeaveBinning(slot);
     ReleaseShared(slot);
     if (!alive) return QVNS_ERROR_LOST;
     if (code == QV_ERROR_NONE && HasPattern(*slot) && !slot->patternLoaded) {

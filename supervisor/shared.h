@@ -1,7 +1,16 @@
-// What all cameras share in the library: opening, closing and new geometries need one thread
-// at a time, since there is one pattern file. The lock is held.
+// What all cameras share in the library. The lock is held, and given up by what waits.
 #pragma once
 #include "supervisor/slot.h"
 
+// Opening, closing and new geometries need one thread at a time: there is one pattern file.
 void TakeShared(Slot* slot);    // waits for it
 void ReleaseShared(Slot* slot); // if the camera has it
+
+// Platforms 48, 300, 400 and 450 share one binning, that of the last build, which their reads
+// go by: those with the same binning may read together, others wait for each other.
+//
+// Waits until no other camera reads with another binning, and keeps it so until LeaveBinning.
+// True if the library has to be told this binning.
+bool HoldBinning(Slot* slot, int32_t hbin, int32_t vbin);
+void NoteBinning(const Slot& slot, int32_t hbin, int32_t vbin); // the library has been told
+void LeaveBinning(Slot* slot);

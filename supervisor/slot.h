@@ -113,7 +113,8 @@ struct Slot {
     int32_t camera; // number
     int32_t state;  // QVNS_CAMERA_...
     bool hasWorker;
-    bool stepping; // the worker is in a step
+    bool stepping;     // the worker is in a step
+    bool holdsBinning; // see shared.h
     QvnsOpen open;
     Job jobs[JobRoom];
     uint64_t orders; // given out so far

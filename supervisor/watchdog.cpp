@@ -23,6 +23,7 @@ void GiveUp(Slot* slot)
     }
     slot->cooling.stableUs = 0;
     ReleaseShared(slot);
+    LeaveBinning(slot);
     Seam.Signal();
 }
 

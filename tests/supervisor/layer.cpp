@@ -5,16 +5,51 @@
 
 namespace {
 
-constexpr uint64_t LookEveryUs = 1000;
+constexpr uint64_t LookEveryUs = 100;
+constexpr uint64_t WatchEveryUs = 50'000;
 
-std::vector<int32_t> Seen;
-uint64_t LooksEndUs;
+States Seen;
+uint64_t LooksEndUs, WatchEndUs;
+int32_t WantedState;
+void (*WantedAction)();
+
+void NoteState()
+{
+    const int32_t state = StateOf(0).Frame;
+    if (Seen.empty() || Seen.back() != state) Seen.push_back(state);
+}
+
+void NoteProgress(int32_t, const char*, int32_t, void*)
+{
+    NoteState();
+}
 
 void Look(int32_t)
 {
-    Seen.push_back(StateOf(0).Frame);
+    NoteState();
     const uint64_t next = EmuMicroseconds() + LookEveryUs;
     if (next < LooksEndUs) EmuSchedule(next, Look, 0);
+}
+
+void Watch(int32_t)
+{
+    qvns_watch();
+    const uint64_t next = EmuMicroseconds() + WatchEveryUs;
+    if (next < WatchEndUs) EmuSchedule(next, Watch, 0);
+}
+
+void LookForState(int32_t)
+{
+    if (StateOf(0).Frame == WantedState) {
+        WantedAction();
+    } else {
+        EmuSchedule(EmuMicroseconds() + LookEveryUs, LookForState, 0);
+    }
+}
+
+uint64_t UsFromNow(double seconds)
+{
+    return EmuMicroseconds() + static_cast<uint64_t>(seconds * 1e6);
 }
 
 } // namespace
@@ -56,6 +91,7 @@ QvnsOpen LayerTest::Request(const VirtualSetup& setup, uint32_t options)
     open.Config.InterfaceAddress = 0x378;
     open.Config.InterfaceLink = setup.interfaceLink;
     open.Config.Activity = static_cast<int32_t>(options);
+    open.Progress = NoteProgress;
     return open;
 }
 
@@ -88,23 +124,27 @@ QvnsExposure Light(double seconds)
     return exposure;
 }
 
-std::vector<int32_t> Unrepeated(const std::vector<int32_t>& states)
-{
-    std::vector<int32_t> kept;
-    for (const int32_t state : states) {
-        if (kept.empty() || kept.back() != state) kept.push_back(state);
-    }
-    return kept;
-}
-
 void WatchStates(double seconds)
 {
     Seen.clear();
-    LooksEndUs = EmuMicroseconds() + static_cast<uint64_t>(seconds * 1e6);
+    LooksEndUs = UsFromNow(seconds);
     Look(0);
 }
 
-const std::vector<int32_t>& SeenStates()
+States SeenStates()
 {
     return Seen;
+}
+
+void WatchAsAThread(double seconds)
+{
+    WatchEndUs = UsFromNow(seconds);
+    Watch(0);
+}
+
+void WhenFrameIs(int32_t state, void (*action)())
+{
+    WantedState = state;
+    WantedAction = action;
+    LookForState(0);
 }

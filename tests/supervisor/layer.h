@@ -25,11 +25,17 @@ QvnsState StateOf(int32_t camera);
 QvnsTemperature TemperatureOf(int32_t camera);
 QvnsExposure Light(double seconds);
 
-// What a frame went through, each state once, as seen from callbacks and scheduled looks.
-std::vector<int32_t> Unrepeated(const std::vector<int32_t>& states);
+using States = std::vector<int32_t>;
 
-// Looks at camera 0 every millisecond of virtual time from now on, for so long.
+// Looks at camera 0 every tenth of a millisecond from now on, for so long, and at each report of
+// progress; the states of its frame, each once.
 void WatchStates(double seconds);
-const std::vector<int32_t>& SeenStates();
+States SeenStates();
+
+// Calls qvns_watch as the layer's own thread does where there are threads.
+void WatchAsAThread(double seconds);
+
+// Runs `action` once, when the frame of camera 0 is in this state; looks as often.
+void WhenFrameIs(int32_t state, void (*action)());
 
 double Now(); // virtual seconds
