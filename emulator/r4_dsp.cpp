@@ -157,7 +157,7 @@ const Letter* FindLetter(uint16_t word)
 void TakeLetter(EmuUsbState* camera, uint16_t word)
 {
     camera->letter.words[camera->letter.count++] = word;
-    camera->busyUntil = EmuNow() + LetterUs;
+    camera->busyUntil = std::max(camera->busyUntil, EmuNow() + LetterUs);
     const Letter* const letter = FindLetter(camera->letter.words[0]);
     if (letter == nullptr) {
         EmuUsbStray(camera, static_cast<uint8_t>(word));

@@ -139,7 +139,7 @@ void Run(EmuUsbState* camera, uint8_t number)
 {
     camera->registers[number % EmuTarnUByte] = WordOf(*camera);
     ++camera->commands[number];
-    camera->busyUntil = EmuNow() + CommandUs;
+    camera->busyUntil = std::max(camera->busyUntil, EmuNow() + CommandUs);
     for (const Command& command : Commands) {
         if (command.number == number) command.run(camera);
     }

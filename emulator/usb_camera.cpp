@@ -337,6 +337,12 @@ void EmuUsbStall(int32_t camera, uint32_t afterPixel)
     if (state != nullptr) state->stall = afterPixel;
 }
 
+void EmuUsbHang(int32_t camera)
+{
+    EmuUsbState* const state = Plugged(camera);
+    if (state != nullptr) state->busyUntil = UINT64_MAX;
+}
+
 double EmuUsbTemperature(int32_t camera)
 {
     const EmuUsbState* const state = Plugged(camera);

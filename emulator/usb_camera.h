@@ -93,6 +93,7 @@ void EmuUsbTrigger(int32_t camera, bool seen); // the external trigger line
 // 0xFFFFFFFF: all.
 void EmuUsbMute(int32_t camera, uint32_t bytes);
 void EmuUsbStall(int32_t camera, uint32_t afterPixel);
+void EmuUsbHang(int32_t camera); // its processor is busy for good (29, 48)
 
 double EmuUsbTemperature(int32_t camera);                  // of the sensor now
 void EmuUsbSetTemperature(int32_t camera, double celsius); // from here it drifts on

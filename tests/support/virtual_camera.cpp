@@ -135,6 +135,8 @@ void VirtualCameraTest::Plug(const VirtualSetup& setup)
     camera.wordNs = 500;
     camera.memory[1] = 10;
     camera.byteCable = setup.platform == 60 && setup.interfaceType > 1;
+    camera.wheel = setup.wheel;
+    camera.objective = setup.objective;
     if (setup.builder != nullptr) {
         const EmuWiring wiring = {setup.platform, setup.sensor, 0};
         ASSERT_TRUE(EmuFindLineMap(setup.builder, wiring, &camera.lines));
@@ -147,6 +149,7 @@ void VirtualCameraTest::Open(const VirtualSetup& setup, int32_t options, int32_t
 {
     CameraConfig config = {};
     config.InterfaceLink = setup.interfaceLink;
+    config.FilterWheel = setup.wheelKind;
     if (setup.decoder != 0 && setup.interfaceLink == 0) config.InterfaceLink = 1;
     QV_InitOptions(&config, setup.camera);
     QV_Open(setup.platform, setup.sensor, PortBase, setup.interfaceType, attach, setup.camera,

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include "emulator/wheel.h"
 #include "include/qvn.h"
 #include "tests/support/small_sensor.h"
 
@@ -33,6 +34,9 @@ struct VirtualSetup {
     int32_t camera = 0; // that opens it; each has a card of its own
     // Of the image, as the definition file says: less than the sensor has.
     int32_t columns = ImageColumns, rows = ImageRows;
+    EmuWheelSetup wheel = {}; // none
+    int32_t wheelKind = 0;    // that the host says is there
+    bool objective = false;
 };
 
 struct VirtualFrame {

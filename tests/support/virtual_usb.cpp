@@ -165,6 +165,8 @@ void VirtualUsbTest::Plug(const UsbSetup& setup, uint8_t badVersions)
     camera.serial = Serial;
     camera.description = Description;
     camera.badStatus = badVersions;
+    camera.wheel = setup.wheel;
+    camera.firmware = setup.firmware;
     if (setup.builder != nullptr) {
         const EmuWiring wiring = {setup.platform, setup.sensor, 0};
         ASSERT_TRUE(EmuFindLineMap(setup.builder, wiring, &camera.lines));
@@ -174,6 +176,11 @@ void VirtualUsbTest::Plug(const UsbSetup& setup, uint8_t badVersions)
 
 void VirtualUsbTest::Open(const UsbSetup& setup, int32_t options, int32_t attach)
 {
+    if (setup.wheelKind != 0) {
+        CameraConfig config = {};
+        config.FilterWheel = setup.wheelKind;
+        QV_InitOptions(&config, setup.camera);
+    }
     QV_Open(setup.platform, setup.sensor, 0, UsbInterface, attach, setup.camera, options, nullptr,
             nullptr);
     ASSERT_EQ(QV_Status(setup.camera), 0);

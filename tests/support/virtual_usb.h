@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include "emulator/wheel.h"
 #include "include/qvn.h"
 #include "tests/support/small_sensor.h"
 
@@ -19,7 +20,10 @@ struct UsbSetup {
     Strobe strobe = Strobe::Bin;
     bool variant = false; // 200: status 10 has bit 1 set
     const char* clock = "0.5";
-    int32_t camera = 0; // that opens it, which is the number of its port as well
+    int32_t camera = 0;       // that opens it, which is the number of its port as well
+    EmuWheelSetup wheel = {}; // none
+    int32_t wheelKind = 0;    // that the host says is there
+    uint16_t firmware = 0;    // 0: the usual one
 };
 
 struct UsbFrame {
