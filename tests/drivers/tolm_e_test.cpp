@@ -309,6 +309,21 @@ TEST_F(TolmE, DecimationIsACommand)
     EXPECT_EQ(TakeUsbLog(), "usb > 44 10 03; usb < 1 of 1");
 }
 
+// The command ends in the middle of the fourth value. Its two bytes of reply mean nothing, as
+// long as one comes.
+TEST_F(TolmE, PlugGetsSixteenBytesInAll)
+{
+    uint32_t values[] = {0x04030201, 0x08070605, 0x0C0B0A09, 0x100F0E0D};
+    AnswerUsb("44 17", {0x15});
+    EXPECT_EQ(QV_Plug(7, values, UsbCamera), 0);
+    EXPECT_EQ(TakeUsbLog(), "sleep 100; usb > 44 17 01 02 03 04 05 06 07 08 09 0A 0B 0C 0D 0E; "
+                            "usb < 1 of 2");
+    EXPECT_EQ(record.LastError, 0);
+    AnswerUsb("44 17", {});
+    EXPECT_EQ(QV_Plug(7, values, UsbCamera), 0);
+    EXPECT_EQ(record.LastError, 25);
+}
+
 TEST_F(TolmE, NothingIsLoaded)
 {
     EXPECT_EQ(record.Ops.LoadSequencer("absent", UsbCamera), 1);
