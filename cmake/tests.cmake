@@ -18,7 +18,7 @@ set_source_files_properties(${PROJECT_SOURCE_DIR}/tests/support/plain_demo_frame
   PROPERTIES SKIP_PRECOMPILE_HEADERS ON)
 
 # The tests that read files of the tree. The others are the same wherever the tree stands.
-set(QVN_TREE_READERS samples tidy traffic waves)
+set(QVN_TREE_READERS platforms samples tidy traffic waves)
 
 file(GLOB QVN_TEST_FOLDERS LIST_DIRECTORIES true ${PROJECT_SOURCE_DIR}/tests/*)
 foreach(folder ${QVN_TEST_FOLDERS})
@@ -39,7 +39,7 @@ foreach(folder ${QVN_TEST_FOLDERS})
     target_link_libraries(test_${name} PRIVATE qvn_samples)
     target_sources(test_${name} PRIVATE ${PROJECT_SOURCE_DIR}/tools/config_rules.cpp)
   endif()
-  if(name STREQUAL bench)
+  if(name STREQUAL bench OR name STREQUAL platforms)
     target_link_libraries(test_${name} PRIVATE qvn_bench_objects)
   endif()
   if(name STREQUAL supervisor)

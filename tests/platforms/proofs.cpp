@@ -1,0 +1,252 @@
+#include "tests/platforms/proofs.h"
+
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <regex>
+#include <sstream>
+
+namespace {
+
+// clang-format off
+const std::vector<Proof> All = {
+    // camera table and status
+    {"QV_Status", "acquisition", "SingleExposure.LinkFailureKeepsTheTimerOff"},
+    {"QV_ErrorMessage", "core", "ErrorModel.EveryCodeHasItsText"},
+    {"QV_ErrorMessageVB", "core", "ErrorModel.CopyingFormGivesTheSameTextsAndReturnsTheBuffer"},
+    {"QV_Ver", "core", "CameraState.VersionTextHoldsBuildDateAndTime"},
+    {"QV_WDVer", "core", "DriverVersion.ClosedCameraOpensTheDriverForTheQuery"},
+    {"QV_MaxNumbers", "core", "OpenCamera.LargestPixelValueComesFromTheLowByteAndSaturates"},
+    {"QV_SetPathName", "core", "LibraryFolder.NameWithoutASlashGetsOne"},
+    {"QV_Delay", "core", "CameraState.DelaySleepsTheCaller"},
+    {"QV_IsOn", "cameras", "Selection.OpensReadsCoolsAndCloses"},
+    {"QV_GetMode", "core", "CameraState.ModeBitsAreSetAndClearedAndTheNewWordReturned"},
+    {"QV_SetMode", "core", "CameraState.ModeBitsAreSetAndClearedAndTheNewWordReturned"},
+    {"QV_BrkFlg", "acquisition", "SingleExposure.BreakEndsTheExposureAndTheFrameIsRead"},
+    {"QV_BckGnd", "timer", "TimerJoining.OpenReturnsAfterTheFirstWorkTurn"},
+    {"QV_BckBusy", "timer", "TimerTurns.LengthOfTheWorkTurnIsKept"},
+    {"QV_RWData", "core", "BlockCopies.DefinitionsGoOutAndIn"},
+    {"QV_SetKZBPCI", "links", "CardTest.LooksForTheChosenCard"},
+    {"QV_InitCfg", "core", "CameraState.ConfigurationDefaultsLeaveFourFieldsAlone"},
+    {"QV_InitOptions", "core", "CameraState.InitOptionsCopiesTheWholeConfiguration"},
+
+    // open, close, selection
+    {"QV_LibraryInit", "core", "LibraryStart.FolderQvnBelowTheWorkingDirectoryIsUsed"},
+    {"QV_Open", "cameras", "Selection.OpensReadsCoolsAndCloses"},
+    {"QV_Open", "cameras", "UsbSelection.OpensReadsCoolsAndCloses"},
+    {"_QV_Open", "core", "OpenCamera.OpenWithoutCallbacksReadsNormally"},
+    {"QV_OpenByConfig", "core", "OpenCamera.ConfigurationKeepsItsShutterSettlingTime"},
+    {"QV_OpenByFile", "core", "OpenCamera.FileOpensTheCameraThatItNames"},
+    {"_QV_OpenByFile", "core", "OpenCamera.FileWithoutCallbacks"},
+    {"QV_OpenPar", "catalogue", "DefinitionFile.OpenParLoadsBothAndClearsTheError"},
+    {"QV_Close", "cameras", "Selection.OpensReadsCoolsAndCloses"},
+    {"QV_Close", "cameras", "UsbSelection.OpensReadsCoolsAndCloses"},
+    {"QV_Select", "acquisition", "Array.SelectionSwitchesTheHardwareBetweenTwoRegulators"},
+    {"QV_SubSelect", "core", "Selection.SubCameraNeedsBothNumbersInRange"},
+    {"QV_StopNow", "timer", "StopHandshake.StopPollsEveryFiveMillisecondsUntilTheNextTick"},
+    {"QV_StartNow", "timer", "StopHandshake.StartRepairsACountBelowZeroWithService"},
+    {"QV_SetFunction", "core", "SlotTable.ExposureCallbackIsReplacedAtOnce"},
+    {"QV_ClearCCD", "traffic", "TrafficOf.Clear"},
+    {"QV_ClearCCD", "traffic", "UsbTrafficOf.Clear"},
+
+    // catalogue and geometry
+    {"QV_CamQuery", "catalogue", "CatalogueQueries.CamQueryCopies26PlatformsAndNoMore"},
+    {"QV_CCDQuery", "catalogue", "CatalogueQueries.CCDQueryAnswersForPlatform45AsFor44"},
+    {"QV_CCDtoName", "catalogue", "CatalogueQueries.CCDtoNameStoresTheFamily"},
+    {"QV_CCDtoNameVB", "catalogue", "CatalogueQueries.VariantsWithABufferCopyAndReturnIt"},
+    {"QV_PTFtoName", "catalogue", "CatalogueQueries.PTFtoNameStoresTheShortCode"},
+    {"QV_PTFtoNameVB", "catalogue", "CatalogueQueries.VariantsWithABufferCopyAndReturnIt"},
+    {"QV_FamtoName", "catalogue", "CatalogueQueries.FamilyFiveAfterFamily20ReadsAsKodak"},
+    {"QV_FamtoNameVB", "catalogue", "CatalogueQueries.VariantsWithABufferCopyAndReturnIt"},
+    {"QV_PtfName", "catalogue", "CatalogueQueries.PtfNameLooksPlatformAndSensorUpCrossed"},
+    {"QV_PtfNameVB", "catalogue", "CatalogueQueries.VariantsWithABufferCopyAndReturnIt"},
+    {"QV_GetDimX", "catalogue", "CatalogueQueries.GetDimGivesTheWindowWithAnEvenWidth"},
+    {"QV_GetDimY", "catalogue", "CatalogueQueries.GetDimGivesTheWindowWithAnEvenWidth"},
+    {"QV_GetCCDX", "catalogue", "CatalogueQueries.GetCCDXOfASensorWith1023ColumnsGives1022"},
+    {"QV_GetCCDY", "catalogue", "CatalogueQueries.GetCCDXOfASensorWith1023ColumnsGives1022"},
+    {"QV_GetCCDdata", "catalogue", "CatalogueQueries.GetCCDdataCopiesTheSensor"},
+    {"QV_GetHPdata", "catalogue", "CatalogueQueries.GetHPdataCopiesThePlatformWithItsSpare"},
+
+    // files
+    {"QV_LoadCCD", "catalogue", "DefinitionFile.LoadCCDStoresEveryKey"},
+    {"QV_SaveCCD", "catalogue", "DefinitionFile.SaveWritesEveryKeyOfASensor"},
+    {"QV_LoadPlatform", "catalogue", "DefinitionFile.LoadPlatformStoresEveryKeyButTheSpare"},
+    {"QV_SavePlatform", "catalogue", "DefinitionFile.SaveWritesEveryKeyOfAPlatform"},
+    {"QV_LoadCameraConfig", "catalogue", "CameraConfigFile.LoadStoresEveryKey"},
+    {"QV_SaveCameraConfig", "catalogue", "CameraConfigFile.SaveThenLoadGivesTheSameRecordWithAnEmptyDefectiveList"},
+
+    // single exposures
+    {"QV_GetCCD", "acquisition", "SingleExposure.FullFrameIsReadIntoTheCallersBuffer"},
+    {"QV_GetCCD", "bench", "VirtualWorld.FramesAreTheSceneOnEveryKindOfLink"},
+    {"QV_GetCCD", "traffic", "UsbTrafficOf.LightAndDarkFrame"},
+    {"QV_FGetCCD", "acquisition", "SingleExposure.FastFormsLeaveTheHandshakeToTheHost"},
+    {"QV_TGetCCD", "cameras", "VirtualCameraTest.ABinnedFrameBehindAWindowIsSheared"},
+    {"QV_GetWinCCD", "acquisition", "SingleExposure.OddWindowIsStoredOddAndReadEven"},
+    {"QV_GetWinCCD", "cameras", "VirtualCameraTest.AWindowByPixelsSkipsAllDummyLines"},
+    {"QV_FGetWinCCD", "acquisition", "SingleExposure.FastFormsLeaveTheHandshakeToTheHost"},
+    {"QV_GetCCDPulsed", "acquisition", "SingleExposure.PulsedFrameMakesUpThePeriodWithSettlingTime"},
+    {"QV_GetWinCCDPulsed", "acquisition", "SingleExposure.PulsedFrameMakesUpThePeriodWithSettlingTime"},
+    {"QV_Matrix", "acquisition", "InternalBuffers.AllocationTakesTheFirstFreeEntryAndMakesItCurrent"},
+    {"QV_MatrixPointer", "acquisition", "InternalBuffers.FrameGoesToTheInternalBufferWithTheOption"},
+    {"QV_MatrixSet", "acquisition", "InternalBuffers.NullBufferStandsForTheCurrentOne"},
+    {"QV_MatrixGet", "acquisition", "InternalBuffers.FrameGoesToTheInternalBufferWithTheOption"},
+    {"QV_MatrixRead", "acquisition", "InternalBuffers.PixelIsReadAtItsRowMajorPosition"},
+    {"QV_MatrixSize", "acquisition", "InternalBuffers.SizeIsReckonedFromLeftToRight"},
+
+    // series, frames in steps, arrays
+    {"QV_Kinetics", "cameras", "Series.OfWindowsComesIntoItsBuffers"},
+    {"QV_KineticsCCD", "acquisition", "Series.InTheSensorShiftsItAndReadsOneFrame"},
+    {"QV_ArmAcquisition", "drivers", "ArmedFrame.ArmingLoadsBothTimersOf47"},
+    {"QV_StartAcquisition", "cameras", "ArmedFrames.IsStartedAndPickedUpLater"},
+    {"QV_GetImage", "cameras", "ArmedFrames.IsStartedAndPickedUpLater"},
+    {"QV_FlushAcquisition", "cameras", "ArmedFrames.GivenUpLeavesTheCardReady"},
+    {"QV_ArmTimerHandle", "timer", "DirectTimer.NothingTicksAfterDisarmingUntilTheHostStartsIt"},
+    {"QV_OpenArray", "cameras", "Arrays.OfTwoHeadsGivesTwoFrames"},
+    {"QV_AGetCCD", "cameras", "Arrays.OfTwoHeadsGivesTwoFrames"},
+
+    // image correction
+    {"QV_SetDNR", "acquisition", "Correction.ReducesNoiseOnTarn4Plus"},
+    {"QV_SetDNR", "acquisition", "Correction.ReducesNoiseOnBriarR3Plus"},
+    {"QV_GetDNR", "acquisition", "Correction.ReducesNoiseOnTarn4Plus"},
+    {"QV_SetBitDecimation", "acquisition", "Correction.DecimationEndsNoiseReductionOnTarn4Plus"},
+    {"QV_SetBitDecimation", "traffic", "UsbSettingsTraffic.Settings"},
+
+    // temperature
+    {"QV_SetTemp", "devices", "Regulator.HoursOfCoolingRunInTheBackground"},
+    {"QV_SetTemp", "traffic", "UsbTrafficOf.Cooler"},
+    {"QV_GetTemp", "devices", "TemperatureText.IsInTheUnitsAskedFor"},
+    {"QV_ReadTemp", "cameras", "VirtualBriar.TemperatureIsTheSensors"},
+    {"QV_ReadTemp", "traffic", "UsbTrafficOf.Temperature"},
+    {"QV_Cooler", "traffic", "TrafficOf.Cooler"},
+    {"QV_Cooler", "traffic", "UsbTrafficOf.Cooler"},
+    {"QV_CoolerStatus", "devices", "Regulator.StatusIs3AtTheTargetAnd2Elsewhere"},
+    {"QV_SetPower", "cameras", "VirtualBriar.CoolerRunsOnWhileTheLibraryIsAway"},
+    {"QV_GetPower", "devices", "CoolerDrive.IsCutToTenthsOfAPercent"},
+    {"QV_TempCalib", "devices", "Temperature.CalibrationIsThatOfTheCamerasOwnNumber"},
+    {"QV_TemperatureHandle", "devices", "TemperatureHistory.KeepsReadingsInTheirOrder"},
+    {"QV_GetTempHistory", "devices", "TemperatureHistory.KeepsReadingsInTheirOrder"},
+    {"QV_CheckTempEquil", "devices", "TemperatureEquilibrium.BothLimitsCountAsInside"},
+
+    // shutter and trigger
+    {"QV_Shutter", "traffic", "TrafficOf.Shutter"},
+    {"QV_Shutter", "traffic", "UsbTrafficOf.Shutter"},
+    {"QV_ShutterControl", "devices", "ShutterCalls.HoldAndReleaseOnPlatforms44And47"},
+    {"QV_ShutterControl", "devices", "ShutterCalls.HoldAndReleaseOnPlatform25"},
+    {"QV_Trigger", "devices", "TriggerInput.WaitHasNoLimitAndEndsWithTheTrigger"},
+    {"QV_Trigger", "traffic", "UsbTriggerTraffic.ClearedAndTriggeredFrame"},
+
+    // filter wheel, objective, plug-in device
+    {"QV_SetFilter", "devices", "PhaseStepper.GoesTheShortWay"},
+    {"QV_SetFilter", "devices", "LineStepper.OfSixPositionsCarriesThePartsOfSteps"},
+    {"QV_SetFilter", "devices", "Byte.OfTarnGoesThroughRegister13"},
+    {"QV_SetFilter", "traffic", "UsbWheelTraffic.Wheel"},
+    {"QV_CalibFW", "devices", "LineStepper.OffsetGoesOutTwice"},
+    {"QV_OpenFW", "devices", "PhaseStepper.SearchGoesDownToTheSensorAndThenByTheOffset"},
+    {"QV_SetFW", "devices", "Nibble.OfBriarTakesSettingsAndTheMotorDoesTheMoves"},
+    {"QV_IsThereFW", "devices", "FilterWheel.KindIsWhatTheConfigurationSays"},
+    {"QV_ObjectiveControl", "devices", "Objective.RunsAMotorForATimeAndBrakes"},
+    {"QV_Plug", "drivers", "TarnU.PlugIsAWordOfItsOwn"},
+    {"QV_Plug", "drivers", "TolmE.PlugGetsSixteenBytesInAll"},
+
+    // gain, binning, fan
+    {"QV_SetBinning", "devices", "Binning.RebuildsTheFullFrameWithAnEvenWidth"},
+    {"QV_SetBinning", "cameras", "ReadoutForms.ByLinesTheFirstRowLosesItsLastSixPixels"},
+    {"QV_GetBinning", "devices", "Binning.IsReadBack"},
+    {"QV_SetGain", "traffic", "TrafficOf.Gain"},
+    {"QV_SetGain", "traffic", "UsbTrafficOf.Gain"},
+    {"QV_GetGain", "devices", "Gain.IsProgrammedAndReadBack"},
+    {"QV_SetUsrGain", "traffic", "TrafficOf.Gain"},
+    {"QV_SetUsrGain", "traffic", "UsbTrafficOf.Gain"},
+    {"QV_SetFanSpeed", "traffic", "UsbTrafficOf.Cooler"},
+
+    // interface card
+    {"QV_GetKZBPCIAddress", "links", "CardTest.OpensInTheDriversOrder"},
+    {"QV_GetKZBPCIRevision", "links", "CardTest.RevisionIsTheLow16Bits"},
+
+    // camera memory, serial number, registers
+    {"QV_ReadEP", "devices", "CameraWords.AreThoseOfTheEepromOnTheBus"},
+    {"QV_ReadEP", "traffic", "UsbTrafficOf.Memory"},
+    {"QV_WriteEP", "devices", "CameraWords.AreThoseOfTheEepromOnTheBus"},
+    {"QV_WriteEP", "traffic", "UsbTrafficOf.Memory"},
+    {"QV_GetSerNum", "bench", "VirtualWorld.SerialNumbersAreInMemoryOrInTheDevicesStrings"},
+    {"QV_SetSerNum", "cameras", "VirtualTarn5.MemoryHoldsTheSerialNumber"},
+    {"QV_WRReg", "devices", "DirectAccess.WritingARegisterLeavesItsImage"},
+    {"QV_WRReg", "traffic", "TrafficOfTheCard.RegisterOverTheByteCable"},
+    {"QV_RDReg", "traffic", "TrafficOfTheCard.RegisterOverTheByteCable"},
+    {"QV_RMReg", "devices", "DirectAccess.ImageIsReadAndSetWithoutTheCamera"},
+    {"QV_WMReg", "devices", "DirectAccess.ImageIsReadAndSetWithoutTheCamera"},
+    {"QV_GetStatus", "devices", "DirectAccess.HandsOnEveryArgumentAndResult"},
+    {"QV_Poke", "drivers", "HeronPlus.MemoryHasBytes"},
+    {"QV_Poke", "drivers", "Tarn5Usb.PatternMemoryHasWords"},
+    {"QV_Peek", "drivers", "Osprey.MemoryHasWords"},
+    {"QV_PokeW", "drivers", "Osprey.MemoryHasWords"},
+    {"QV_PeekW", "drivers", "HeronPlus.MemoryHasBytes"},
+    {"QV_QuerySts", "drivers", "QueryStatus.TransferIsOnWhileTheCardCounts"},
+    {"QV_GetAD", "drivers", "OspreyPlus.AnalogInputsAreRead"},
+};
+// clang-format on
+
+// The tests of a source by name; "" is all that stands outside of them.
+using Bodies = std::map<std::string, std::string>;
+
+Bodies BodiesOf(const std::filesystem::path& source)
+{
+    static const std::regex begin(R"(^TEST(_F|_P)?\((\w+), (\w+)\)$)");
+    Bodies bodies;
+    std::string name, line;
+    for (std::ifstream file(source); std::getline(file, line);) {
+        std::smatch match;
+        if (std::regex_match(line, match, begin)) name = match[2].str() + "." + match[3].str();
+        bodies[name] += line + "\n";
+        if (line == "}") name.clear();
+    }
+    return bodies;
+}
+
+const std::vector<Bodies>& SourcesOf(const std::string& folder)
+{
+    static std::map<std::string, std::vector<Bodies>> known;
+    std::vector<Bodies>& sources = known[folder];
+    if (!sources.empty()) return sources;
+    const std::filesystem::path tests = std::filesystem::path(QVN_SOURCE_DIR) / "tests" / folder;
+    if (!std::filesystem::exists(tests)) return sources;
+    for (const auto& entry : std::filesystem::directory_iterator(tests)) {
+        if (entry.path().extension() == ".cpp") sources.push_back(BodiesOf(entry.path()));
+    }
+    return sources;
+}
+
+// By its exported name, or by the routine's of the same name behind it.
+bool HasCall(const std::string& text, const std::string& function)
+{
+    const size_t prefix = function.find("QV_") + 3;
+    const std::string routine = function[0] == '_' ? function : function.substr(prefix);
+    for (const std::string& name : {function, routine}) {
+        for (size_t at = text.find(name + "("); at != std::string::npos;
+             at = text.find(name + "(", at + 1)) {
+            const char before = at == 0 ? ' ' : text[at - 1];
+            if (isalnum(before) == 0 && before != '_' && before != '.' && before != '>')
+                return true;
+        }
+    }
+    return false;
+}
+
+} // namespace
+
+const std::vector<Proof>& Proofs()
+{
+    return All;
+}
+
+bool IsShown(const Proof& proof)
+{
+    for (const Bodies& bodies : SourcesOf(proof.folder)) {
+        const auto test = bodies.find(proof.test);
+        if (test == bodies.end()) continue;
+        const auto helpers = bodies.find("");
+        return HasCall(test->second, proof.function) ||
+               (helpers != bodies.end() && HasCall(helpers->second, proof.function));
+    }
+    return false;
+}
