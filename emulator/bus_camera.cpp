@@ -73,7 +73,10 @@ void EmuBusReset(EmuBusState* camera)
     camera->stream = {};
     camera->linkTakes = false;
     camera->armed = false;
+    camera->pixelsFrom = 0;
     camera->exposureEnds = 0;
+    camera->held = false;
+    camera->timers = {};
     camera->toTemperature = false;
     camera->converting = false;
     camera->converted = false;

@@ -13,6 +13,11 @@
 // Light falls on the sensor at the moment an exposure counter is started with a time
 // that is not zero and nothing holds the shutter shut: all rows are then full, until
 // they are clocked out. Time and brightness have nothing to do with one another.
+//
+// Through a shutter that is held open by hand (25, 44, 47) light falls as time goes on,
+// the whole scene once a second, on the rows as they stand; a counter started meanwhile
+// adds none. Rows that a section moves take their charge along. While a frame streams
+// its rows see no light until it has left.
 #pragma once
 #include <cstdint>
 

@@ -26,7 +26,7 @@ struct CounterRow {
 const CounterRow Rows[] = {
     {25, Any, 4, 5, 5, TenMicro,   6, 0x0400, 0x0100},
     {44, Any, 5, 6, 6, TenMicro,   3, 0,      0},
-    {47, Any, 5, 6, 6, TenMicro,   3, 0x0100, 0}, // set while the timers are only loaded
+    {47, Any, 5, 6, 6, TenMicro,   3, 0,      0},
     {30, 500, 5, 6, 6, PixelUnits, 0, 0,      0},
     {30, 506, 5, 6, 6, PixelUnits, 0, 0,      0},
     {60, Any, 5, 6, 5, Prescaled,  6, 0x0040, 0},
@@ -69,6 +69,21 @@ bool IsShut(const EmuBusState& camera, const CounterRow& row)
     return (lines & row.shut) != 0 && (lines & row.held) == 0;
 }
 
+// A time written on 47 goes to one of two timers while they are loaded: true if it
+// starts nothing.
+bool LoadsTimer(EmuBusState* camera, const CounterRow& row)
+{
+    constexpr uint16_t DelayTimer = 0x1000;
+    if (camera->setup.platform != 47 || !camera->timers.loads) return false;
+    if ((camera->registers[3] & DelayTimer) != 0) {
+        camera->timers.delay = TimeOf(*camera, row) / 100; // units of 100 nanoseconds
+    } else {
+        camera->timers.length = TimeOf(*camera, row);
+        camera->timers.loads = false;
+    }
+    return true;
+}
+
 } // namespace
 
 void EmuLight(EmuBusState* camera)
@@ -82,11 +97,38 @@ void EmuLight(EmuBusState* camera)
 void EmuExposureWritten(EmuBusState* camera, uint32_t reg)
 {
     const CounterRow& row = RowOf(*camera);
-    if (reg != row.starts) return;
+    if (reg != row.starts || LoadsTimer(camera, row)) return;
     const uint64_t time = TimeOf(*camera, row);
     if (time == 0) return;
     camera->exposureEnds = EmuNow() + time;
-    if (!IsShut(*camera, row)) EmuLight(camera);
+    // Through a shutter that is held open light falls anyway.
+    if (!camera->held && !IsShut(*camera, row)) EmuLight(camera);
+}
+
+uint64_t EmuExposeArmed(EmuBusState* camera)
+{
+    const EmuArmedTimes& timers = camera->timers;
+    camera->exposureEnds = EmuNow() + timers.length;
+    if (timers.length != 0 && !camera->held) EmuLight(camera);
+    return camera->exposureEnds + timers.delay;
+}
+
+// A section that was started has moved the rows by now.
+void EmuHoldShutter(EmuBusState* camera, bool open)
+{
+    if (camera->held == open) return;
+    EmuFinishSection(camera);
+    EmuGatherLight(camera);
+    camera->held = open;
+    camera->litSince = EmuNow();
+    if (open) ++camera->exposures;
+}
+
+void EmuGatherLight(EmuBusState* camera)
+{
+    if (!camera->held) return;
+    EmuShine(&camera->sensor, static_cast<double>(EmuNow() - camera->litSince));
+    camera->litSince = EmuNow();
 }
 
 bool EmuExposureRuns(const EmuBusState& camera)

@@ -66,6 +66,7 @@ bool IsDue(const EmuBusState& camera)
 void EmuStartSection(EmuBusState* camera, uint16_t page)
 {
     EmuFinishSection(camera);
+    EmuGatherLight(camera);
     camera->stream.on = false;
     camera->converted = false;
     camera->play = {};

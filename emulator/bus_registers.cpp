@@ -64,11 +64,14 @@ void StartRun(EmuBusState* camera)
     camera->converting = false;
 }
 
+// The pixels come when the exposure is over.
 void StartArmed(EmuBusState* camera)
 {
     camera->armed = false;
-    EmuLight(camera);
+    camera->pixelsFrom = EmuExposeArmed(camera);
     StartRun(camera);
+    if (camera->linkTakes) EmuStreamSection(camera, camera->pixelsFrom);
+    camera->linkTakes = false;
 }
 
 // 47 exposes and plays by itself; the others only expose, as long as the trigger is on.
@@ -79,6 +82,14 @@ void SetExternal(EmuBusState* camera, uint16_t now)
     if ((now & AtOnce) == AtOnce) StartArmed(camera);
 }
 
+void EndExternal(EmuBusState* camera)
+{
+    if (camera->setup.platform != 47) return;
+    camera->armed = false;
+    camera->linkTakes = false;
+    EmuStopSection(camera);
+}
+
 void WriteControl(EmuBusState* camera, uint16_t before, uint16_t now)
 {
     const uint16_t rising = now & ~before;
@@ -87,6 +98,7 @@ void WriteControl(EmuBusState* camera, uint16_t before, uint16_t now)
     if (rising & ClearPointer || before & ~now & Run) EmuStopSection(camera);
     if (rising & Run) StartRun(camera);
     if (rising & External) SetExternal(camera, now);
+    if (before & ~now & External) EndExternal(camera);
     if (rising & Convert && camera->converting) {
         camera->conversion = EmuConvertTemperature(*camera);
         camera->converted = true;
@@ -96,12 +108,20 @@ void WriteControl(EmuBusState* camera, uint16_t before, uint16_t now)
     }
 }
 
-// On 44 and 47 a shutter held open by hand lets light in as it opens.
-void WriteDivider(EmuBusState* camera, uint16_t before, uint16_t now)
+// The shutter of 44 and 47, and the timers of 47.
+void WriteDivider(EmuBusState* camera, uint16_t, uint16_t now)
 {
-    constexpr uint16_t HeldOpen = 0x0800;
+    constexpr uint16_t HeldOpen = 0x0800, LoadTimers = 0x1100;
     const bool holds = camera->setup.platform == 44 || camera->setup.platform == 47;
-    if (holds && now & ~before & HeldOpen) EmuLight(camera);
+    if (holds) EmuHoldShutter(camera, (now & HeldOpen) != 0);
+    if ((now & LoadTimers) == LoadTimers) camera->timers.loads = true;
+}
+
+// The shutter of 25.
+void WriteShutter(EmuBusState* camera, uint16_t, uint16_t now)
+{
+    constexpr uint16_t HeldOpen = 0x0100;
+    if (camera->setup.platform == 25) EmuHoldShutter(camera, (now & HeldOpen) != 0);
 }
 
 void WriteAnalog(EmuBusState* camera, uint16_t before, uint16_t now)
@@ -115,8 +135,11 @@ struct Effect {
     uint32_t reg;
     void (*written)(EmuBusState* camera, uint16_t before, uint16_t now);
 };
-const Effect Effects[] = {
-    {0, WriteControl}, {3, WriteDivider}, {11, WriteAnalog}, {12, EmuControlLines}};
+const Effect Effects[] = {{0, WriteControl},
+                          {3, WriteDivider},
+                          {6, WriteShutter},
+                          {11, WriteAnalog},
+                          {12, EmuControlLines}};
 
 void WriteRegister(EmuBusState* camera, uint32_t reg, uint16_t word)
 {
@@ -225,9 +248,11 @@ uint16_t Read(EmuBusState* camera)
 // last that it wrote.
 void Stream(EmuBusState* camera)
 {
-    if (!camera->play.waits || camera->bare || camera->address != FirstRegister) return;
+    if (camera->bare || camera->address != FirstRegister) return;
+    camera->linkTakes = camera->armed;
+    if (!camera->play.waits) return;
     if (HasPattern(*camera)) {
-        EmuStreamSection(camera, 0);
+        EmuStreamSection(camera, camera->pixelsFrom);
         return;
     }
     camera->play.waits = false;

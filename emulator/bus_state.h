@@ -43,6 +43,13 @@ struct EmuBusStreamState {
     uint32_t taken;
 };
 
+// What 47 has for exposures that a start pulse times, in microseconds.
+struct EmuArmedTimes {
+    bool loads;      // the next time written is kept and starts nothing
+    uint64_t delay;  // of the shutter, ahead of the first pixel
+    uint64_t length; // of the exposure
+};
+
 struct EmuBusState {
     EmuBusCamera setup;
     const EmuBusDialect* dialect;
@@ -62,13 +69,17 @@ struct EmuBusState {
     EmuBusPlay play;
     EmuBusStreamState stream;
     uint32_t mute;
-    bool linkTakes; // the link takes whatever comes (28)
-    bool armed;     // the trigger starts exposure and section (47)
+    bool linkTakes;      // the link takes whatever comes (28, 47)
+    uint64_t pixelsFrom; // of an armed exposure (47)
+    bool armed;          // the trigger starts exposure and section (47)
 
     // exposure
     bool exposed; // light fell since the last frame of a camera without a pattern
     uint64_t exposureEnds;
     uint32_t exposures;
+    bool held;         // the shutter is held open by hand
+    uint64_t litSince; // as long as it is
+    EmuArmedTimes timers;
     bool trigger;
     uint32_t row, column; // next pixel of a camera without a pattern
 
@@ -107,7 +118,10 @@ bool EmuStreamWaits(EmuBusState* camera);
 uint16_t EmuStreamTake(EmuBusState* camera);
 
 // bus_exposure.cpp
-void EmuLight(EmuBusState* camera);
+void EmuLight(EmuBusState* camera); // a whole exposure
+void EmuHoldShutter(EmuBusState* camera, bool open);
+void EmuGatherLight(EmuBusState* camera);     // that came through a shutter held open until now
+uint64_t EmuExposeArmed(EmuBusState* camera); // when the first pixel may come
 void EmuExposureWritten(EmuBusState* camera, uint32_t reg);
 bool EmuExposureRuns(const EmuBusState& camera);
 

@@ -4,16 +4,35 @@
 
 namespace {
 
+constexpr double Whole = 1e6;            // millionths
+constexpr double MostCharge = 0xFF'FFFF; // of a pixel
+
+// Each exposure shows the part of the scene at which the row stood then.
+uint32_t NextCharge(const EmuSensor& sensor, uint32_t column)
+{
+    double charge = 0;
+    for (const EmuExposure& exposure : sensor.exposures) {
+        const uint32_t row = sensor.nextRow - exposure.row;
+        if (row < sensor.chip.rows) charge += sensor.chip.scene(column, row) * exposure.millionths;
+    }
+    return static_cast<uint32_t>(std::min(charge / Whole, MostCharge));
+}
+
 void TakeRow(EmuSensor* sensor)
 {
+    std::vector<EmuExposure>& exposures = sensor->exposures;
+    if (exposures.empty()) return;
     const EmuChip& chip = sensor->chip;
-    if (sensor->nextRow >= chip.rows) return;
     const size_t size = sensor->cells.size();
     for (uint32_t column = 0; column < chip.columns; ++column) {
         const size_t cell = (size_t{sensor->head} + chip.leading + column) % size;
-        sensor->cells[cell] += chip.scene(column, sensor->nextRow);
+        sensor->cells[cell] += NextCharge(*sensor, column);
     }
     ++sensor->nextRow;
+    const auto left = [&](const EmuExposure& exposure) {
+        return sensor->nextRow - exposure.row >= chip.rows;
+    };
+    exposures.erase(exposures.begin(), std::find_if_not(exposures.begin(), exposures.end(), left));
 }
 
 void ShiftCell(EmuSensor* sensor)
@@ -34,7 +53,6 @@ EmuSensor EmuMakeSensor(const EmuLineMap& lines, const EmuChip& chip)
     const int64_t leading = int64_t{chip.leading} + lines.lead;
     sensor.chip.leading = static_cast<uint32_t>(std::max<int64_t>(leading, 0));
     sensor.levels = ~0u;
-    sensor.nextRow = chip.rows;
     sensor.cells.resize(std::max<size_t>(
         {chip.registerSize, size_t{sensor.chip.leading} + chip.columns, size_t{1}}));
     return sensor;
@@ -42,7 +60,19 @@ EmuSensor EmuMakeSensor(const EmuLineMap& lines, const EmuChip& chip)
 
 void EmuExpose(EmuSensor* sensor)
 {
+    sensor->exposures = {{0, Whole}};
     sensor->nextRow = 0;
+}
+
+void EmuShine(EmuSensor* sensor, double millionths)
+{
+    std::vector<EmuExposure>& exposures = sensor->exposures;
+    if (millionths <= 0) return;
+    if (exposures.empty()) sensor->nextRow = 0;
+    if (exposures.empty() || exposures.back().row != sensor->nextRow) {
+        exposures.push_back({sensor->nextRow, 0});
+    }
+    exposures.back().millionths += millionths;
 }
 
 bool EmuSensorTick(EmuSensor* sensor, uint32_t word, uint16_t* pixel)

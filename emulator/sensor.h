@@ -15,7 +15,7 @@ struct EmuLineMap {
     int32_t lead;      // cells that a line shifts ahead of its first position
 };
 
-// Charge of a pixel.
+// Charge of a pixel, of a whole exposure or of a second of light.
 using EmuScene = uint32_t(uint32_t column, uint32_t row);
 
 // What a sensor is made of. `leading` cells without image stand between the node
@@ -25,12 +25,19 @@ struct EmuChip {
     EmuScene* scene;
 };
 
+// Light that fell while the rows stood still.
+struct EmuExposure {
+    uint32_t row;      // that stood next to the register, as `nextRow` counts
+    double millionths; // of the scene
+};
+
 struct EmuSensor {
     EmuLineMap lines;
     EmuChip chip;
     uint32_t levels;  // active lines at the last tick
-    uint32_t nextRow; // the row next to the register; the number of rows if none is left
-    uint32_t head;    // cell of the register next to the node
+    uint32_t nextRow; // rows that left since the sensor was dark: the one next to the register
+    std::vector<EmuExposure> exposures; // that a row on the sensor has seen, the oldest first
+    uint32_t head;                      // cell of the register next to the node
     std::vector<uint32_t> cells;
     uint32_t node;
 };
@@ -40,6 +47,9 @@ EmuSensor EmuMakeSensor(const EmuLineMap& lines, const EmuChip& chip);
 
 // Fills all rows with the scene; register and node stay as they are.
 void EmuExpose(EmuSensor* sensor);
+
+// Adds so many millionths of the scene to what the rows have, wherever they stand.
+void EmuShine(EmuSensor* sensor, double millionths);
 
 // One tick with the lines at the levels of `word`. True if it sent `*pixel`, which
 // stops at 65535.

@@ -243,7 +243,8 @@ QVN_API int32_t QVB_PlayWave(const char* path, const QvbWaveRequest* request, co
  * wait that nothing ends (a trigger that never comes) ends the process after a virtual year.
  *
  * The light does not depend on the exposure: a light frame longer than 0 is the scene, added up in
- * bins and stopped at 65535; a dark one is 0, but on 70 and 71, which have no shutter. The sensor
+ * bins and stopped at 65535; a dark one is 0, but on 70 and 71, which have no shutter. A shutter
+ * held open (25, 44, 47) lets the scene in once a second, on the rows as they stand. The sensor
  * cools down to 60 degrees below ambient. Sizes, registers and clocks are those of qvn.cfg in the
  * folder of QV_SetPathName, and CameraConfig.CcdTechnology that of QV_InitOptions, so that the
  * camera fits what the host opens.

@@ -319,17 +319,118 @@ TEST_F(BusCamera, ChipWithoutAPatternSendsItsRows)
     EXPECT_EQ(Drain(), (Pixels{101, 102, 103, 201, 202, 203}));
 }
 
-TEST_F(BusCamera, ArmedCameraStartsWithTheTrigger)
+// Two seconds as the rows stand, one of them shifted away, three seconds more: what is left
+// of the first exposure is a row nearer to the register.
+TEST_F(BusCamera, ShutterHeldOpenExposesTheRowsWhereTheyStand)
 {
-    setup.platform = 47;
+    setup.platform = 44;
     Plug();
     LoadLine(3);
-    Prepare(3, 2, 13);
-    Address(0xFFE2);
+    Load(4, {0, Row});
+    Load(5, {0, Gate, Gate | Shift, Gate, Gate | Shift, Gate, Gate | Shift, Gate, Gate | Shift});
+    Register(3, 0x800);
+    System.clock.Sleep(2000);
+    Run(4, 1, 1);
+    Run(5, 1, 8);
+    System.clock.Sleep(3000);
+    Register(3, 0);
+    System.clock.Sleep(1000);
+    Stream(3, 3, 13);
+    EXPECT_EQ(Drain(), (Pixels{0, 2 * 201 + 3 * 101, 2 * 202 + 3 * 102, 2 * 203 + 3 * 103, //
+                               0, 3 * 201, 3 * 202, 3 * 203,                               //
+                               0, 0, 0, 0}));
+    EXPECT_EQ(EmuBusExposures(camera), 1u);
+}
+
+TEST_F(BusCamera, CounterAddsNoLightToAShutterHeldOpen)
+{
+    setup.platform = 25;
+    Plug();
+    LoadLine(3);
+    Register(6, 0x300);
+    System.clock.Sleep(1000);
+    Register(4, 100);
+    Register(5, 0);
+    System.clock.Sleep(1000);
+    Register(6, 0x200);
+    System.clock.Sleep(1000);
+    Stream(3, 2, 13);
+    EXPECT_EQ(Drain(), (Pixels{0, 202, 204, 206, 0, 402, 404, 406}));
+}
+
+TEST_F(BusCamera, OnlySomeCamerasHoldTheirShutterOpen)
+{
+    for (const int32_t platform : {24, 30, 42, 60}) {
+        setup.platform = platform;
+        Plug();
+        Register(3, 0x800);
+        Register(6, 0x300);
+        System.clock.Sleep(1000);
+        Register(3, 0);
+        EXPECT_EQ(EmuBusExposures(camera), 0u) << platform;
+    }
+}
+
+// 10 ms in units of 100 ns and 1 ms in units of 10 microseconds: loading them starts nothing.
+class ArmedBusCamera : public BusWire {
+protected:
+    void Arm()
+    {
+        setup.platform = 47;
+        Plug();
+        LoadLine(3);
+        Register(5, 0);
+        Register(3, 0x100);
+        Register(3, 0x1100);
+        Register(5, 100000 & 0xFFFF);
+        Register(6, 100000 >> 16);
+        Register(3, 0x100);
+        Register(5, 100);
+        Register(6, 0);
+        Prepare(3, 2, 13);
+        Address(0xFFE2);
+    }
+};
+
+TEST_F(ArmedBusCamera, ExposesAndSendsBehindTheTrigger)
+{
+    Arm();
+    EXPECT_EQ(EmuBusExposures(camera), 0u);
+    EXPECT_EQ(Status(7) & 0x1000, 0);
     Register(0, 0x10);
-    EmuBusTrigger(camera, true);
     EmuBusStream(camera);
+    EXPECT_TRUE(Drain().empty());
+    EmuBusTrigger(camera, true);
+    EXPECT_EQ(EmuBusExposures(camera), 1u);
+    System.clock.SleepMicroseconds(10999);
+    EXPECT_FALSE(EmuBusPixelWaits(camera));
+    System.clock.SleepMicroseconds(1);
+    EXPECT_TRUE(EmuBusPixelWaits(camera));
     EXPECT_EQ(Drain(), BothRows);
+}
+
+TEST_F(ArmedBusCamera, StartsAtOnceIfToldSo)
+{
+    Arm();
+    Register(0, 0x1C);
+    EmuBusStream(camera);
+    System.clock.SleepMicroseconds(10999);
+    EXPECT_FALSE(EmuBusPixelWaits(camera));
+    EXPECT_EQ(Drain(), BothRows);
+}
+
+TEST_F(ArmedBusCamera, ThatIsGivenUpHearsNoTrigger)
+{
+    Arm();
+    Register(0, 0x10);
+    EmuBusStream(camera);
+    Register(0, 0);
+    EmuBusTrigger(camera, true);
+    EXPECT_TRUE(Drain().empty());
+    EXPECT_EQ(EmuBusExposures(camera), 0u);
+    Register(5, 100);
+    Register(6, 0); // an exposure as any
+    EXPECT_EQ(EmuBusExposures(camera), 1u);
 }
 
 TEST_F(BusCamera, TrafficTellsTheSectionsPlayed)
@@ -341,7 +442,7 @@ TEST_F(BusCamera, TrafficTellsTheSectionsPlayed)
     EXPECT_EQ(EmuTraffic(), "  play page 3, 14 words, 5 times\n");
 }
 
-TEST_F(BusCamera, ThereAreEight)
+TEST_F(BusCamera, ThereAreSixteen)
 {
     for (int32_t i = 0; i < 16; ++i) EXPECT_EQ(EmuPlugBusCamera(setup), i);
     EXPECT_EQ(EmuPlugBusCamera(setup), -1);

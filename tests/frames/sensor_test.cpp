@@ -108,6 +108,41 @@ TEST(EmuSensor, HasNoMoreRowsThanItsImage)
     EXPECT_EQ(sensor.nextRow, 1u);
 }
 
+// Two parts of light, a row moved, five parts, a row moved: the second row that leaves has
+// seen both, the third one only stood where the second row is.
+TEST(EmuSensor, LightFallsOnRowsWhereTheyStand)
+{
+    EmuSensor sensor = EmuMakeSensor(Lines, {1, 2, 0, 1, TenPerRow});
+    Play(&sensor, {0});
+    EmuShine(&sensor, 1.5e6);
+    EmuShine(&sensor, 0.5e6);
+    EXPECT_EQ(Play(&sensor, {Row, Reset, Shift, Convert}), 2 * 10);
+    EmuShine(&sensor, 5e6);
+    EXPECT_EQ(Play(&sensor, {Row, Reset, Shift, Convert}), 2 * 20 + 5 * 10);
+    EXPECT_EQ(Play(&sensor, {Row, Reset, Shift, Convert}), 5 * 20);
+    EXPECT_EQ(Play(&sensor, {Row, Reset, Shift, Convert}), 0);
+    EmuShine(&sensor, 0.26e6); // 2.6 and 5.2
+    EXPECT_EQ(Play(&sensor, {Row, Reset, Shift, Convert}), 2);
+    EXPECT_EQ(Play(&sensor, {Row, Reset, Shift, Convert}), 5);
+}
+
+TEST(EmuSensor, NewExposureTakesThePlaceOfTheLightBefore)
+{
+    EmuSensor sensor = EmuMakeSensor(Lines, {1, 2, 0, 1, TenPerRow});
+    Play(&sensor, {0});
+    EmuShine(&sensor, 7e6);
+    EmuExpose(&sensor);
+    EXPECT_EQ(Play(&sensor, {Row, Reset, Shift, Convert}), 10);
+}
+
+TEST(EmuSensor, LightWithoutEndStopsAtFullWells)
+{
+    EmuSensor sensor = EmuMakeSensor(Lines, {1, 1, 0, 1, Bright});
+    Play(&sensor, {0});
+    EmuShine(&sensor, 1e30);
+    EXPECT_EQ(Play(&sensor, {Row, Reset, Shift, Convert}), 65535);
+}
+
 TEST(EmuSensor, LeadMovesTheImageInTheRegister)
 {
     EmuLineMap later = Lines, sooner = Lines;
