@@ -16,7 +16,6 @@ constexpr int32_t Pixels = ImageColumns * ImageRows;
 const VirtualSetup R3 = {44, 255, 2, "BuildWaveR3", 200};
 const VirtualSetup ArrayOfTwo = {42, 255, 2, "BuildWaveBriar", 100, 0, 0, Strobe::Position};
 
-class Series : public VirtualCameraTest {};
 class ArmedFrames : public VirtualCameraTest {
 protected:
     std::vector<uint16_t> image = std::vector<uint16_t>(Pixels, Fill);
@@ -63,24 +62,6 @@ void Arrays::PlugTwoHeads()
 }
 
 } // namespace
-
-// The window's lines begin with the sensor's first row, since a series has no dummy lines;
-// the first of the two that come is cut by the four words ahead of the image.
-TEST_F(Series, OfWindowsComesIntoItsBuffers)
-{
-    Plug(R3);
-    Open(R3, 8);
-    std::vector<uint16_t> frames(3 * 8, Fill);
-    uint16_t* buffers[] = {frames.data(), frames.data() + 8, frames.data() + 16};
-    QV_Kinetics(1, 0.01, 3, 2, 4, 4, 2, buffers, 0);
-    ASSERT_EQ(QV_Status(0), 0);
-    for (const uint16_t* frame : buffers) {
-        EXPECT_EQ(std::vector<uint16_t>(frame, frame + 4),
-                  (std::vector<uint16_t>{203, 204, 205, 206}));
-    }
-    EXPECT_EQ(EmuBusExposures(bus), 3u);
-    ExpectFrame(Full(R3, ReadRule::WholeFrame, 1, 1)); // the dummy lines are back
-}
 
 TEST_F(ArmedFrames, IsStartedAndPickedUpLater)
 {

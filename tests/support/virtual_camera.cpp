@@ -16,7 +16,7 @@ constexpr size_t GuardPixels = 8;
 
 int32_t DummyLines(const VirtualFrame& frame)
 {
-    if (frame.isWindow) return 0;
+    if (frame.isWindow || frame.isSeries) return 0;
     return frame.vbin <= 4 ? Dummies[frame.vbin - 1] : 1;
 }
 
@@ -25,7 +25,7 @@ int32_t DummyLines(const VirtualFrame& frame)
 int32_t FirstRow(const VirtualFrame& frame)
 {
     if (!frame.isWindow) return 0;
-    const int32_t dummy = frame.vbin <= 4 ? Dummies[frame.vbin - 1] : 0;
+    const int32_t dummy = frame.vbin <= 4 && !frame.isSeries ? Dummies[frame.vbin - 1] : 0;
     return frame.y * frame.vbin + (frame.rule == ReadRule::Pixels ? dummy : dummy / 2);
 }
 
@@ -57,12 +57,14 @@ uint16_t Streamed(const VirtualFrame& frame, int32_t n)
     }
 }
 
+// A frame without dummy lines lacks its last line: one line is dropped all the same.
 void CopyLines(const VirtualFrame& frame, std::vector<uint16_t>* pixels)
 {
     const int32_t W = frame.columns;
     const int32_t first = frame.isWindow ? 0 : DummyLines(frame) / 2 + 1;
+    const int32_t end = std::min(first + frame.rows, frame.rows + DummyLines(frame));
     int32_t target = 0;
-    for (int32_t line = first; line < first + frame.rows; ++line) {
+    for (int32_t line = first; line < end; ++line) {
         for (int32_t i = 0; i < W; ++i) {
             (*pixels)[static_cast<size_t>(target + i)] = Streamed(frame, line * W + i);
         }
@@ -130,7 +132,7 @@ void VirtualCameraTest::Plug(const VirtualSetup& setup)
     camera.platform = setup.platform;
     camera.sensor = setup.sensor;
     camera.version = SmallVersion;
-    camera.chip = {ImageColumns, SensorRows, LeadingCells, RegisterCells, SmallScene};
+    camera.chip = {ImageColumns, SensorRows, LeadingCells, RegisterCells, setup.scene};
     if (setup.platform == 70 || setup.platform == 71) camera.chip.rows = ImageRows;
     camera.wordNs = 500;
     camera.memory[1] = 10;
@@ -153,7 +155,7 @@ void VirtualCameraTest::Open(const VirtualSetup& setup, int32_t options, int32_t
     if (setup.decoder != 0 && setup.interfaceLink == 0) config.InterfaceLink = 1;
     QV_InitOptions(&config, setup.camera);
     QV_Open(setup.platform, setup.sensor, PortBase, setup.interfaceType, attach, setup.camera,
-            options, nullptr, nullptr);
+            options, nullptr, progress);
     ASSERT_EQ(QV_Status(setup.camera), 0);
     locked.assign(size_t{ImageColumns} * (ImageRows + 2 * Dummies[0]), 0);
 }

@@ -37,6 +37,7 @@ struct VirtualSetup {
     EmuWheelSetup wheel = {}; // none
     int32_t wheelKind = 0;    // that the host says is there
     bool objective = false;
+    uint32_t (*scene)(uint32_t column, uint32_t row) = SmallScene;
 };
 
 struct VirtualFrame {
@@ -48,12 +49,14 @@ struct VirtualFrame {
     int32_t x = 0, y = 0;
     int32_t shutter = 1; // 0: a dark frame
     int32_t camera = 0;
+    bool isSeries = false; // no dummy lines are read or skipped
 };
 
 class VirtualCameraTest : public testing::Test {
 protected:
     int32_t bus = -1;             // the camera at the far end
     std::vector<uint16_t> locked; // what the buffer for whole frames holds
+    QvProgressCallback progress = nullptr;
 
     void SetUp() override;
     void TearDown() override;

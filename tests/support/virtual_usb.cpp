@@ -27,6 +27,7 @@ int32_t Rows(int32_t platform)
 
 int32_t Dummy(const UsbFrame& frame, int32_t above4)
 {
+    if (frame.isSeries) return 0;
     return frame.vbin <= 4 ? Dummies[frame.vbin - 1] : above4;
 }
 
@@ -86,11 +87,13 @@ void CopyShortened(const UsbFrame& frame, Pixels* pixels)
 }
 
 // Whole lines from `first` on; the second covers the last `skew` pixels of the first one.
+// A series has no dummy lines: none comes behind those of the image.
 void CopyLines(const UsbFrame& frame, int32_t first, int32_t skew, Pixels* pixels)
 {
     const int32_t W = frame.columns;
+    const int32_t end = frame.isSeries ? frame.rows : first + frame.rows;
     int32_t target = 0;
-    for (int32_t line = first; line < first + frame.rows; ++line) {
+    for (int32_t line = first; line < end; ++line) {
         for (int32_t i = 0; i < W; ++i) {
             (*pixels)[static_cast<size_t>(target + i)] = Sent(frame, line * W + i);
         }
@@ -182,7 +185,7 @@ void VirtualUsbTest::Open(const UsbSetup& setup, int32_t options, int32_t attach
         QV_InitOptions(&config, setup.camera);
     }
     QV_Open(setup.platform, setup.sensor, 0, UsbInterface, attach, setup.camera, options, nullptr,
-            nullptr);
+            progress);
     ASSERT_EQ(QV_Status(setup.camera), 0);
     ASSERT_EQ(QV_IsOn(setup.camera), 1);
 }

@@ -37,10 +37,13 @@ struct UsbFrame {
     int32_t x = 0, y = 0;
     int32_t shutter = 1; // 0: a dark frame
     int32_t camera = 0;
+    bool isSeries = false; // no dummy lines are read or skipped
 };
 
 class VirtualUsbTest : public testing::Test {
 protected:
+    QvProgressCallback progress = nullptr;
+
     void SetUp() override;
     void TearDown() override;
 
