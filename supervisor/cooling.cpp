@@ -3,11 +3,13 @@
 #include <algorithm>
 #include <cmath>
 
+#include "supervisor/readings.h"
 #include "supervisor/work.h"
 
 namespace {
 
 constexpr uint64_t PeriodUs = 500 * UsPerMs;
+constexpr uint64_t AgainUs = 20 * UsPerMs; // while another camera of the kind reads
 constexpr uint64_t FreshUs = 5 * UsPerSecond;
 constexpr int32_t MostFailures = 3;
 constexpr double LongestLead = 5.0; // degrees of the set point ahead of the sensor
@@ -138,13 +140,18 @@ void UpdateCooling(Slot* slot)
 void ServeTemperature(Slot* slot)
 {
     if (slot->backgroundUs > Seam.NowUs()) return;
-    slot->backgroundUs = Seam.NowUs() + PeriodUs;
+    const bool taken = TakeReadings(slot);
+    slot->backgroundUs = Seam.NowUs() + (taken ? PeriodUs : AgainUs);
+    if (!taken) return;
     const Work outer = slot->work;
     BeginWork(slot, QVNS_WORK_TEMPERATURE, UsualSeconds(QVNS_WORK_TEMPERATURE));
+    FillReadings(*slot);
     const bool failed = Library.TemperatureHandle(slot->camera) != 0;
     const double measured = Library.GetTemp(nullptr, QV_CELSIUS, slot->camera);
     const double power = Library.GetPower(slot->camera);
-    if (EndWork(slot)) {
+    const bool alive = EndWork(slot);
+    LeaveReadings(slot);
+    if (alive) {
         NoteReading(slot, failed, measured, power);
         if (!failed) UpdateCooling(slot);
     }

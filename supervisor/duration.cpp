@@ -173,7 +173,7 @@ QvnsDuration ExpectedDuration(const Slot& slot, const QvnsExposure& exposure)
 {
     const Geometry geometry = WantedGeometry(slot, exposure);
     QvnsDuration duration = {};
-    if (HasOption(slot, QV_OPTION_KEEP_CLEAN)) duration.Clear = ClearSeconds(slot);
+    if (NeedsClear(slot)) duration.Clear = ClearSeconds(slot);
     if (!IsBuilt(slot, geometry)) duration.Load = LoadSeconds(slot);
     duration.Exposure = ExposureSeconds(slot, exposure);
     duration.Readout = ReadoutSeconds(slot, geometry);

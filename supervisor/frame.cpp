@@ -105,6 +105,7 @@ void ExposeFrame(Slot* slot)
         return;
     }
     slot->patternLoaded = false;
+    slot->charged = true;
     frame.loadError = QV_ERROR_NONE;
     FillMetadata(slot);
     if (loading) {
@@ -125,6 +126,7 @@ void ExposeFrame(Slot* slot)
     const int32_t code = FrameCode(*slot, status, loading);
     // What the camera holds after a pattern that failed is the one before, or none.
     slot->built = frame.geometry;
+    slot->charged = code != QV_ERROR_NONE || frame.geometry.isWindow;
     if (loading && code != QV_ERROR_NONE) slot->built.hbin = 0;
     if (code == QV_ERROR_NONE) {
         FinishFrame(slot, code);
@@ -143,11 +145,19 @@ void ClearPixels(Frame* frame)
 
 void ClearAhead(Slot* slot)
 {
-    if (!HasOption(*slot, QV_OPTION_KEEP_CLEAN)) return;
+    if (!NeedsClear(*slot)) return;
     MoveTo(&slot->frame, QVNS_FRAME_CLEARING);
     BeginWork(slot, QVNS_WORK_CLEAR, slot->frame.duration.Clear);
     Library.ClearCCD(slot->camera);
     EndWork(slot);
+}
+
+// A full frame behind a binned window is built for the sensor's unbinned lines, and comes out
+// sheared; a binning that is set builds it right.
+bool WouldShear(const Slot& slot)
+{
+    const bool binned = slot.hbin > 1 || slot.vbin > 1;
+    return binned && slot.built.isWindow && slot.frame.request.Width == 0;
 }
 
 int32_t BinAhead(Slot* slot)
@@ -156,8 +166,8 @@ int32_t BinAhead(Slot* slot)
     const bool keeps = request.HorBinning == 0;
     const int32_t hbin = keeps ? slot->hbin : request.HorBinning;
     const int32_t vbin = keeps ? slot->vbin : request.VerBinning;
-    const bool known = slot->built.hbin != 0;
-    if (known && hbin == slot->hbin && vbin == slot->vbin) return QV_ERROR_NONE;
+    const bool good = slot->built.hbin != 0 && !WouldShear(*slot);
+    if (good && hbin == slot->hbin && vbin == slot->vbin) return QV_ERROR_NONE;
     MoveTo(&slot->frame, QVNS_FRAME_LOADING);
     return BinCamera(slot, hbin, vbin);
 }

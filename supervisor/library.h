@@ -25,6 +25,7 @@
     FUNCTION(FGetWinCCD)                                                                           \
     FUNCTION(SetTemp)                                                                              \
     FUNCTION(GetTemp)                                                                              \
+    FUNCTION(ReadTemp)                                                                             \
     FUNCTION(Cooler)                                                                               \
     FUNCTION(SetPower)                                                                             \
     FUNCTION(GetPower)                                                                             \

@@ -4,6 +4,7 @@
 #include "supervisor/cooling.h"
 #include "supervisor/pattern.h"
 #include "supervisor/queue.h"
+#include "supervisor/readings.h"
 #include "supervisor/settings.h"
 #include "supervisor/shared.h"
 #include "supervisor/work.h"
@@ -111,6 +112,7 @@ void ForgetCamera(Slot* slot)
     slot->frame.step = FrameIdle;
     slot->frame.stage = StageNone;
     LeaveBinning(slot);
+    ForgetReadings(slot);
     slot->state = QVNS_CAMERA_CLOSED;
     DropJobs(slot, QVNS_ERROR_NOT_OPEN);
 }

@@ -29,6 +29,11 @@ bool HasOption(const Slot& slot, uint32_t bits)
     return (slot.options & bits) != 0;
 }
 
+bool NeedsClear(const Slot& slot)
+{
+    return slot.charged || HasOption(slot, QV_OPTION_KEEP_CLEAN);
+}
+
 void NoteFailure(Slot* slot, int32_t code)
 {
     ++slot->failures;

@@ -134,6 +134,7 @@ struct Slot {
     Geometry built;
     Pattern pattern;
     bool patternLoaded; // the camera has taken one since this was cleared
+    bool charged;       // the sensor may hold what a frame has left: rows beside a window, or all
     Frame frame;
     Cooling cooling;
 };
@@ -152,6 +153,9 @@ int32_t LookUp(int32_t camera, Slot** slot);
 bool IsUsable(const Slot& slot);
 
 bool HasOption(const Slot& slot, uint32_t bits);
+
+// The sensor is to be cleared ahead of a frame.
+bool NeedsClear(const Slot& slot);
 
 // The link has failed: nothing more is sent until a recovery.
 void EnterFault(Slot* slot, int32_t code);

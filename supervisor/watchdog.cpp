@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "supervisor/frame.h"
+#include "supervisor/readings.h"
 #include "supervisor/shared.h"
 #include "supervisor/work.h"
 #include "supervisor/worker.h"
@@ -24,6 +25,7 @@ void GiveUp(Slot* slot)
     slot->cooling.stableUs = 0;
     ReleaseShared(slot);
     LeaveBinning(slot);
+    LeaveReadings(slot);
     Seam.Signal();
 }
 
