@@ -8,6 +8,7 @@
 #include "bench/builders.h"
 #include "bench/light.h"
 #include "bench/record_loan.h"
+#include "bench/wheels.h"
 #include "catalogue/catalogue.h"
 #include "core/binding.h"
 #include "emulator/bus_camera.h"
@@ -198,6 +199,20 @@ int32_t CheckHeads(const VirtualInstrument& what, std::string* error)
                   error);
 }
 
+int32_t CheckWheel(const VirtualInstrument& what, std::string* error)
+{
+    if (what.wheel == "none" || FindBenchWheel(what.platform, what.wheel) != nullptr) return 0;
+    return Refuse("wheel: " + NamedPlatform(what.platform) + " does not have " + what.wheel +
+                      "; it has " + BenchWheelsOf(what.platform),
+                  error);
+}
+
+EmuWheelSetup WheelOf(const VirtualInstrument& what)
+{
+    const BenchWheel* const wheel = FindBenchWheel(what.platform, what.wheel);
+    return wheel != nullptr ? wheel->setup : EmuWheelSetup();
+}
+
 int32_t CheckAgainst(const VirtualInstrument& what, const VirtualInstrument& other,
                      std::string* error)
 {
@@ -224,6 +239,7 @@ int32_t Complete(VirtualInstrument* what, int32_t place, std::string* error)
     if (code == 0) code = ChooseSensor(what, error);
     if (code == 0) code = ChooseLink(what, error);
     if (code == 0) code = CheckHeads(*what, error);
+    if (code == 0) code = CheckWheel(*what, error);
     return code;
 }
 
@@ -353,6 +369,7 @@ EmuBusCamera CameraOf(const PlannedInstrument& instrument, int32_t head)
     camera.byteCable = what.platform == 60 && !IsPort(what.link);
     camera.bits = static_cast<uint8_t>(instrument.electronics.ADbit);
     camera.lag = FormOf(instrument).lag;
+    camera.wheel = WheelOf(what);
     FillMemory(what, head, camera.memory);
     return camera;
 }
@@ -389,6 +406,7 @@ void PlugUsb(const PlannedInstrument& instrument)
     camera.lagCells = form.lagCells;
     camera.serial = serial.c_str();
     camera.description = DescriptionOf(what.platform);
+    camera.wheel = WheelOf(what);
     FillMemory(what, 0, camera.memory);
     EmuPlugUsbCameraAt(what.camera, camera);
     EmuUsbStall(what.camera, what.state.stall);

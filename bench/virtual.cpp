@@ -6,6 +6,7 @@
 
 #include "bench/instruments.h"
 #include "bench/light.h"
+#include "bench/wheels.h"
 #include "core/flags.h"
 #include "emulator/bus_links.h"
 #include "emulator/emulator.h"
@@ -150,6 +151,8 @@ int32_t QVB_Instrument(int32_t index, QvbInstrument* instrument)
     instrument->InterfaceAddress = what.address;
     instrument->InterfaceLink = what.decoder;
     instrument->Heads = what.heads;
+    const BenchWheel* const wheel = FindBenchWheel(what.platform, what.wheel);
+    instrument->FilterWheel = wheel != nullptr ? wheel->kind : 0;
     const std::string file = SceneOf(what, 0).file;
     snprintf(instrument->SceneFile, sizeof instrument->SceneFile, "%s", file.c_str());
     return QV_ERROR_NONE;

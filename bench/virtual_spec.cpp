@@ -11,6 +11,7 @@
 #include <cstring>
 #include <iterator>
 
+#include "bench/wheels.h"
 #include "catalogue/catalogue.h"
 
 namespace {
@@ -166,6 +167,12 @@ bool SetHeads(const std::string& text, VirtualSpec*, VirtualInstrument* instrume
     return ParseInteger(text, 1, MostHeads, &instrument->heads);
 }
 
+bool SetWheel(const std::string& text, VirtualSpec*, VirtualInstrument* instrument)
+{
+    instrument->wheel = text;
+    return IsWheelName(text);
+}
+
 bool SetCamera(const std::string& text, VirtualSpec*, VirtualInstrument* instrument)
 {
     return ParseInteger(text, 0, CameraCount - 1, &instrument->camera);
@@ -235,6 +242,7 @@ const Key Keys[] = {
     {"decoder",  true,  false, SetDecoder,  "a kind of serial decoder: 1 or 3, or 0 for none"},
     {"revision", true,  false, SetRevision, "a card's revision, 0 to 65535; 200 transfers whole frames"},
     {"heads",    true,  false, SetHeads,    "a number of heads, 1 to 8"},
+    {"wheel",    true,  false, SetWheel,    "none, 8, 6, nibble, byte or firmware"},
     {"camera",   true,  false, SetCamera,   "a camera number, 0 to 7"},
     {"ambient",  true,  false, SetAmbient,  "a temperature from -50 to 60 degrees Celsius"},
     {"seed",     true,  false, SetSeed,     "a number from 0 to 4294967295"},

@@ -28,6 +28,7 @@ struct VirtualInstrument {
     int32_t decoder = 0;               // InterfaceLink
     int32_t revision = 200;            // of the card
     int32_t heads = 0;                 // of an array; 0: a camera by itself
+    std::string wheel = "none";        // of each head
     int32_t camera = -1;               // its number; -1: its place in the text, of an array 1
     double ambient = 20.0;             // degrees Celsius
     uint32_t seed = 1;                 // of the stars; each head has the next one

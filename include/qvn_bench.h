@@ -218,6 +218,8 @@ QVN_API int32_t QVB_PlayWave(const char* path, const QvbWaveRequest* request, co
  *     revision   of the card [200: whole frames by DMA; others: lines]
  *     heads      of an array on 42 and 44, 1 to 8: it is opened by QV_OpenArray, and has the first
  *                card, which camera 0 would have [none: a camera by itself]
+ *     wheel      8 or 6 (steppers with so many positions), nibble, byte or firmware, as the
+ *                platform can have it, on each head [none]
  *     camera     number that the host opens it by [its place in the text, from 0; of an array 1]
  *     ambient    degrees Celsius, -50 to 60 [20]
  *     serial     serial number, 0 to 65534 [1001]
@@ -269,6 +271,7 @@ typedef struct QvbInstrument {
     char SceneFile[1024];     /* what scene= names as a file, cut to this; "" if none. Of an
                                  array's first head */
     int32_t Heads;            /* of an array, whose mask is (1 << Heads) - 1; 0: no array */
+    int32_t FilterWheel;      /* of CameraConfig, as InterfaceLink; 0: none */
 } QvbInstrument;
 
 /* The instruments of the world; 0 when it is that of the operating system. */

@@ -105,6 +105,8 @@ bool ChooseVirtualCamera(CameraRequest* request)
         request->interfaceAddress = instrument.InterfaceAddress;
     }
     request->interfaceLink = instrument.InterfaceLink;
+    const bool fitted = instrument.FilterWheel != 0;
+    if (request->filterWheel < 0 && fitted) request->filterWheel = instrument.FilterWheel;
     return true;
 }
 

@@ -64,6 +64,8 @@ class Instrument(ctypes.Structure):
         ("InterfaceAddress", c_int32),
         ("InterfaceLink", c_int32),
         ("SceneFile", ctypes.c_char * 1024),
+        ("Heads", c_int32),
+        ("FilterWheel", c_int32),
     ]
 
 

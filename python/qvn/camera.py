@@ -180,6 +180,8 @@ def _set_link(
         record.InterfaceType = instrument.InterfaceType
         record.InterfaceAddress = instrument.InterfaceAddress
         record.InterfaceLink = instrument.InterfaceLink
+        if instrument.FilterWheel:
+            record.FilterWheel = instrument.FilterWheel
     elif not from_file:
         usb = platform.code in _USB_PLATFORMS
         record.InterfaceType = LINKS["usb" if usb else "pci"]

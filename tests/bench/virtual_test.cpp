@@ -87,6 +87,7 @@ protected:
         CameraConfig config;
         QV_InitCfg(&config);
         config.InterfaceLink = instrument.InterfaceLink;
+        config.FilterWheel = instrument.FilterWheel;
         QV_InitOptions(&config, instrument.Camera);
         QV_Open(instrument.Platform, instrument.Sensor, instrument.InterfaceAddress,
                 instrument.InterfaceType, 0, instrument.Camera, 0, nullptr, nullptr);
@@ -324,6 +325,32 @@ TEST_F(VirtualWorld, HeadsThatThereAreNotHaveNoScene)
     EXPECT_EQ(QVB_SetHeadScene(1, 0, nullptr), QVB_ERROR_ARGUMENT);
 }
 
+// Only a wheel that is there has a zero position to be found.
+TEST_F(VirtualWorld, WheelsAreThereForTheHost)
+{
+    const std::vector<std::pair<std::string, int32_t>> rows = {
+        {"platform=42,wheel=8", 1},        {"platform=44,wheel=8", 1},
+        {"platform=44,wheel=6", 2},        {"platform=44,wheel=nibble", 3},
+        {"platform=44,wheel=byte", 4},     {"platform=48,wheel=firmware", 1},
+        {"platform=200,wheel=nibble", 3},  {"platform=28,wheel=byte", 4},
+        {"platform=300,wheel=firmware", 1}};
+    for (const auto& [text, kind] : rows) {
+        ASSERT_EQ(Install(text + ",sensor=255,time=virtual"), 0) << text << ": " << error;
+        Open(0);
+        EXPECT_EQ(QV_IsThereFW(0), kind) << text;
+        QV_CalibFW(0);
+        QV_SetFilter(3, 0);
+        QV_CalibFW(0);
+        EXPECT_EQ(QV_Status(0), 0) << text;
+        QV_Close(0);
+    }
+    ASSERT_EQ(Install("platform=44,sensor=255,time=virtual"), 0);
+    Open(0);
+    EXPECT_EQ(QV_IsThereFW(0), 0);
+    QV_CalibFW(0);
+    EXPECT_EQ(QV_Status(0), 7);
+}
+
 TEST_F(VirtualWorld, StarsGoByTheSeed)
 {
     std::vector<uint16_t> fields[3];
@@ -474,6 +501,8 @@ TEST_F(VirtualWorld, TextsThatAreWrongNameTheKeyAndWhatIsAllowed)
     ExpectRefused("platform=42,revision=65536", "revision: ");
     ExpectRefused("platform=42,heads=0", "heads: \"0\" is not a number of heads, 1 to 8");
     ExpectRefused("platform=42,heads=9", "heads: ");
+    ExpectRefused("platform=42,wheel=7",
+                  "wheel: \"7\" is not none, 8, 6, nibble, byte or firmware");
     ExpectRefused("platform=42,ambient=nan", "ambient: \"nan\" is not");
     ExpectRefused("platform=42,ambient=61", "-50 to 60");
     ExpectRefused("platform=42,ambient=20x", "ambient: ");
@@ -504,6 +533,10 @@ TEST_F(VirtualWorld, InstrumentsThatCannotBeAreRefusedByName)
                   "camera: number 1 has two instruments");
     ExpectRefused("platform=40,sensor=255;platform=40,sensor=255", "16 apart");
     ExpectRefused("platform=47,sensor=255,heads=2", "heads: 47 R3-PLUS has no arrays");
+    ExpectRefused("platform=42,sensor=255,wheel=6",
+                  "wheel: 42 BRIAR-PCI does not have 6; it has none, 8");
+    ExpectRefused("platform=205,sensor=255,wheel=nibble",
+                  "wheel: 205 OSPREY_Plus does not have nibble; it has none");
     ExpectRefused("platform=42,sensor=255,heads=2;platform=44,sensor=255,camera=0",
                   "heads: an array has the first card");
     ExpectRefused("platform=42,sensor=255,heads=2;platform=44,sensor=255,heads=2,camera=4",

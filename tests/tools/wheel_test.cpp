@@ -100,6 +100,18 @@ TEST_F(QvnWheel, AStepperThatFindsNoZeroPositionIsNotTurned)
     EXPECT_EQ(result.out, "");
 }
 
+// The kind is that of the instrument, unless the command line says another.
+TEST_F(QvnWheel, VirtualWheelIsFoundAndTurned)
+{
+    const std::string fitted = std::string(R3) + ",wheel=6";
+    const ProgramResult result = RunWheel({"--position", "3"}, fitted);
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_TRUE(Contains(result.out, "Zero position found in ")) << result.out;
+    EXPECT_TRUE(Contains(result.out, "Turned to position 3 in ")) << result.out;
+    EXPECT_TRUE(Contains(RunWheel({}, fitted).out, "kind 2: stepper, 6 positions"));
+    EXPECT_TRUE(Contains(RunWheel({"--kind", "1"}, fitted).out, "kind 1: stepper, 8 positions"));
+}
+
 TEST_F(QvnWheel, AStepperAtOneIsTurnedAtOnce)
 {
     const ProgramResult result = RunWheel({"--kind", "1", "--position", "3", "--stands-at-1"}, R3);
