@@ -1,12 +1,13 @@
 # The sample files of `qvn init`: the two configuration files of share/qvn,
-# embedded, and the generator of the star field.
+# embedded, and the generator of the star field. The udev rule is for `qvn doctor`.
 set(QVN_EMBEDDED ${PROJECT_BINARY_DIR}/embedded_files.cpp)
 set(QVN_SHARE ${PROJECT_SOURCE_DIR}/share/qvn)
+set(QVN_UDEV_RULE ${PROJECT_SOURCE_DIR}/share/udev/70-qvn.rules)
 add_custom_command(OUTPUT ${QVN_EMBEDDED}
   COMMAND ${CMAKE_COMMAND} -DOUTPUT=${QVN_EMBEDDED} -DHEADER=tools/embedded.h
-    "-DFILES=QvnCfgFile=${QVN_SHARE}/qvn.cfg|CameraCfgFile=${QVN_SHARE}/camera.cfg"
+    "-DFILES=QvnCfgFile=${QVN_SHARE}/qvn.cfg|CameraCfgFile=${QVN_SHARE}/camera.cfg|UdevRuleFile=${QVN_UDEV_RULE}"
     -P ${PROJECT_SOURCE_DIR}/cmake/embed.cmake
-  DEPENDS ${QVN_SHARE}/qvn.cfg ${QVN_SHARE}/camera.cfg
+  DEPENDS ${QVN_SHARE}/qvn.cfg ${QVN_SHARE}/camera.cfg ${QVN_UDEV_RULE}
     ${PROJECT_SOURCE_DIR}/cmake/embed.cmake
   COMMENT "Embedding the sample files"
   VERBATIM)

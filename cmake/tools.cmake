@@ -1,5 +1,6 @@
 # The program qvn. It speaks to the library through include/qvn.h and qvn_bench.h alone.
-# The look at a configuration's text ahead of the parser is the library's own, once more.
+# The look at a configuration's text ahead of the parser, and the kernel's files of PCI
+# devices, are the library's own sources once more.
 pkg_check_modules(CFITSIO REQUIRED IMPORTED_TARGET cfitsio)
 pkg_check_modules(LIBPNG REQUIRED IMPORTED_TARGET libpng)
 pkg_check_modules(LIBTIFF REQUIRED IMPORTED_TARGET libtiff-4)
@@ -7,7 +8,8 @@ find_package(CLI11 REQUIRED)
 
 file(GLOB QVN_TOOL_SOURCES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/tools/*.cpp)
 list(REMOVE_ITEM QVN_TOOL_SOURCES ${QVN_SAMPLE_SOURCES})
-list(APPEND QVN_TOOL_SOURCES ${PROJECT_SOURCE_DIR}/catalogue/config_scan.cpp)
+list(APPEND QVN_TOOL_SOURCES ${PROJECT_SOURCE_DIR}/catalogue/config_scan.cpp
+                             ${PROJECT_SOURCE_DIR}/platform/linux/pci.cpp)
 if(QVN_TOOL_SOURCES)
   add_executable(qvn_program ${QVN_TOOL_SOURCES})
   set_target_properties(qvn_program PROPERTIES OUTPUT_NAME qvn)

@@ -15,6 +15,7 @@
 #include "platform/linux/ports.h"
 #include "platform/linux/signals.h"
 #include "platform/linux/usb_ftdi.h"
+#include "platform/readout_priority.h"
 #include "platform/system.h"
 #include "platform/usb.h"
 
@@ -201,14 +202,13 @@ void StopTimer(uint32_t timer)
 // --- process ---
 
 constexpr uint32_t RealTimeClass = 256;
-constexpr int FifoPriority = 50;
 
 // Granted to privileged users only; a refusal is no matter.
 void SetPriority(uint32_t processClass, int32_t)
 {
     sched_param parameter = {};
     const bool realTime = processClass == RealTimeClass;
-    parameter.sched_priority = realTime ? FifoPriority : 0;
+    parameter.sched_priority = realTime ? ReadoutPriority : 0;
     pthread_setschedparam(pthread_self(), realTime ? SCHED_FIFO : SCHED_OTHER, &parameter);
 }
 

@@ -69,6 +69,12 @@ struct ConfigCheckRequest {
     std::string file;
 };
 
+struct DoctorRequest {
+    CameraRequest camera;
+    std::string root; // ahead of the system's paths
+    bool json = false;
+};
+
 int RunInit(const InitRequest& request);
 int RunList(const ListRequest& request);
 int RunInfo(const InfoRequest& request);
@@ -78,3 +84,4 @@ int RunMonitor(const WatchRequest& request);
 int RunWheel(const WheelRequest& request);
 int RunRegisters(const RegistersRequest& request);
 int RunConfigCheck(const ConfigCheckRequest& request);
+int RunDoctor(const DoctorRequest& request);

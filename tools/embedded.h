@@ -9,3 +9,4 @@ struct EmbeddedFile {
 
 extern const EmbeddedFile QvnCfgFile;    // share/qvn/qvn.cfg
 extern const EmbeddedFile CameraCfgFile; // share/qvn/camera.cfg
+extern const EmbeddedFile UdevRuleFile;  // share/udev/70-qvn.rules

@@ -28,6 +28,7 @@ struct Requests {
     WaveMakeRequests waveMakers;
     WaveViewRequests waveViews;
     ConfigCheckRequest configCheck;
+    DoctorRequest doctor;
 };
 
 void AddInit(CLI::App* app, InitRequest* request)
@@ -178,6 +179,26 @@ void AddConfig(CLI::App* app, ConfigCheckRequest* request)
         ->check(NotEmpty());
 }
 
+void AddDoctor(CLI::App* app, DoctorRequest* request)
+{
+    auto* command = app->add_subcommand(
+        "doctor", "Checks what a camera needs of files, devices and rights, and says what to do");
+    command->add_flag("--json", request->json, "As JSON");
+    const DefinitionOptions definitions = AddDefinitionOptions(
+        command, "Platform, code or name; default 1, DEMO, the simulated camera", &request->camera);
+    auto* config = command
+                       ->add_option("--config", request->camera.configFile,
+                                    "The camera that this camera.cfg says")
+                       ->type_name("FILE")
+                       ->check(NotEmpty())
+                       ->group(definitions.platform->get_group());
+    for (auto* other : {definitions.platform, definitions.sensor, definitions.link}) {
+        config->excludes(other);
+    }
+    // Another folder for /sys, /dev, /proc, /etc and so on, for tests.
+    command->add_option("--root", request->root)->group("");
+}
+
 int RunWave(const CLI::App& wave, const Requests& requests)
 {
     if (wave.got_subcommand("build")) return RunWaveBuild(requests.waveMakers.build);
@@ -228,6 +249,7 @@ int Run(const CLI::App& app, const Requests& requests)
     if (app.got_subcommand("wheel")) return RunWheel(requests.wheel);
     if (app.got_subcommand("registers")) return RunRegisters(requests.registers);
     if (app.got_subcommand("config")) return RunConfigCheck(requests.configCheck);
+    if (app.got_subcommand("doctor")) return RunDoctor(requests.doctor);
     return RunWave(*app.get_subcommand("wave"), requests);
 }
 
@@ -248,6 +270,7 @@ int ParseAndRun(int count, char** arguments)
     AddRegisters(&app, &requests.registers);
     AddWave(&app, &requests);
     AddConfig(&app, &requests.configCheck);
+    AddDoctor(&app, &requests.doctor);
     try {
         app.parse(count, arguments);
         JoinWorlds(app, &requests);

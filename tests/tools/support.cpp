@@ -65,6 +65,7 @@ int OpenOut(const Scratch& scratch, const std::string& file)
         // The thread sanitizer would start with a larger file there, and fail.
         setenv("TMPDIR", "/nowhere", 1);
     }
+    if (scratch.asNobody && (setgid(65534) != 0 || setuid(65534) != 0)) _exit(127);
     std::vector<char*> list = {const_cast<char*>("qvn")};
     for (const std::string& argument : arguments) {
         list.push_back(const_cast<char*>(argument.c_str()));

@@ -26,7 +26,8 @@ struct Scratch {
     std::string path;
     int64_t largestFile = 0; // bytes that the program may write to one file; 0: no limit
     OutTo out = OutTo::File;
-    bool errToo = false; // stderr goes where stdout goes
+    bool errToo = false;   // stderr goes where stdout goes
+    bool asNobody = false; // the program runs as a user without rights; only root can do that
     // Words for tests/tools/spy; empty: the program runs without it. SpyNotes reads what
     // it noted.
     std::string spy;
