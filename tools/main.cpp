@@ -223,8 +223,8 @@ VirtualRequest Joined(const VirtualRequest& ahead, const VirtualRequest& behind)
 
 void JoinWorlds(const CLI::App& app, Requests* requests)
 {
-    const bool opensNone =
-        app.got_subcommand("init") || app.got_subcommand("wave") || app.got_subcommand("config");
+    const bool opensNone = app.got_subcommand("init") || app.got_subcommand("wave") ||
+                           app.got_subcommand("config") || app.got_subcommand("doctor");
     const bool given = !requests->world.text.empty() || !requests->world.trace.empty();
     if (opensNone && given) {
         throw CLI::ValidationError("--virtual, --trace",

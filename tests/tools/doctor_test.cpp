@@ -425,6 +425,11 @@ TEST_F(Doctor, ConfigurationFileChoosesTheCamera)
         << result.out;
 }
 
+TEST_F(Doctor, VirtualCamerasAreNotItsMatter)
+{
+    EXPECT_EQ(Run({"--virtual", "platform=44", "doctor"}).exitCode, 2);
+}
+
 TEST_F(Doctor, JsonHasTheSameRows)
 {
     const ProgramResult result = See({"--platform", "61", "--json"});
