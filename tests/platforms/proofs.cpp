@@ -98,8 +98,10 @@ const std::vector<Proof> All = {
     {"QV_MatrixSize", "acquisition", "InternalBuffers.SizeIsReckonedFromLeftToRight"},
 
     // series, frames in steps, arrays
-    {"QV_Kinetics", "acquisition", "Series.OfWindowsIsBuiltOnceAndClearedOnce"},
-    {"QV_KineticsCCD", "acquisition", "Series.InTheSensorShiftsItAndReadsOneFrame"},
+    {"QV_Kinetics", "cameras", "BusSeries.FillsItsBuffersAndPutsTheDummyLinesBack"},
+    {"QV_Kinetics", "cameras", "UsbSeries.FillsItsBuffersAndPutsTheDummyLinesBack"},
+    {"QV_KineticsCCD", "cameras", "SlitSeries.LiesSideBySideInOneFrame"},
+    {"QV_KineticsCCD", "cameras", "UsbSeries.InTheSensorIsAFrameBehindItsIntervals"},
     {"QV_ArmAcquisition", "drivers", "ArmedFrame.ArmingLoadsBothTimersOf47"},
     {"QV_StartAcquisition", "cameras", "ArmedFrames.IsStartedAndPickedUpLater"},
     {"QV_GetImage", "cameras", "ArmedFrames.IsStartedAndPickedUpLater"},
