@@ -11,7 +11,7 @@
 docs/python.md is a tour. Without a camera: `qvn.virtual`.
 """
 from ._cooler import CoolingState
-from .camera import LINKS, Camera, Exposure, Series, open
+from .camera import Camera
 from .catalogue import Entry, platforms, sensors
 from .errors import (
     Aborted,
@@ -35,8 +35,10 @@ from .errors import (
     UnsupportedPlatform,
     UsbError,
 )
+from .exposures import Exposure, Series
 from .fits import save_fits
 from .frames import Binning, Frame, Metadata, Window
+from .opening import LINKS, open
 from .pattern import Pattern, pattern
 from .wheel import FilterWheel
 from .world import World, virtual

@@ -82,6 +82,7 @@ class Driver:
         self.serial_number: Optional[int] = None
         self.saturation = 0
         self.closed = False
+        self._opened = False
         self._dll = library.dll
         self._loaded: Optional[Window] = None  # window whose pattern the camera has
         self._pattern_lost = False  # it could not be built
@@ -108,7 +109,7 @@ class Driver:
     def fresh_status(self) -> None:
         """Forgets a status that is left over: with one, no pattern would be loaded."""
         if self._dll.QV_Status(self.number) != 0:
-            with self.library.shared:
+            with self.library.shared, self.library.calling():
                 self._dll.QV_OpenPar(self.plan.platform.code, self.plan.sensor.code, self.number)
 
     # --- open and close ---
@@ -117,8 +118,6 @@ class Driver:
         plan, dll, library = self.plan, self._dll, self.library
         config = plan.config
         with library.shared, library.calling():
-            if dll.QV_IsOn(self.number):
-                raise QvnError(f"opening {self.name()}", "it is open", "another camera=", -2)
             dll.QV_InitOptions(config, self.number)
             dll.QV_Open(
                 plan.platform.code,
@@ -138,6 +137,7 @@ class Driver:
             except QvnError:
                 dll.QV_Close(self.number)
                 raise
+            self._opened = True
             library.cameras[self.number] = self
 
     def _note_opened(self) -> None:
@@ -181,15 +181,17 @@ class Driver:
     def close(self, keep_cooling: bool = False) -> None:
         dll, library = self._dll, self.library
         with library.shared, library.calling():
-            if not self.closed:
+            if self._opened:
                 self._set_regulation(False)
                 if self.cooler.target is not None and not keep_cooling:
                     dll.QV_Cooler(0, self.number)
                 dll.QV_StartNow(self.number)
                 dll.QV_Close(self.number)
                 library.cameras.pop(self.number, None)
+            self._opened = False
             self.closed = True
         self.cooler.stop()
+        library.give_back(self.number)
 
     def end(self, keep_cooling: bool = False) -> Job[None]:
         """Breaks off what runs, drops what waits, closes; the thread ends. Does not wait."""
@@ -212,6 +214,8 @@ class Driver:
             self.abort_request(request)
 
     def abort_request(self, request: Request) -> None:
+        if request is self._taking and not request.abort_asked:
+            self.worker.allow(self.readout_limit())
         request.abort_asked = True
         self._break(request)
 
@@ -324,8 +328,10 @@ class Driver:
 
     def limit(self, request: Request) -> float:
         frames = request.frames or 1
-        readout = self.ccd.Xpix * self.ccd.Ypix * _SECONDS_A_PIXEL + _SECONDS_BESIDES
-        return float(frames * (max(request.seconds, 0.0) + readout))
+        return frames * (request.seconds + self.readout_limit())
+
+    def readout_limit(self) -> float:
+        return float(self.ccd.Xpix * self.ccd.Ypix * _SECONDS_A_PIXEL + _SECONDS_BESIDES)
 
     def submit(self, request: Request, limit: Optional[float]) -> Job[Frame]:
         if self.closed:

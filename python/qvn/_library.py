@@ -43,6 +43,8 @@ class Library:
         #: Opening, closing, catalogue, and whatever builds a pattern: all cameras share one file.
         self.shared = threading.RLock()
         self.cameras: dict[int, Driver] = {}  #: those that are open
+        self.choosing = threading.RLock()  #: held while a camera number is chosen
+        self._taken: set[int] = set()
         self.virtual_time = False
         self._one_thread = threading.RLock()
         self._midnight = (0.0, datetime.now(timezone.utc))
@@ -84,6 +86,21 @@ class Library:
                 self.dll.QV_Delay(max(1, min(_LONGEST_DELAY_MS, round(left * 1000.0))))
                 for driver in list(self.cameras.values()):
                     driver.turn_if_due()
+
+    # --- camera numbers ---
+
+    def is_taken(self, number: int) -> bool:
+        return number in self._taken
+
+    def take_number(self, number: int) -> None:
+        with self.choosing:
+            if number in self._taken:
+                raise QvnError(f"opening camera {number}", "it is open", "another camera=", -2)
+            self._taken.add(number)
+
+    def give_back(self, number: int) -> None:
+        with self.choosing:
+            self._taken.discard(number)
 
     # --- errors ---
 

@@ -79,6 +79,12 @@ class Worker:
             "else this camera needs a new process",
         )
 
+    def allow(self, seconds: float) -> None:
+        """Gives the job that runs so much more time, from now on: it was told to end."""
+        current = self._current
+        if current is not None and current.started is not None:
+            current.limit = time.monotonic() - current.started + seconds
+
     def stop(self) -> None:
         """The thread ends when all that was submitted is done."""
         self._jobs.put(None)

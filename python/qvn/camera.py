@@ -1,305 +1,29 @@
-"""Cameras: opening, frames, cooling, filter wheel."""
+"""Cameras: frames, settings, cooling."""
 from __future__ import annotations
 
-import asyncio
-import ctypes
 import math
 import operator
-import os
 import weakref
 from types import TracebackType
-from typing import (
-    AsyncIterator,
-    Callable,
-    Generator,
-    Iterator,
-    Optional,
-    Type,
-    TypeVar,
-    Union,
-)
+from typing import Callable, Optional, Type, TypeVar, Union
 
-from . import _records
 from ._cooler import FAILURES, READINGS_AT_TARGET, CoolingState
-from ._driver import OPTIONS_REFUSED, Driver, Plan, Request
-from ._library import CAMERAS, Library, PathLike, current, is_virtual
-from ._worker import Job
-from .catalogue import DEMO, Entry, Key, find_platform, find_sensor
-from .errors import Aborted, CameraClosed, CameraTimeout, DefinitionError, QvnError
+from ._driver import Driver, Request
+from .catalogue import DEMO, Entry
+from .errors import CameraClosed, CameraTimeout, QvnError
+from .exposures import Exposure, Series
 from .frames import Binning, Frame, Window
-from .wheel import FilterWheel, wheel_kind
+from .wheel import FilterWheel
 
 _Result = TypeVar("_Result")
 
 WindowLike = Union[Window, tuple[int, int, int, int]]
 
-LINKS = {"printer-port": 0, "port-card": 1, "pci": 2, "pci-4": 4, "usb": 6, "pci-70": 70}
-
-_USB_PLATFORMS = (29, 48, 61, 200, 205, 300, 400, 450)
+_UNOD = (70, 71)
 _WARM = 2.0  # degrees below the end of a warm-up, and
 _IDLE = 5.0  # percent of drive: the cooler may go off
 _LONGEST_EXPOSURE = 2147483.0  # seconds; the library counts milliseconds in 31 bits
 _OPEN_LIMIT = 120.0  # seconds
-
-
-def open(
-    platform: Optional[Key] = None,
-    sensor: Optional[Key] = None,
-    *,
-    camera: Optional[int] = None,
-    config: Optional[PathLike] = None,
-    folder: Optional[PathLike] = None,
-    link: Optional[Union[int, str]] = None,
-    address: Optional[int] = None,
-    decoder: Optional[int] = None,
-    wheel: Union[int, str, None] = None,
-    attach: bool = False,
-    options: int = 0,
-) -> Camera:
-    """Opens a camera; use it as a context, which closes it.
-
-    platform: code or name of the electronics; without it the first camera of the virtual world,
-        or the simulated camera. `platforms` lists them.
-    sensor: code or name; without it the platform's usual one. `sensors` lists them.
-    camera: number, 0 to 7: also the index of the interface card or of the USB device. Without it
-        the lowest that is free.
-    config: a camera.cfg that tells all of this; what is given besides goes ahead of it.
-    folder: of qvn.cfg. Without it the variable QVN_FOLDER, then ./qvn, then the current folder,
-        then a copy of the installed samples.
-    link: a name or code of LINKS; without it the platform's usual one.
-    address: base port of the port interfaces.
-    decoder: serial decoder on the cable: 0 none, 1 or 3.
-    wheel: filter wheel: a name of `qvn.wheel.KINDS` or 0 to 4.
-    attach: keep what a running camera does, so its cooler; else it is reset.
-    options: QV_OPTION_... bits of qvn.h. Regulation and reports are this package's.
-    """
-    library = current()
-    library.use_folder(folder)
-    instrument = _instrument_of(library, camera, platform)
-    if instrument is None and platform is None and is_virtual():
-        raise QvnError("choosing the camera", "the virtual world has none left", "close one")
-    record, number = _camera_config(library, config, camera, instrument)
-    found = _choose(library, platform, sensor, config, record, instrument)
-    record.Platform, record.CCD = found[0].code, found[1].code
-    _set_link(record, found[0], link, address, decoder, instrument, config is not None)
-    if wheel is not None:
-        record.FilterWheel = wheel_kind(wheel)
-    if options & OPTIONS_REFUSED:
-        raise ValueError(f"options {options & OPTIONS_REFUSED:#06x} are not for this package")
-    record.Activity = (record.Activity & ~OPTIONS_REFUSED) | options
-    if number is None:
-        number = _free_number(library)
-    record.PciIndex = number
-    plan = Plan(number, *found, record, config is not None, attach, instrument is not None)
-    return Camera(Driver(library, plan))
-
-
-def _instrument_of(
-    library: Library, camera: Optional[int], platform: Optional[Key]
-) -> Optional[_records.Instrument]:
-    """The camera of the virtual world that is meant."""
-    if not hasattr(library.dll, "QVB_Instrument"):
-        return None
-    wanted = None if platform is None else find_platform(library, platform).code
-    for index in range(library.dll.QVB_InstrumentCount()):
-        instrument = _records.Instrument()
-        library.dll.QVB_Instrument(index, ctypes.byref(instrument))
-        free = instrument.Camera not in library.cameras
-        suits = camera is None and free and wanted in (None, instrument.Platform)
-        if suits or camera == instrument.Camera:
-            return instrument
-    return None
-
-
-def _camera_config(
-    library: Library,
-    file: Optional[PathLike],
-    camera: Optional[int],
-    instrument: Optional[_records.Instrument],
-) -> tuple[_records.CameraConfig, Optional[int]]:
-    if camera is not None and not 0 <= camera < CAMERAS:
-        raise ValueError(f"camera {camera} is not 0 to {CAMERAS - 1}")
-    record = _records.CameraConfig()
-    library.dll.QV_InitCfg(record)
-    if file is None:
-        number = instrument.Camera if camera is None and instrument is not None else camera
-        return record, number
-    with library.shared:
-        state = library.dll.QV_LoadCameraConfig(os.fsencode(file), record)
-    if state != 0:
-        raise DefinitionError(
-            f"reading {os.fspath(file)}",
-            "it cannot be read" if state == 1 else "it does not parse",
-            f"a plain name is sought in {library.folder}; `qvn init FOLDER` writes a sample",
-        )
-    number = record.PciIndex if camera is None else camera
-    if not 0 <= number < CAMERAS:
-        raise DefinitionError(
-            f"reading {os.fspath(file)}",
-            f"CameraConfig.PciIndex is {number}",
-            f"0 to {CAMERAS - 1}; it is the camera's number",
-        )
-    return record, number
-
-
-def _choose(
-    library: Library,
-    platform: Optional[Key],
-    sensor: Optional[Key],
-    file: Optional[PathLike],
-    record: _records.CameraConfig,
-    instrument: Optional[_records.Instrument],
-) -> tuple[Entry, Entry]:
-    if platform is None and file is not None:
-        platform = record.Platform
-        sensor = record.CCD if sensor is None else sensor
-    elif platform is None:
-        platform = DEMO if instrument is None else instrument.Platform
-    found = find_platform(library, platform)
-    if sensor is None and instrument is not None and instrument.Platform == found.code:
-        sensor = instrument.Sensor
-    return found, find_sensor(library, found, sensor)
-
-
-def _set_link(
-    record: _records.CameraConfig,
-    platform: Entry,
-    link: Union[int, str, None],
-    address: Optional[int],
-    decoder: Optional[int],
-    instrument: Optional[_records.Instrument],
-    from_file: bool,
-) -> None:
-    if isinstance(link, str):
-        if link not in LINKS:
-            raise ValueError(f"link {link!r} is none of {', '.join(LINKS)}")
-        link = LINKS[link]
-    if link is not None:
-        record.InterfaceType = link
-    elif instrument is not None and instrument.Platform == platform.code:
-        record.InterfaceType = instrument.InterfaceType
-        record.InterfaceAddress = instrument.InterfaceAddress
-        record.InterfaceLink = instrument.InterfaceLink
-        if instrument.FilterWheel:
-            record.FilterWheel = instrument.FilterWheel
-    elif not from_file:
-        usb = platform.code in _USB_PLATFORMS
-        record.InterfaceType = LINKS["usb" if usb else "pci"]
-        if platform.code == DEMO:
-            record.InterfaceType = LINKS["printer-port"]
-    if address is not None:
-        record.InterfaceAddress = address
-    if decoder is not None:
-        record.InterfaceLink = decoder
-
-
-def _free_number(library: Library) -> int:
-    for number in range(CAMERAS):
-        if number not in library.cameras:
-            return number
-    raise QvnError("choosing the camera's number", f"{CAMERAS} cameras are open", "close one")
-
-
-class Exposure:
-    """A frame that is being taken. It can be waited for, awaited, and broken off."""
-
-    def __init__(self, driver: Driver, request: Request, limit: Optional[float]) -> None:
-        self._driver = driver
-        self._request = request
-        self._job: Job[Frame] = driver.submit(request, limit)
-
-    @property
-    def state(self) -> str:
-        """"waiting" for the camera, "exposing", "reading" or "done"."""
-        return "done" if self.done() else self._request.phase
-
-    @property
-    def time_left(self) -> float:
-        """Of the exposure, seconds; the readout comes behind it."""
-        if self._request.phase == "waiting":
-            return self._request.seconds
-        if self._request.phase != "exposing":
-            return 0.0
-        gone = self._driver.library.seconds() - self._request.begun
-        return max(0.0, self._request.seconds - gone)
-
-    @property
-    def percent(self) -> int:
-        """Of the readout; 0 ahead of it."""
-        return 100 if self.done() else self._request.percent
-
-    def done(self) -> bool:
-        return self._job.future.done()
-
-    def abort(self) -> None:
-        """Breaks the exposure off, from any thread. `result` then raises Aborted.
-
-        Exposures up to 0.5 seconds and readouts run to their end, since nothing can stop them.
-        """
-        if not self._job.future.cancel():
-            self._driver.abort_request(self._request)
-
-    def add_done_callback(self, call: Callable[[Exposure], object]) -> None:
-        """Calls it when the frame is there or has failed, in the camera's thread."""
-        self._job.future.add_done_callback(lambda _: call(self))
-
-    def result(self) -> Frame:
-        """Waits for the frame. On Ctrl-C the exposure is broken off."""
-        try:
-            return self._settled()
-        except KeyboardInterrupt:
-            self.abort()
-            try:
-                self._settled()
-            except QvnError:
-                pass
-            raise
-
-    def _settled(self) -> Frame:
-        if self._job.future.cancelled():
-            raise Aborted(f"taking a frame ({self._driver.name()})")
-        try:
-            return self._driver.worker.wait(self._job)
-        except CameraTimeout:
-            self.abort()
-            raise
-
-    async def _wait(self) -> Frame:
-        future = asyncio.wrap_future(self._job.future)
-        try:
-            while not (await asyncio.wait([future], timeout=0.25))[0]:
-                self._driver.worker.look(self._job)
-        except BaseException:
-            self.abort()
-            raise
-        if future.cancelled():
-            raise Aborted(f"taking a frame ({self._driver.name()})")
-        return future.result()
-
-    def __await__(self) -> Generator[object, None, Frame]:
-        return self._wait().__await__()
-
-
-class Series:
-    """Frames one after the other, for `for` and for `async for`."""
-
-    def __init__(self, start: Callable[[int], Exposure], count: Optional[int]) -> None:
-        self._start = start
-        self._count = count
-
-    def _numbers(self) -> Iterator[int]:
-        number = 1
-        while self._count is None or number <= self._count:
-            yield number
-            number += 1
-
-    def __iter__(self) -> Iterator[Frame]:
-        for number in self._numbers():
-            yield self._start(number).result()
-
-    async def __aiter__(self) -> AsyncIterator[Frame]:
-        for number in self._numbers():
-            yield await self._start(number)
 
 
 class _BinningSetting:
@@ -328,8 +52,7 @@ class Camera:
         try:
             driver.worker.call("opening", driver.open, _OPEN_LIMIT)
         except BaseException:
-            driver.closed = True
-            driver.worker.stop()
+            driver.end()  # also if the open is still to succeed
             raise
         kind = driver.plan.config.FilterWheel
         #: The filter wheel; None without one (see `wheel` of `qvn.open`).
@@ -472,7 +195,7 @@ class Camera:
         if operator.index(count) < 1:
             raise ValueError(f"count {count} is not above 0")
         y = Window(*window).y
-        if y != 0 and self.platform.code not in (DEMO, 70, 71):
+        if y != 0 and self.platform.code not in (DEMO, *_UNOD):
             raise ValueError(f"y {y}: a series of platform {self.platform} begins at row 0")
         return self._start(seconds, dark, window, timeout, 1, count).result()
 

@@ -37,7 +37,7 @@ def save_fits(
     """
     fits = _astropy()
     if metadata is None and isinstance(image, Frame):
-        metadata = image.metadata
+        metadata = image._metadata  # a part has none
     unit = fits.PrimaryHDU(np.asarray(image))
     for key, (value, comment) in (metadata.header() if metadata is not None else {}).items():
         unit.header[key] = (value, comment)

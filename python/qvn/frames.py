@@ -111,8 +111,8 @@ class Frame(np.ndarray[Any, np.dtype[np.uint16]]):
     """A frame: an array of (rows, columns) unsigned 16-bit pixels, or of (frames, rows, columns).
 
     Arithmetic is done in floating point, since pixels of 16 bits would wrap round: the difference
-    of two frames is an array of float64. All results and parts are ordinary arrays: what
-    `metadata` tells is true of the whole frame alone.
+    of two frames is an ordinary array of float64. Parts of a frame are as careful, but have no
+    metadata: those are true of the whole frame alone.
     """
 
     _metadata: Optional[Metadata]
@@ -141,9 +141,6 @@ class Frame(np.ndarray[Any, np.dtype[np.uint16]]):
 
     def __deepcopy__(self, memo: Any) -> Frame:
         return self.copy()
-
-    def __getitem__(self, key: Any) -> Any:
-        return self.view(np.ndarray)[key]
 
     def __array_ufunc__(
         self, ufunc: np.ufunc, method: str, *inputs: Any, out: Any = None, **kwargs: Any

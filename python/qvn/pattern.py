@@ -13,10 +13,11 @@ from numpy.typing import NDArray
 
 from . import _library, _records
 from ._library import CAMERAS, Library, PathLike
-from .camera import LINKS, WindowLike
+from .camera import WindowLike
 from .catalogue import Entry, Key, find_platform, find_sensor
 from .errors import PatternError, QvnError
 from .frames import Window
+from .opening import LINKS
 
 Words = NDArray[np.unsignedinteger[Any]]
 

@@ -85,12 +85,13 @@ class FilterWheel:
 
     def _call(self, doing: str, run: Callable[[], object]) -> None:
         driver = self._driver
+        self._position = driver.filter = None  # until it is known to have arrived
         if driver.closed:
             raise CameraClosed(doing, "the camera is closed")
 
         def move() -> None:
+            driver.fresh_status()
             with driver.library.calling():
-                driver.fresh_status()
                 run()
                 driver.check(doing)
 

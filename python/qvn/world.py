@@ -12,8 +12,9 @@ from numpy.typing import ArrayLike
 
 from . import _library, _records
 from ._library import CAMERAS, Library, PathLike
-from .camera import Camera, open as open_camera
+from .camera import Camera
 from .errors import QvnError, SpecificationError
+from .opening import open as open_camera
 
 _ERROR_ROOM = 2048
 _LONGEST_SIDE = 65535
@@ -153,9 +154,11 @@ def _reset_setups(library: Library) -> None:
 
 
 def _leave(library: Library) -> None:
-    for driver in list(library.cameras.values()):
-        driver.shutdown()
-    with library.shared, library.calling():
-        library.dll.QVB_Uninstall()
-        library.set_virtual_time(False)
-    _library.leave_world()
+    try:
+        for driver in list(library.cameras.values()):
+            driver.shutdown()
+    finally:
+        with library.shared, library.calling():
+            library.dll.QVB_Uninstall()
+            library.set_virtual_time(False)
+        _library.leave_world()

@@ -1,6 +1,7 @@
 """Frames of virtual cameras: pixels, geometry, metadata."""
 from __future__ import annotations
 
+import copy
 import pickle
 from datetime import timedelta, timezone
 
@@ -179,14 +180,28 @@ def test_arithmetic_does_not_wrap_round(flat: qvn.Camera) -> None:
         np.add(light, 1, out=light)  # as light += 1: would have to be 16 bits again
 
 
-def test_parts_and_results_are_ordinary_arrays(flat: qvn.Camera) -> None:
+def test_results_are_ordinary_arrays(flat: qvn.Camera) -> None:
     frame = flat.expose(0.1)
-    for result in (frame - 1, frame[2:4], frame > 3, np.sqrt(frame)):
+    for result in (frame - 1, frame > 3, np.sqrt(frame), frame.sum(axis=0), np.asarray(frame)):
         assert not isinstance(result, qvn.Frame) and isinstance(result, np.ndarray)
-    with pytest.raises(AttributeError, match="part of a frame"):
-        frame.T.metadata
+
+
+def test_parts_are_as_careful_but_have_no_metadata(flat: qvn.Camera) -> None:
+    light = flat.expose(0.1)
+    dark = flat.expose(0.1, dark=True)
+    assert (dark[2:4, ::2] - light[2:4, ::2] == -20000.0).all()
+    for part in (light[2:4], light.T):
+        assert isinstance(part, qvn.Frame)
+        with pytest.raises(AttributeError, match="part of a frame"):
+            part.metadata
+
+
+def test_a_copy_is_a_frame_of_its_own(flat: qvn.Camera) -> None:
+    frame = flat.expose(0.1)
     assert frame.copy().metadata == frame.metadata
-    assert np.asarray(frame).dtype == np.uint16
+    assert copy.deepcopy(frame).metadata == frame.metadata
+    frame.copy()[:] = 0
+    assert (frame == 20000).all()
 
 
 def test_a_frame_can_be_pickled(flat: qvn.Camera) -> None:

@@ -16,7 +16,7 @@ const std::vector<std::string> Folders = {
     "include", "core",       "catalogue",  "sequencer", "acquisition", "devices",
     "links",   "drivers",    "platform",   "emulator",  "tools",       "bindings",
     "tests",   "supervisor", "benchmarks", "examples",  "share",       "scripts",
-    "docs",    "cmake",      ".ci",        "bench",
+    "docs",    "cmake",      ".ci",        "bench",     "python",
 };
 
 // Text that a person wrote; the seeds of the fuzzers are broken on purpose.
