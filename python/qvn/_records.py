@@ -191,6 +191,3 @@ BENCH: dict[str, Prototype] = {
     "QVB_TimeIsVirtual": (_I, []),
     "QVB_Seconds": (c_double, []),
 }
-
-assert ctypes.sizeof(CameraConfig) == 156
-assert ctypes.sizeof(CcdDefinition) == 72

@@ -47,7 +47,8 @@ def open(
     link: a name or code of LINKS; without it the platform's usual one.
     address: base port of the port interfaces.
     decoder: serial decoder on the cable: 0 none, 1 or 3.
-    wheel: filter wheel: a name of `qvn.wheel.KINDS` or 0 to 4.
+    wheel: filter wheel: a name of `qvn.wheel.KINDS` or 0 to 4; without it none, or that of the
+        virtual camera.
     attach: keep what a running camera does, so its cooler; else it is reset.
     options: QV_OPTION_... bits of qvn.h. Regulation and reports are this package's.
     """
@@ -98,6 +99,8 @@ def _instrument_of(
     for index in range(library.dll.QVB_InstrumentCount()):
         instrument = _records.Instrument()
         library.dll.QVB_Instrument(index, ctypes.byref(instrument))
+        if instrument.Heads != 0:
+            continue  # an array, which this package does not open
         free = not library.is_taken(instrument.Camera)
         suits = camera is None and free and wanted in (None, instrument.Platform)
         if suits or camera == instrument.Camera:
@@ -174,6 +177,7 @@ def _set_link(
         record.InterfaceType = instrument.InterfaceType
         record.InterfaceAddress = instrument.InterfaceAddress
         record.InterfaceLink = instrument.InterfaceLink
+        record.FilterWheel = instrument.FilterWheel
     elif not from_file:
         usb = platform.code in _USB_PLATFORMS
         record.InterfaceType = LINKS["usb" if usb else "pci"]

@@ -8,8 +8,8 @@ from conftest import MakeWorld
 
 
 def test_a_controller_goes_where_it_is_sent(make_world: MakeWorld) -> None:
-    make_world("time=virtual;platform=300,sensor=kaf400e,scene=dark")
-    with qvn.open(wheel="controller-nibble") as camera:
+    make_world("time=virtual;platform=61,sensor=kaf400e,scene=dark,wheel=nibble")
+    with qvn.open() as camera:
         wheel = camera.wheel
         assert wheel is not None
         assert wheel.position is None and wheel.positions is None
@@ -22,6 +22,18 @@ def test_a_controller_goes_where_it_is_sent(make_world: MakeWorld) -> None:
         assert camera.expose(0.0).metadata.filter == "G"
         wheel.move(5)
         assert camera.expose(0.0).metadata.header()["FILTER"] == ("5", "filter wheel")
+
+
+@pytest.mark.parametrize("positions", [6, 8])
+def test_a_stepper_finds_its_zero(make_world: MakeWorld, positions: int) -> None:
+    make_world(f"time=virtual;platform=44,sensor=kaf400e,wheel={positions}")
+    with qvn.open() as camera:
+        wheel = camera.wheel
+        assert wheel is not None and wheel.positions == positions
+        wheel.set_up(setting=0, hold=0, zero_offset=0)
+        assert wheel.position == 1
+        wheel.move(4)
+        assert wheel.position == 4
 
 
 def test_a_wheel_without_its_zero_is_told(make_world: MakeWorld) -> None:
