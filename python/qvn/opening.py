@@ -173,12 +173,14 @@ def _set_link(
         link = LINKS[link]
     if link is not None:
         record.InterfaceType = link
+    elif from_file:
+        pass  # it tells
     elif instrument is not None and instrument.Platform == platform.code:
         record.InterfaceType = instrument.InterfaceType
         record.InterfaceAddress = instrument.InterfaceAddress
         record.InterfaceLink = instrument.InterfaceLink
         record.FilterWheel = instrument.FilterWheel
-    elif not from_file:
+    else:
         usb = platform.code in _USB_PLATFORMS
         record.InterfaceType = LINKS["usb" if usb else "pci"]
         if platform.code == DEMO:
