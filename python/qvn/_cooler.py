@@ -6,7 +6,8 @@ import threading
 from dataclasses import dataclass
 from typing import Optional
 
-READINGS_AT_TARGET = 6  #: in a row, three seconds, until the sensor counts as cold
+TURN = 0.5  #: seconds from one reading to the next
+SETTLE = 30.0  #: seconds at the target until the sensor counts as cold; a mere passing is shorter
 LONGEST_STEP = 1.0  #: seconds that a ramp moves on at once
 _ALMOST = 1e-6  # of a tenth of a degree
 FAILURES = 6  #: readings that fail in a row, until a wait gives up
@@ -100,5 +101,5 @@ class Cooler:
             elif self.set_point != self.target:
                 name = "ramping"
             else:
-                name = "at target" if self.inside >= READINGS_AT_TARGET else "regulating"
+                name = "at target" if self.inside * TURN >= SETTLE else "regulating"
             return CoolingState(name, celsius, self.target, self.set_point, self.ramp, power)

@@ -10,9 +10,9 @@ from typing import Any, Optional
 import numpy as np
 
 from . import _records
-from ._cooler import Cooler
+from ._cooler import TURN, Cooler
 from ._library import Library
-from ._worker import TURN, Job, Worker
+from ._worker import Job, Worker
 from .catalogue import DEMO, Entry
 from .errors import Aborted, CameraClosed, QvnError
 from .frames import Binning, Frame, Metadata, Window
@@ -206,6 +206,29 @@ class Driver:
         if not self.closed:
             self.worker.wait(self.end(keep_cooling))
 
+    def reopen(self) -> None:
+        """Closes the link and opens it again; settings and the cooler's target are kept.
+
+        The cooler goes on with the drive that it had, so the sensor does not warm up meanwhile.
+        """
+        dll, number, cooler = self._dll, self.number, self.cooler
+        gain, power, binning = dll.QV_GetGain(number), self.power(), self.binning
+        with self.library.shared, self.library.calling():
+            if self._opened:
+                self._set_regulation(False)
+                dll.QV_StartNow(number)
+                dll.QV_Close(number)
+                self._opened = False
+            self.binning, self._loaded, self._pattern_lost = Binning(1, 1), None, False
+            self.open()
+            if binning != self.binning:
+                self.set_binning(binning)
+            self.set_gain(gain)
+            if cooler.set_point is not None:
+                dll.QV_SetPower(power, number)
+                dll.QV_SetTemp(cooler.set_point, CELSIUS, number)
+                self._set_regulation(True)
+
     # --- breaking off ---
 
     def abort(self) -> None:
@@ -252,7 +275,7 @@ class Driver:
 
     def turn_if_due(self) -> None:
         """A reading and a step of the regulator, twice a second."""
-        if self.cooler.target is None or self.closed:
+        if self.cooler.target is None or not self._opened:
             return
         now = self.library.seconds()
         if now - self._turned < TURN - 1e-3:
@@ -341,6 +364,10 @@ class Driver:
 
     def take(self, request: Request) -> Frame:
         frame = None
+        if not self._opened:
+            raise CameraClosed(
+                f"taking a frame ({self.name()})", "it could not be opened again", "reopen()"
+            )
         self._taking = request
         try:
             with ExitStack() as held:

@@ -29,6 +29,9 @@ _LONGEST_PATH = 1023
 _LONGEST_DELAY_MS = 500
 
 
+_shared = threading.RLock()
+
+
 class Library:
     """One loaded library with its eight cameras."""
 
@@ -40,8 +43,9 @@ class Library:
             entry.restype = result
             entry.argtypes = list(arguments)
         self.folder: Optional[Path] = None
-        #: Opening, closing, catalogue, and whatever builds a pattern: all cameras share one file.
-        self.shared = threading.RLock()
+        #: Opening, closing, catalogue, and whatever builds a pattern: all cameras share one file,
+        #: those of the two libraries too.
+        self.shared = _shared
         self.cameras: dict[int, Driver] = {}  #: those that are open
         self.choosing = threading.RLock()  #: held while a camera number is chosen
         self._taken: set[int] = set()

@@ -165,6 +165,7 @@ LIBRARY: dict[str, Prototype] = {
     "QV_TemperatureHandle": (_I, [_I]),
     "QV_Cooler": (None, [_I, _I]),
     "QV_CoolerStatus": (_I, [_I]),
+    "QV_SetPower": (None, [c_double, _I]),
     "QV_GetPower": (c_double, [_I]),
     "QV_SetBinning": (None, [_I, _I, _I]),
     "QV_GetBinning": (None, [POINTER(_I), POINTER(_I), _I]),

@@ -13,7 +13,6 @@ from .errors import CameraTimeout
 Result = TypeVar("Result")
 
 _LOOK = 0.25  # seconds between two looks at the time limits
-TURN = 0.5  #: seconds from one turn to the next
 
 
 @dataclass

@@ -7,7 +7,7 @@ import weakref
 from types import TracebackType
 from typing import Callable, Optional, Type, TypeVar, Union
 
-from ._cooler import FAILURES, READINGS_AT_TARGET, CoolingState
+from ._cooler import FAILURES, SETTLE, TURN, CoolingState
 from ._driver import Driver, Request
 from .catalogue import DEMO, Entry
 from .errors import CameraClosed, CameraTimeout, QvnError
@@ -287,11 +287,15 @@ class Camera:
             raise ValueError(f"ramp {ramp} is not 0.1 to 60 degrees a minute")
         self._call("switching the cooler on", lambda: self._driver.cool(float(celsius), ramp))
 
-    def wait_until_cold(self, timeout: float = 3600.0, tolerance: float = 0.2) -> None:
-        """Waits until six readings in a row, three seconds, are at the target.
+    def wait_until_cold(
+        self, timeout: float = 3600.0, tolerance: float = 0.2, settle: float = SETTLE
+    ) -> None:
+        """Waits until the sensor stays at the target.
 
         timeout: seconds until CameraTimeout is raised.
         tolerance: degrees above or below the target.
+        settle: seconds for which all readings have to be there. The regulator is slow and at first
+            runs past its target; in less than half a minute that looks like an arrival.
         """
         cooler = self._driver.cooler
         if cooler.target is None:
@@ -301,7 +305,7 @@ class Camera:
         self._watch(
             f"waiting for {cooler.target:+.1f} C",
             timeout,
-            lambda: cooler.inside >= READINGS_AT_TARGET,
+            lambda: cooler.inside * TURN >= settle,
             "a warmer target, a larger tolerance, or a longer timeout",
         )
 
@@ -355,6 +359,15 @@ class Camera:
                     cooler.changed.wait(0.1)
 
     # --- end ---
+
+    def reopen(self) -> None:
+        """Opens the link anew, behind a failure or a plug that was pulled.
+
+        Binning, gain and the cooler's target are kept, other cameras are not touched. What waits
+        is done behind it.
+        """
+        self._need_open("opening again")
+        self._driver.worker.call("opening again", self._driver.reopen, _OPEN_LIMIT)
 
     def close(self, keep_cooling: bool = False) -> None:
         """Closes the camera; what runs is broken off, what waits is dropped.

@@ -50,7 +50,8 @@ def open(
     wheel: filter wheel: a name of `qvn.wheel.KINDS` or 0 to 4; without it none, or that of the
         virtual camera.
     attach: keep what a running camera does, so its cooler; else it is reset.
-    options: QV_OPTION_... bits of qvn.h. Regulation and reports are this package's.
+    options: QV_OPTION_... bits of qvn.h. Regulation and reports are this package's. A frame that
+        waits for an external trigger (0x4) cannot be broken off until it has come.
     """
     library = current()
     library.use_folder(folder)
@@ -173,22 +174,26 @@ def _set_link(
         link = LINKS[link]
     if link is not None:
         record.InterfaceType = link
-    elif from_file:
-        pass  # it tells
-    elif instrument is not None and instrument.Platform == platform.code:
-        record.InterfaceType = instrument.InterfaceType
-        record.InterfaceAddress = instrument.InterfaceAddress
-        record.InterfaceLink = instrument.InterfaceLink
-        record.FilterWheel = instrument.FilterWheel
-    else:
-        usb = platform.code in _USB_PLATFORMS
-        record.InterfaceType = LINKS["usb" if usb else "pci"]
-        if platform.code == DEMO:
-            record.InterfaceType = LINKS["printer-port"]
+    elif not from_file:
+        _usual_link(record, platform, instrument)
     if address is not None:
         record.InterfaceAddress = address
     if decoder is not None:
         record.InterfaceLink = decoder
+
+
+def _usual_link(
+    record: _records.CameraConfig, platform: Entry, instrument: Optional[_records.Instrument]
+) -> None:
+    if instrument is not None and instrument.Platform == platform.code:
+        record.InterfaceType = instrument.InterfaceType
+        record.InterfaceAddress = instrument.InterfaceAddress
+        record.InterfaceLink = instrument.InterfaceLink
+        record.FilterWheel = instrument.FilterWheel
+    elif platform.code == DEMO:
+        record.InterfaceType = LINKS["printer-port"]
+    else:
+        record.InterfaceType = LINKS["usb" if platform.code in _USB_PLATFORMS else "pci"]
 
 
 def _free_number(library: Library) -> int:

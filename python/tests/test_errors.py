@@ -2,6 +2,7 @@
 from __future__ import annotations
 
 import os
+import re
 import shutil
 import subprocess
 import sys
@@ -10,7 +11,7 @@ from pathlib import Path
 import pytest
 
 import qvn
-from conftest import MakeWorld
+from conftest import ROOT, MakeWorld
 from qvn._library import current
 from qvn.catalogue import Key, find_platform
 from qvn.errors import error_of
@@ -214,3 +215,62 @@ def test_a_library_that_is_missing_is_named() -> None:
     )
     assert "loading libqvn.so.7" in done.stdout
     assert "QVN_LIBRARY_DIR" in done.stdout
+
+
+def test_a_camera_is_opened_again_behind_a_failure(make_world: MakeWorld) -> None:
+    world = make_world("time=virtual;platform=44,sensor=kaf400e,scene=flat")
+    with world.open() as camera:
+        camera.binning = (2, 1)
+        camera.gain = 2
+        camera.cool(5.0)
+        camera.wait_until_cold()
+        power = camera.cooling.power
+        camera.reopen()
+        assert camera.binning == (2, 1)
+        assert camera.gain == 2
+        frame = camera.expose(1.0)
+        assert (frame == 40000).all()
+        assert frame.metadata.cooler_power == pytest.approx(power, abs=0.2)
+        assert frame.metadata.set_point == 5.0
+        assert frame.metadata.temperature == pytest.approx(5.0, abs=0.3)
+        world.sleep(120.0)
+        assert camera.temperature == pytest.approx(5.0, abs=0.6)
+
+
+def test_a_usb_read_that_fails_once_is_got_over(make_world: MakeWorld) -> None:
+    # The camera is open by then: a temperature is a read, and so is a frame.
+    make_world("time=virtual;platform=61,sensor=kaf400e,scene=flat,fault=usb-read:40")
+    with qvn.open() as camera:
+        with pytest.raises(qvn.LinkError):
+            for _ in range(100):
+                camera.expose(0.1)
+        camera.reopen()
+        assert (camera.expose(0.1)[2:-2, 8:-8] == 20000).all()
+
+
+def test_a_camera_that_cannot_be_opened_again_says_so(make_world: MakeWorld, folder: Path) -> None:
+    make_world("time=virtual;platform=44,sensor=kaf400e,scene=flat")
+    with qvn.open() as camera:
+        os.rename(folder / "qvn.cfg", folder / "away.cfg")
+        with pytest.raises(qvn.DefinitionError):
+            camera.reopen()
+        with pytest.raises(qvn.CameraClosed, match="reopen"):
+            camera.expose(0.1)
+        os.rename(folder / "away.cfg", folder / "qvn.cfg")
+        camera.reopen()
+        assert (camera.expose(0.1) == 20000).all()
+
+
+def test_a_camera_cfg_tells_all_of_it(make_world: MakeWorld, folder: Path) -> None:
+    source = (ROOT / "share" / "qvn" / "camera.cfg").read_text()
+    values = {"Platform": 44, "CCD": 255, "InterfaceType": 2, "PciIndex": 3, "FilterWheel": 1}
+    for key, value in values.items():
+        source = re.sub(rf"\b{key} *= *-?\d+", f"{key} = {value}", source)
+    (folder / "camera.cfg").write_text(source)
+    make_world("time=virtual;platform=44,sensor=kaf400e,scene=flat,camera=3")
+    with qvn.open(config="camera.cfg") as camera:
+        assert (camera.number, camera.platform.code, camera.sensor.code) == (3, 44, 255)
+        assert camera.wheel is not None and camera.wheel.positions == 8
+        assert (camera.expose(0.1) == 20000).all()
+    with pytest.raises(qvn.DefinitionError, match="cannot be read"):
+        qvn.open(config="nowhere.cfg")
