@@ -912,8 +912,11 @@ QVN_API int32_t QV_Trigger(int32_t wait, int32_t camera);
  * QV_OpenFW     stores setting, hold and zeroOffset, finds zero, hands the values to the wheel.
  *               Error 7. `hold` 0 takes the current from a stepper after each move; `zeroOffset` is
  *               in steps.
- * QV_SetFW      stores the values and hands them to the wheel, without moving it on most platforms
- * All: error 25 on platforms 300 and 450. On platform 48 the wheel's own answer is the status.
+ *               On platform 48 it does what QV_SetFW does.
+ * QV_SetFW      stores the values and hands them to a controller, which goes to zero first on
+ *               platforms 22 to 47. A stepper has them with its next move. Error 25 on platforms
+ *               300 and 450; the other calls end with 0 there, whatever was answered.
+ * On platform 48 QV_SetFilter and QV_CalibFW leave the wheel's own answer as the status.
  */
 QVN_API void QV_SetFilter(int32_t position, int32_t camera);
 QVN_API void QV_CalibFW(int32_t camera);
