@@ -5,6 +5,7 @@ namespace {
 
 constexpr uint32_t Lines = 11;
 constexpr uint32_t Power = 12;
+constexpr uint32_t Lamp = 30; // of the zero sensor: its flicker begins anew
 constexpr uint16_t PowerOn = 0x0040;
 constexpr uint16_t Direction = 0x0400;
 constexpr uint16_t StepPulse = 0x0800;
@@ -84,6 +85,7 @@ void WheelLines(EmuBusState* camera, uint32_t reg, uint16_t before, uint16_t now
         break;
     case EmuStepWheel:
         if (reg == Lines) StepLines(camera, before, now);
+        if (reg == Lamp) wheel->readings = 0;
         break;
     case EmuNibbleWheel:
         if (reg == wiring->nibble) EmuWheelNibble(wheel, before & Nibble, now & Nibble);

@@ -31,7 +31,7 @@ struct EmuWheelSetup {
     uint8_t positions = 0;      // 0: eight, with nibbles six
     int32_t start = 0;          // where it stands
     uint16_t markWidth = 1;     // steps
-    uint16_t markReads = 1;     // its sensor is lit in the last of so many readings
+    uint16_t markReads = 1;     // its sensor is lit in the last of so many readings (44, 47)
     uint16_t positionWidth = 1; // steps to either side
     uint32_t moveMs = 50;       // of a controller from a position to the next
 };
@@ -48,7 +48,7 @@ struct EmuWheel {
     uint32_t unheard;              // those that it did not
 
     uint64_t busyUntil;
-    uint32_t readings; // of the zero sensor
+    uint32_t readings; // of the zero sensor, since register 30 was written
     bool asked;        // its controller stands on the port (28)
 };
 

@@ -95,6 +95,15 @@ TEST_F(Objective, JogOfNoTimeIsAMomentAndABrake)
     ExpectRuns({{0x14, 0}, {0x04, 100}});
 }
 
+TEST_F(Objective, PortHasNoImageInTheLibrary)
+{
+    Fit();
+    QV_WMReg(7, 0x55, 0);
+    QV_ObjectiveControl(3, 10, 0);
+    EXPECT_EQ(QV_RMReg(7, 0), 0x55);
+    EXPECT_EQ(EmuBusRegister(bus, 7), 0);
+}
+
 TEST_F(Objective, LongestJogIsOver65Seconds)
 {
     Fit();
@@ -209,12 +218,16 @@ TEST_F(PlugIn, OfTarnUWaitsForItsProcessor)
 
 TEST_F(Objective, PlugOfOtherPlatformsOnlyWaits)
 {
-    Fit(42);
-    LeaveError();
-    EXPECT_EQ(SleepsOf([] {
-                  uint32_t values[4] = {};
-                  EXPECT_EQ(QV_Plug(0, values, 0), 0);
-              }),
-              (std::vector<uint32_t>{100}));
-    EXPECT_EQ(QV_Status(0), OtherError);
+    for (const VirtualSetup& setup :
+         {VirtualSetup{40, 255, 0, nullptr}, VirtualSetup{44, 255, 2, nullptr}}) {
+        Begin(setup);
+        LeaveError();
+        EXPECT_EQ(SleepsOf([] {
+                      uint32_t values[4] = {};
+                      EXPECT_EQ(QV_Plug(0, values, 0), 0);
+                  }),
+                  (std::vector<uint32_t>{100}));
+        EXPECT_EQ(QV_Status(0), OtherError);
+        Renew();
+    }
 }

@@ -1,6 +1,6 @@
 // A wheel whose motor's windings the library switches itself: platforms 40, 41, 42. A position
 // is 111.11 steps, of which the whole ones are made.
-#include "emulator/bus_links.h"
+#include "emulator/traffic.h"
 #include "tests/accessories/accessories.h"
 
 namespace {
@@ -266,6 +266,25 @@ TEST_F(PhaseStepper, PositionsThatAreNotThereHarmNothing)
     for (const int32_t position : {INT32_MAX, INT32_MIN, 0, -1}) QV_SetFilter(position, 0);
     EXPECT_LT(std::abs(wheel->steps - 1000), 4 * 32768);
     EXPECT_EQ(QV_Status(0), 0);
+}
+
+// 0xFFEE starts a conversion; a search of 800 steps takes four seconds.
+TEST_F(PhaseStepper, NoTemperatureIsReadWhileItMoves)
+{
+    VirtualSetup setup = {42, 255, 2, nullptr};
+    setup.wheel.kind = EmuPhaseWheel;
+    setup.wheel.start = 800;
+    Begin(setup, 0x1);
+    QV_Delay(3000);
+    QV_StopNow(0); // the timer has come to rest
+    EmuRecordCycles(true);
+    EmuRecord(true);
+    EXPECT_GE(MillisecondsOf([] { QV_CalibFW(0); }), 4000u);
+    EmuRecord(false);
+    QV_StartNow(0);
+    EXPECT_EQ(wheel->steps, 0);
+    EXPECT_EQ(EmuTraffic().find("address FFEE"), std::string::npos);
+    EXPECT_NE(EmuTraffic().find("sleep 5\n"), std::string::npos);
 }
 
 TEST_F(PhaseStepper, IsDrivenWhateverKindTheHostSays)

@@ -162,6 +162,9 @@ TEST_F(Wheel, NarrowMarkShowsInOneOfManyReadings)
     for (int reading = 1; reading < 20; ++reading) seen |= Marks();
     EXPECT_EQ(seen & Mark, 0);
     EXPECT_EQ(Marks() & Mark, Mark);
+    for (int reading = 1; reading < 20; ++reading) Marks();
+    Register(30, 0); // begins the flicker anew
+    EXPECT_EQ(Marks() & Mark, 0);
 }
 
 // 25 steps apart, one of tolerance; with six of them 33 1/3, so that 99 to 101 are the fourth.
