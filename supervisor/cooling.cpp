@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "supervisor/link.h"
 #include "supervisor/readings.h"
 #include "supervisor/work.h"
 
@@ -144,13 +145,21 @@ void ServeTemperature(Slot* slot)
     slot->backgroundUs = Seam.NowUs() + (taken ? PeriodUs : AgainUs);
     if (!taken) return;
     const Work outer = slot->work;
+    const bool idle = slot->frame.stage == StageNone;
     BeginWork(slot, QVNS_WORK_TEMPERATURE, UsualSeconds(QVNS_WORK_TEMPERATURE));
-    FillReadings(*slot);
-    const bool failed = Library.TemperatureHandle(slot->camera) != 0;
+    bool failed = idle && !LinkAnswers(*slot);
+    if (!failed) {
+        FillReadings(*slot);
+        failed = Library.TemperatureHandle(slot->camera) != 0;
+    }
     const double measured = Library.GetTemp(nullptr, QV_CELSIUS, slot->camera);
     const double power = Library.GetPower(slot->camera);
     const bool alive = EndWork(slot);
-    LeaveReadings(slot);
+    if (failed) {
+        ForgetReadings(slot);
+    } else {
+        LeaveReadings(slot);
+    }
     if (alive) {
         NoteReading(slot, failed, measured, power);
         if (!failed) UpdateCooling(slot);

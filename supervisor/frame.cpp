@@ -5,6 +5,7 @@
 
 #include "supervisor/callbacks.h"
 #include "supervisor/duration.h"
+#include "supervisor/link.h"
 #include "supervisor/metadata.h"
 #include "supervisor/opening.h"
 #include "supervisor/pattern.h"
@@ -119,7 +120,8 @@ void ExposeFrame(Slot* slot)
     }
     Seam.Unlock();
     CallRead(frame.request, frame.pixels, slot->camera);
-    const int32_t status = Library.Status(slot->camera);
+    int32_t status = Library.Status(slot->camera);
+    if (status == QV_ERROR_NONE && !LinkAnswers(*slot)) status = QV_ERROR_LINK_FAILURE;
     const bool alive = EndWork(slot);
     ReleaseShared(slot);
     if (!alive) return;

@@ -35,6 +35,9 @@
     FUNCTION(CalibFW)                                                                              \
     FUNCTION(SetBinning)                                                                           \
     FUNCTION(SetGain)                                                                              \
+    FUNCTION(ReadEP)                                                                               \
+    FUNCTION(RDReg)                                                                                \
+    FUNCTION(GetStatus)                                                                            \
     FUNCTION(SetFanSpeed)                                                                          \
     FUNCTION(GetSerNum)
 

@@ -2,6 +2,7 @@
 
 #include "supervisor/callbacks.h"
 #include "supervisor/cooling.h"
+#include "supervisor/link.h"
 #include "supervisor/pattern.h"
 #include "supervisor/queue.h"
 #include "supervisor/readings.h"
@@ -35,6 +36,7 @@ struct Definitions {
     CcdDefinition ccd;
     PlatformDefinition platform;
     int32_t maxValue;
+    uint32_t mark;
     Pattern pattern;
 };
 
@@ -44,6 +46,7 @@ void ReadDefinitions(const Slot& slot, Definitions* definitions)
     Library.GetHPdata(&definitions->platform, slot.camera);
     definitions->maxValue = Library.MaxNumbers(slot.camera);
     definitions->pattern = ReadPattern(slot);
+    if (Library.IsOn(slot.camera) != 0) definitions->mark = ReadMark(slot);
 }
 
 void TakeDefinitions(Slot* slot, const Definitions& definitions)
@@ -52,6 +55,7 @@ void TakeDefinitions(Slot* slot, const Definitions& definitions)
     slot->platform = definitions.platform;
     slot->maxValue = definitions.maxValue;
     slot->pattern = definitions.pattern;
+    slot->mark = definitions.mark;
     slot->definitionHash = HashDefinitions(slot->ccd, slot->platform);
 }
 
@@ -64,12 +68,14 @@ int32_t OpenLibrary(Slot* slot)
     slot->patternLoaded = false;
     BeginWork(slot, QVNS_WORK_OPEN, UsualSeconds(QVNS_WORK_OPEN));
     CallOpen(*slot);
-    int32_t code = Library.Status(slot->camera);
-    const bool isOn = Library.IsOn(slot->camera) != 0;
-    if (isOn && code != QV_ERROR_NONE) Library.Close(slot->camera);
-    if (!isOn && code == QV_ERROR_NONE) code = QV_ERROR_CAMERA_NOT_FOUND;
     Definitions definitions = {};
     ReadDefinitions(*slot, &definitions);
+    const bool isOn = Library.IsOn(slot->camera) != 0;
+    int32_t code = Library.Status(slot->camera);
+    // Not every platform looks whether there is a camera at the end of its cable.
+    const bool silent = !isOn || definitions.mark == NobodyThere;
+    if (silent && code == QV_ERROR_NONE) code = QV_ERROR_CAMERA_NOT_FOUND;
+    if (isOn && code != QV_ERROR_NONE) Library.Close(slot->camera);
     const bool alive = EndWork(slot);
     TakeDefinitions(slot, definitions);
     if (alive && code == QV_ERROR_NONE) NoteBinning(*slot, 1, 1);

@@ -53,10 +53,15 @@ int32_t RunThroughQueue(Slot* slot, const Job& job, double limit)
     *place = job;
     place->state = JobWaiting;
     place->order = ++slot->orders;
-    const uint64_t end = UsFromNow(limit > 0.0 ? limit : UsualLimit(*slot, job));
+    const bool usual = !(limit > 0.0);
+    const uint64_t end = UsFromNow(usual ? UsualLimit(*slot, job) : limit);
     Seam.Signal();
-    while (place->state != JobDone && slot->state != QVNS_CAMERA_LOST && Seam.NowUs() < end) {
-        Seam.Wait(end);
+    while (place->state != JobDone && slot->state != QVNS_CAMERA_LOST) {
+        // Work that runs has the watchdog for its limit.
+        const bool watched = usual && place->state == JobRunning;
+        const uint64_t now = Seam.NowUs();
+        if (now >= end && !watched) break;
+        Seam.Wait(watched ? now + UsPerSecond : end);
     }
     return LeaveJob(*slot, place);
 }

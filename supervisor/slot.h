@@ -128,6 +128,7 @@ struct Slot {
     CcdDefinition ccd;
     PlatformDefinition platform;
     uint64_t definitionHash;
+    uint32_t mark; // what the camera answered at open, see link.h; 0: nothing
     int32_t maxValue;
     int32_t hbin, vbin, gain;
     double fan; // percent; below 0: not set

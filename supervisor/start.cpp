@@ -8,6 +8,7 @@
 namespace {
 
 constexpr double UsualStopSeconds = 60.0;
+constexpr double LostSeconds = 1.0;
 
 // What a layer that is started anew begins with; the memory of its frames goes.
 void ResetSlots()
@@ -20,6 +21,13 @@ void ResetSlots()
     }
 }
 
+// One whose call has just come back may still be closed.
+void AwaitLost(const Slot& slot)
+{
+    const uint64_t end = UsFromNow(LostSeconds);
+    while (slot.state == QVNS_CAMERA_LOST && Seam.NowUs() < end) Seam.Wait(end);
+}
+
 // Gives each camera what is left of the time.
 int32_t CloseAll(uint64_t end)
 {
@@ -28,6 +36,7 @@ int32_t CloseAll(uint64_t end)
         if (IsUsable(slot)) BreakOff(&slot);
     }
     for (Slot& slot : Slots) {
+        AwaitLost(slot);
         if (slot.state == QVNS_CAMERA_CLOSED) continue;
         const uint64_t now = Seam.NowUs();
         int32_t code = QVNS_ERROR_LOST;

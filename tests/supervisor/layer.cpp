@@ -62,7 +62,7 @@ double Now()
 void LayerTest::SetUp()
 {
     VirtualCameraTest::SetUp();
-    StartLayer();
+    StartInVirtualTime();
 }
 
 void LayerTest::TearDown()
@@ -71,7 +71,7 @@ void LayerTest::TearDown()
     VirtualCameraTest::TearDown();
 }
 
-void LayerTest::StartLayer()
+void StartInVirtualTime()
 {
     QvnsStart start;
     qvns_init_start(&start);

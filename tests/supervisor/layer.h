@@ -15,11 +15,12 @@ protected:
     void SetUp() override;
     void TearDown() override;
 
-    void StartLayer();
     // Plugs a bus camera and opens it through the layer.
     void OpenCamera(const VirtualSetup& setup = BriarCamera, uint32_t options = 0);
     static QvnsOpen Request(const VirtualSetup& setup, uint32_t options = 0);
 };
+
+void StartInVirtualTime();
 
 QvnsState StateOf(int32_t camera);
 QvnsTemperature TemperatureOf(int32_t camera);

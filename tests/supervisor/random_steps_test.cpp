@@ -9,6 +9,7 @@
 #include <random>
 #include <tuple>
 
+#include "drivers/heron_plus.h"
 #include "emulator/emulator.h"
 #include "emulator/usb_camera.h"
 #include "include/qvn_supervisor.h"
@@ -395,9 +396,8 @@ TEST_P(RandomSteps, ASeedIsARun)
 {
     const uint32_t seed = std::get<1>(GetParam());
     uint64_t stories[2];
-    Run(seed, 10); // the library has its lists of temperatures filled from here on
-    ResetLibrary();
     for (uint64_t& told : stories) {
+        HeronPlusReadings = {}; // the library keeps its list of temperatures
         Run(seed, 300);
         told = story;
         ResetLibrary();
