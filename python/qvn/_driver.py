@@ -19,6 +19,7 @@ from .frames import Binning, Frame, Metadata, Window
 
 CELSIUS = 1
 OPTION_REGULATION = 0x0002
+OPTION_KEEP_CLEAN = 0x0008
 
 #: The library's own service, its buffers, and no reports: they would be in the way here.
 OPTIONS_REFUSED = 0x0001 | OPTION_REGULATION | 0x0020 | 0x8000
@@ -64,8 +65,15 @@ class Request:
     pattern_code: int = 0
     lock: threading.Lock = field(default_factory=threading.Lock)
 
+    def _is_long(self) -> bool:
+        return int(self.seconds * 1000.0) > _LONGEST_SHORT * 1000.0
+
+    def broken_in_series(self) -> bool:
+        return self.frames is not None and self.broken_at is not None and self._is_long()
+
     def exposed(self) -> float:
-        if self.broken_at is None or int(self.seconds * 1000.0) <= _LONGEST_SHORT * 1000.0:
+        """Seconds; of a series those of its frames that were not broken off."""
+        if self.broken_at is None or self.frames is not None or not self._is_long():
             return self.seconds
         return max(0.0, min(self.seconds, self.broken_at - self.begun))
 
@@ -108,9 +116,17 @@ class Driver:
 
     def fresh_status(self) -> None:
         """Forgets a status that is left over: with one, no pattern would be loaded."""
-        if self._dll.QV_Status(self.number) != 0:
-            with self.library.shared, self.library.calling():
-                self._dll.QV_OpenPar(self.plan.platform.code, self.plan.sensor.code, self.number)
+        if self._dll.QV_Status(self.number) == 0:
+            return
+        plan = self.plan
+        with self.library.shared, self.library.calling():
+            # Loads the definitions once more, so frames may have another size from here on.
+            if self._dll.QV_OpenPar(plan.platform.code, plan.sensor.code, self.number) != 0:
+                code = self._dll.QV_Status(self.number)
+                raise self.library.error(
+                    code, f"reading the definitions ({self.name()})", self._open_hint(code)
+                )
+            self._note_sensor()
 
     # --- open and close ---
 
@@ -145,15 +161,7 @@ class Driver:
         code = dll.QV_Status(self.number)
         if code != 0 or not dll.QV_IsOn(self.number):
             raise self.library.error(code, f"opening {self.name()}", self._open_hint(code))
-        dll.QV_GetCCDdata(self.ccd, self.number)
-        for key in ("Xpix", "Ypix"):
-            if getattr(self.ccd, key) < 2:
-                raise self.library.error(
-                    6,
-                    f"reading {self.library.folder}/qvn.cfg",
-                    f"ccd_definitions.{self.plan.sensor.name}.{key} is missing or too small; "
-                    "`qvn init FOLDER` writes a complete qvn.cfg to compare with",
-                )
+        self._note_sensor()
         # Held for as long as the camera is open: so the regulation of exposures can be switched
         # on without the library waiting for its timer, which does not run.
         dll.QV_StopNow(self.number)
@@ -162,6 +170,17 @@ class Driver:
             serial = dll.QV_GetSerNum(self.number)
             self.serial_number = serial if serial >= 0 else None
         self._turned = self.library.seconds()
+
+    def _note_sensor(self) -> None:
+        self._dll.QV_GetCCDdata(self.ccd, self.number)
+        for key in ("Xpix", "Ypix"):
+            if getattr(self.ccd, key) < 2:
+                raise self.library.error(
+                    6,
+                    f"reading {self.library.folder}/qvn.cfg",
+                    f"ccd_definitions.{self.plan.sensor.name}.{key} is missing or too small; "
+                    "`qvn init FOLDER` writes a complete qvn.cfg to compare with",
+                )
 
     def _open_hint(self, code: int) -> str:
         file = f"{self.library.folder}/qvn.cfg"
@@ -187,7 +206,7 @@ class Driver:
                     dll.QV_Cooler(0, self.number)
                 dll.QV_StartNow(self.number)
                 dll.QV_Close(self.number)
-                library.cameras.pop(self.number, None)
+            library.cameras.pop(self.number, None)
             self._opened = False
             self.closed = True
         self.cooler.stop()
@@ -249,9 +268,13 @@ class Driver:
                 self._dll.QV_BrkFlg(self.number)
 
     def _exposing(self, text: Optional[bytes], camera: int) -> None:
-        # The start of an exposure forgets a break that came too early.
         request = self._request
-        if request is not None and request.abort_asked:
+        if request is None:
+            return
+        with request.lock:
+            request.phase = "exposing"  # in a series behind a readout
+        # The start of an exposure forgets a break that came too early.
+        if request.abort_asked:
             self._break(request)
 
     def _progressing(self, text: Optional[bytes], percent: int, camera: int) -> None:
@@ -269,7 +292,7 @@ class Driver:
     # --- temperature ---
 
     def _until_turn(self) -> float:
-        if self.library.virtual_time or self.cooler.target is None:
+        if self.library.virtual_time or self.cooler.target is None or not self._opened:
             return TURN
         return max(0.0, self._turned + TURN - self.library.seconds())
 
@@ -330,6 +353,24 @@ class Driver:
         columns = (self.ccd.Xpix // self.binning.horizontal) & ~1
         return self.ccd.Ypix // self.binning.vertical, columns
 
+    def check_window(self, window: Optional[Window]) -> None:
+        if window is None:
+            return
+        rows, columns = self.shape()
+        inside = (
+            window.x >= 0
+            and window.y >= 0
+            and window.width >= 2
+            and window.height >= 1
+            and window.x + window.width <= columns
+            and window.y + window.height <= rows
+        )
+        if not inside:
+            raise ValueError(
+                f"window {tuple(window)} is not inside the image of {columns} x {rows} binned "
+                "pixels; x, y, width and height, with a width of at least 2"
+            )
+
     def set_binning(self, binning: Binning) -> None:
         with self.library.shared, self.library.calling():
             self.fresh_status()
@@ -375,6 +416,7 @@ class Driver:
                     self._load_pattern(request, held)
                 held.enter_context(self.library.calling())
                 if not request.abort_asked:
+                    self.check_window(request.window)  # the binning may be another by now
                     frame = self._read(request)
         finally:
             self._taking = None
@@ -448,7 +490,7 @@ class Driver:
             start=start,
             end=self.library.utc(),
             exposure=exposed,
-            aborted=exposed < request.seconds,
+            aborted=exposed < request.seconds or request.broken_in_series(),
         )
         return Frame(image if request.frames is not None else image[0], metadata)
 

@@ -110,6 +110,7 @@ class Worker:
             self._turn_if_due()
             if job.future.set_running_or_notify_cancel():
                 self._run(job)
+            del job  # and with it a frame that nobody else keeps
 
     def _run(self, job: Job[Any]) -> None:
         job.started = time.monotonic()

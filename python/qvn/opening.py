@@ -7,7 +7,7 @@ from dataclasses import replace
 from typing import Optional, Union
 
 from . import _records
-from ._driver import OPTIONS_REFUSED, Driver, Plan
+from ._driver import OPTION_KEEP_CLEAN, OPTIONS_REFUSED, Driver, Plan
 from ._library import CAMERAS, Library, PathLike, current, is_virtual
 from .camera import Camera
 from .catalogue import DEMO, Entry, Key, find_platform, find_sensor
@@ -31,6 +31,7 @@ def open(
     address: Optional[int] = None,
     decoder: Optional[int] = None,
     wheel: Union[int, str, None] = None,
+    clean: bool = True,
     attach: bool = False,
     options: int = 0,
 ) -> Camera:
@@ -49,6 +50,7 @@ def open(
     decoder: serial decoder on the cable: 0 none, 1 or 3.
     wheel: filter wheel: a name of `qvn.wheel.KINDS` or 0 to 4; without it none, or that of the
         virtual camera.
+    clean: clear the sensor ahead of each exposure, of the charge that gathered meanwhile.
     attach: keep what a running camera does, so its cooler; else it is reset.
     options: QV_OPTION_... bits of qvn.h. Regulation and reports are this package's. A frame that
         waits for an external trigger (0x4) cannot be broken off until it has come.
@@ -63,6 +65,8 @@ def open(
         if options & OPTIONS_REFUSED:
             raise ValueError(f"options {options & OPTIONS_REFUSED:#06x} are not for this package")
         record.Activity = (record.Activity & ~OPTIONS_REFUSED) | options
+        if clean:
+            record.Activity |= OPTION_KEEP_CLEAN
         library.take_number(plan.number)
     return Camera(Driver(library, replace(plan, attach=attach)))
 

@@ -139,6 +139,19 @@ def test_behind_a_failure_a_new_window_is_not_read_with_the_old_pattern(
                 camera.expose(0.1)
 
 
+def test_definitions_that_change_change_the_frames(make_world: MakeWorld, folder: Path) -> None:
+    make_world("time=virtual;platform=44,sensor=kaf400e,scene=flat,state=stalls:300000")
+    with qvn.open() as camera:
+        with pytest.raises(qvn.LinkFailure):
+            camera.expose(0.1)
+        # A status that is left over is forgotten by loading the definitions again.
+        file = folder / "qvn.cfg"
+        before, sensor, behind = file.read_text().partition("kaf400e: # 255, full frame")
+        file.write_text(before + sensor + behind.replace("Ypix = 512;", "Ypix = 256;", 1))
+        assert camera.expose(0.1).shape == (256, 768)
+        assert camera.shape == (256, 768)
+
+
 def test_a_pattern_that_cannot_be_written_is_no_good_frame(
     make_world: MakeWorld, folder: Path
 ) -> None:

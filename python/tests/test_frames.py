@@ -133,6 +133,8 @@ def test_metadata_tell_how_the_frame_was_taken(flat: qvn.Camera) -> None:
     assert data.pixel_size == flat.pixel_size == (9.0, 9.0)
     assert data.saturation == 65535
     assert data.virtual and data.camera == 0
+    # KEEP_CLEAN is this package's, CARD_DMA the library's: the card can.
+    assert data.options == 0x2008
 
 
 def test_kinds_of_frames_are_told_apart(flat: qvn.Camera) -> None:

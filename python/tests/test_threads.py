@@ -80,6 +80,34 @@ def test_an_exposure_that_waits_is_dropped(real: qvn.Camera) -> None:
     real.abort()  # nothing runs: nothing happens
 
 
+def test_a_window_is_looked_at_when_its_turn_comes(real: qvn.Camera) -> None:
+    running = real.start(1.0)
+    with ThreadPoolExecutor(1) as pool:
+        binned = pool.submit(setattr, real, "binning", 2)
+        while not real._driver.worker._jobs.qsize():  # it waits for its turn
+            time.sleep(0.01)
+        late = real.start(0.1, window=(500, 0, 100, 10))
+        binned.result()
+    assert running.result().shape == (512, 768)
+    with pytest.raises(ValueError, match="384 x 256"):
+        late.result()
+
+
+def test_a_series_is_broken_off(real: qvn.Camera) -> None:
+    def series() -> qvn.Frame:
+        return real.kinetics(600.0, 3, window=(0, 0, 8, 8))
+
+    with ThreadPoolExecutor(1) as pool:
+        future = pool.submit(series)
+        while not future.done():
+            real.abort()
+            time.sleep(0.1)
+        with pytest.raises(qvn.Aborted) as caught:
+            future.result()
+    frame = caught.value.frame
+    assert frame is None or frame.metadata.aborted
+
+
 def test_closing_breaks_off_what_runs(real: qvn.Camera) -> None:
     running, waiting = real.start(600.0), real.start(600.0)
     wait_for(running, "exposing")
