@@ -47,13 +47,15 @@ void SetTarnCooler(int32_t on, int32_t camera)
     }
 }
 
-// Counts the exposure down and returns when the shutter has closed.
+// Counts the exposure down and returns when the shutter has closed. A closed camera reads as
+// all ones and would count for ever.
 void SetTarnShutter(double seconds, int32_t camera)
 {
     SetBusShutter(seconds, camera);
     const CameraRecord& record = CameraTable[camera];
     SetReadoutPriority(1, camera);
-    while ((record.Ops.ReadStatus(GeneralStatus, camera) & ExposureRuns) != 0) {
+    while (LoadFlag(record.CameraOn) != 0 &&
+           (record.Ops.ReadStatus(GeneralStatus, camera) & ExposureRuns) != 0) {
         System.clock.SleepMicroseconds(PollMicroseconds);
     }
     SetReadoutPriority(0, camera);

@@ -60,13 +60,21 @@ bool TriggerStands(int32_t camera)
     return (CameraTable[camera].Ops.ReadStatus(TriggerStatus, camera) & TriggerSeen) != 0;
 }
 
+// Every status of a closed camera reads as all ones, and no pulse would ever end.
+void AwaitTrigger(bool stands, int32_t camera)
+{
+    while (LoadFlag(CameraTable[camera].CameraOn) != 0 && TriggerStands(camera) != stands) {
+        System.clock.Relax();
+    }
+}
+
 // The trigger's edges have no limit: a flush from another thread does not end them.
 void AwaitStartPulse(int32_t camera)
 {
     const CameraRecord& record = CameraTable[camera];
     SetRegisterBits(SequencerControl, ExternalStart, camera);
-    while (!TriggerStands(camera)) System.clock.Relax();
-    while (TriggerStands(camera)) System.clock.Relax();
+    AwaitTrigger(true, camera);
+    AwaitTrigger(false, camera);
     System.clock.Sleep(ToUint32(record.ExposureTime * 1000.0));
     System.clock.Sleep(SettlingMs(record));
 }

@@ -3,6 +3,7 @@
 #include <numeric>
 
 #include "acquisition/armed.h"
+#include "core/flags.h"
 #include "core/options.h"
 #include "core/record.h"
 #include "emulator/emulator.h"
@@ -24,6 +25,7 @@ protected:
         PlugFakeCard(words);
         Bus.control = 0xFC;
         record.Ccd.Dummy[0] = 3;
+        StoreFlag(&record.CameraOn, 1);
         record.WindowDimX = 8;
         record.WindowDimY = 4;
         record.Config.ShutterHisteresys = 7;
