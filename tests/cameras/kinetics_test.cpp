@@ -4,10 +4,10 @@
 
 #include "emulator/bus_camera.h"
 #include "emulator/emulator.h"
-#include "emulator/traffic.h"
 #include "emulator/usb_camera.h"
 #include "tests/support/demo_camera.h"
 #include "tests/support/guarded_pixels.h"
+#include "tests/support/traffic_of.h"
 #include "tests/support/virtual_camera.h"
 #include "tests/support/virtual_usb.h"
 
@@ -315,15 +315,6 @@ INSTANTIATE_TEST_SUITE_P(Families, UsbSeries,
                          PlatformName<UsbSetup>);
 
 // --- series on one camera ---
-
-template <typename Act> std::string TrafficOf(const Act& act)
-{
-    const size_t before = EmuTraffic().size();
-    EmuRecord(true);
-    act();
-    EmuRecord(false);
-    return EmuTraffic().substr(before);
-}
 
 class Series : public VirtualCameraTest {
 protected:

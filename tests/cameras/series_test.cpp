@@ -13,19 +13,8 @@ namespace {
 
 constexpr uint16_t Fill = 0xAAAA;
 constexpr int32_t Pixels = ImageColumns * ImageRows;
-const VirtualSetup R3 = {44, 255, 2, "BuildWaveR3", 200};
 const VirtualSetup ArrayOfTwo = {42, 255, 2, "BuildWaveBriar", 100, 0, 0, Strobe::Position};
 
-class ArmedFrames : public VirtualCameraTest {
-protected:
-    std::vector<uint16_t> image = std::vector<uint16_t>(Pixels, Fill);
-
-    void ExpectImage()
-    {
-        QV_GetImage(image.data(), 0);
-        EXPECT_EQ(image, Expected(Full(R3, ReadRule::WholeFrame, 1, 1), Fill));
-    }
-};
 class Arrays : public VirtualCameraTest {
 protected:
     int32_t second = -1;
@@ -62,46 +51,6 @@ void Arrays::PlugTwoHeads()
 }
 
 } // namespace
-
-TEST_F(ArmedFrames, IsStartedAndPickedUpLater)
-{
-    Plug(R3);
-    Open(R3);
-    QV_ArmAcquisition(0.01, 0);
-    QV_StartAcquisition(1, 0);
-    QV_Delay(1000);
-    ExpectImage();
-    EXPECT_EQ(EmuBusExposures(bus), 1u);
-    ExpectFrame(Full(R3, ReadRule::WholeFrame, 1, 1)); // and ordinary frames go on
-}
-
-TEST_F(ArmedFrames, GivenUpLeavesTheCardReady)
-{
-    Plug(R3);
-    Open(R3);
-    QV_StartAcquisition(1, 0);
-    QV_FlushAcquisition(0);
-    ExpectFrame(Full(R3, ReadRule::WholeFrame, 1, 1));
-}
-
-TEST_F(ArmedFrames, InTheWrongOrderTouchesNoOthersMemory)
-{
-    Plug(R3);
-    Open(R3);
-    std::vector<uint16_t> guarded(Pixels + 16, 0xBEEF);
-    QV_GetImage(guarded.data() + 8, 0);
-    QV_FlushAcquisition(0);
-    QV_GetImage(guarded.data() + 8, 0);
-    QV_StartAcquisition(1, 0);
-    QV_StartAcquisition(1, 0);
-    QV_GetImage(guarded.data() + 8, 0);
-    for (size_t i = 0; i < 8; ++i) {
-        EXPECT_EQ(guarded[i], 0xBEEF);
-        EXPECT_EQ(guarded[guarded.size() - 1 - i], 0xBEEF);
-    }
-    QV_FlushAcquisition(0);
-    ExpectFrame(Full(R3, ReadRule::WholeFrame, 1, 1));
-}
 
 TEST_F(Arrays, OfTwoHeadsGivesTwoFrames)
 {
