@@ -1,6 +1,8 @@
 # One binary a folder of tests. Tests link the objects and the emulator and so
 # can look inside.
 find_package(GTest REQUIRED)
+# The files of the program are read back by what others read them with.
+pkg_check_modules(CFITSIO REQUIRED IMPORTED_TARGET cfitsio)
 include(GoogleTest)
 
 file(GLOB QVN_SUPPORT CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/tests/support/*.cpp)

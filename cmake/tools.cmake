@@ -1,7 +1,6 @@
 # The program qvn. It speaks to the library through include/qvn.h and qvn_bench.h alone.
 # The look at a configuration's text ahead of the parser, and the kernel's files of PCI
 # devices, are the library's own sources once more.
-pkg_check_modules(CFITSIO REQUIRED IMPORTED_TARGET cfitsio)
 pkg_check_modules(LIBPNG REQUIRED IMPORTED_TARGET libpng)
 pkg_check_modules(LIBTIFF REQUIRED IMPORTED_TARGET libtiff-4)
 find_package(CLI11 REQUIRED)
@@ -14,5 +13,5 @@ if(QVN_TOOL_SOURCES)
   add_executable(qvn_program ${QVN_TOOL_SOURCES})
   set_target_properties(qvn_program PROPERTIES OUTPUT_NAME qvn)
   target_link_libraries(qvn_program PRIVATE qvn_options qvn_bench qvn_samples CLI11::CLI11
-    PkgConfig::CFITSIO PkgConfig::LIBPNG PkgConfig::LIBTIFF PkgConfig::LIBCONFIG Threads::Threads)
+    PkgConfig::LIBPNG PkgConfig::LIBTIFF PkgConfig::LIBCONFIG Threads::Threads)
 endif()

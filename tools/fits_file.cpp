@@ -1,35 +1,86 @@
 // FITS, with the keywords that instrument scientists expect.
-#include <fitsio.h>
+#include <fcntl.h>
 #include <unistd.h>
 
-#include <cmath>
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <ctime>
 
+#include "tools/fits_header.h"
 #include "tools/image_files.h"
-#include "tools/text.h"
 
 namespace {
 
-// cfitsio keeps the first failure in `status`, and later calls then do nothing.
+constexpr size_t PixelsAtOnce = size_t{1} << 16;
+
 struct FitsWriter {
-    fitsfile* file = nullptr;
-    int status = 0;
+    int file = -1;
+    bool failed = false; // errno tells why
+    std::string header;
 };
 
 void WriteWord(FitsWriter* writer, const char* key, const std::string& value, const char* comment)
 {
-    fits_write_key_str(writer->file, key, value.c_str(), comment, &writer->status);
+    AddFitsWord(&writer->header, key, value, comment);
 }
 
 void WriteWhole(FitsWriter* writer, const char* key, int32_t value, const char* comment)
 {
-    fits_write_key_lng(writer->file, key, value, comment, &writer->status);
+    AddFitsWhole(&writer->header, key, value, comment);
 }
 
-// Fifteen digits at most, none of them for show. A header holds finite numbers only.
 void WriteNumber(FitsWriter* writer, const char* key, double value, const char* comment)
 {
-    if (!std::isfinite(value)) return;
-    fits_write_key_dbl(writer->file, key, value, -15, comment, &writer->status);
+    AddFitsNumber(&writer->header, key, value, comment);
+}
+
+void WriteDate(FitsWriter* writer)
+{
+    const time_t now = std::time(nullptr);
+    tm parts = {};
+    gmtime_r(&now, &parts);
+    char text[32];
+    std::strftime(text, sizeof(text), "%Y-%m-%dT%H:%M:%S", &parts);
+    WriteWord(writer, "DATE", text, "when the file was written, UTC");
+}
+
+void WriteBytes(FitsWriter* writer, const void* data, size_t bytes)
+{
+    const auto* next = static_cast<const char*>(data);
+    while (!writer->failed && bytes > 0) {
+        const ssize_t written = write(writer->file, next, bytes);
+        if (written < 0 && errno == EINTR) continue;
+        writer->failed = written <= 0;
+        if (written == 0) errno = EIO;
+        if (written <= 0) return;
+        next += written;
+        bytes -= static_cast<size_t>(written);
+    }
+}
+
+void WriteHeader(FitsWriter* writer)
+{
+    EndFitsHeader(&writer->header);
+    WriteBytes(writer, writer->header.data(), writer->header.size());
+    writer->header.clear();
+}
+
+// Signed, the high byte first, and zeros up to the end of the block.
+void WritePixels(FitsWriter* writer, const uint16_t* pixels, size_t count)
+{
+    std::vector<uint8_t> bytes(2 * std::min(count, PixelsAtOnce));
+    for (size_t done = 0; done < count; done += PixelsAtOnce) {
+        const size_t part = std::min(count - done, PixelsAtOnce);
+        for (size_t i = 0; i < part; ++i) {
+            const uint16_t pixel = pixels[done + i];
+            bytes[2 * i] = static_cast<uint8_t>((pixel >> 8) ^ 0x80);
+            bytes[2 * i + 1] = static_cast<uint8_t>(pixel);
+        }
+        WriteBytes(writer, bytes.data(), 2 * part);
+    }
+    const std::vector<uint8_t> padding((FitsBlock - 2 * count % FitsBlock) % FitsBlock);
+    WriteBytes(writer, padding.data(), padding.size());
 }
 
 void WriteExposure(FitsWriter* writer, const FrameRecord& frame)
@@ -71,36 +122,23 @@ void WriteGeometry(FitsWriter* writer, const FrameRecord& frame)
 
 } // namespace
 
-std::string FitsName(const std::string& path)
-{
-    return path[0] == '/' ? path : "./" + path;
-}
-
-std::string FitsText(int status)
-{
-    char text[FLEN_STATUS] = "";
-    fits_get_errstatus(status, text);
-    return Text("%s (cfitsio %d)", text, status);
-}
-
 bool WriteFits(const FrameRecord& frame, const std::string& path, std::string* error)
 {
     FitsWriter writer;
-    long axes[2] = {frame.width, frame.height};
-    unlink(path.c_str()); // cfitsio replaces no file
-    fits_create_diskfile(&writer.file, FitsName(path).c_str(), &writer.status);
-    // Unsigned 16-bit pixels are stored signed, with BZERO 32768 and BSCALE 1.
-    fits_create_img(writer.file, USHORT_IMG, 2, axes, &writer.status);
+    writer.file = open(path.c_str(), O_CREAT | O_TRUNC | O_WRONLY | O_CLOEXEC, 0666);
+    writer.failed = writer.file < 0;
+    BeginFitsHeader(&writer.header, false, {frame.width, frame.height});
     WriteExposure(&writer, frame);
     WriteCamera(&writer, frame);
     WriteGeometry(&writer, frame);
-    fits_write_date(writer.file, &writer.status);
-    // The call reads only, whatever its argument's type says.
-    auto* pixels = const_cast<uint16_t*>(frame.pixels.data());
-    fits_write_img(writer.file, TUSHORT, 1, static_cast<LONGLONG>(PixelCount(frame)), pixels,
-                   &writer.status);
-    if (writer.file != nullptr) fits_close_file(writer.file, &writer.status);
-    if (writer.status == 0) return true;
-    *error = FitsText(writer.status);
-    return false;
+    WriteDate(&writer);
+    WriteHeader(&writer);
+    WritePixels(&writer, frame.pixels.data(), PixelCount(frame));
+    const int failure = writer.failed ? errno : 0;
+    if (writer.file >= 0 && close(writer.file) != 0 && failure == 0) {
+        *error = std::strerror(errno);
+        return false;
+    }
+    *error = std::strerror(failure);
+    return failure == 0;
 }

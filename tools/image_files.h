@@ -19,11 +19,6 @@ bool SaveFrame(const FrameRecord& frame, const std::string& path, ImageFormat fo
 bool WriteFits(const FrameRecord& frame, const std::string& path, std::string* error);
 bool WriteTiff(const FrameRecord& frame, const std::string& path, std::string* error);
 
-// A path for cfitsio: of a disk file's name no character has a meaning but a leading "!" and
-// leading blanks. And the text of its codes.
-std::string FitsName(const std::string& path);
-std::string FitsText(int status);
-
 struct PngPicture {
     int32_t width, height;
     int32_t channels; // 1 grey, 3 red, green and blue

@@ -1,7 +1,6 @@
 // Pictures that a model of a sensor shall see: PNG and FITS.
 #include "tools/scene_file.h"
 
-#include <fitsio.h>
 #include <png.h>
 
 #include <algorithm>
@@ -12,7 +11,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "tools/image_files.h"
+#include "tools/fits_scene.h"
 #include "tools/png_errors.h"
 #include "tools/text.h"
 
@@ -21,19 +20,6 @@ namespace {
 constexpr size_t SignatureBytes = 8;
 constexpr int64_t LongestSide = 65535;
 constexpr int64_t MostPixels = int64_t{1} << 28;
-
-bool SizeIsPossible(int64_t width, int64_t height, std::string* error)
-{
-    if (width >= 1 && height >= 1 && width <= LongestSide && height <= LongestSide &&
-        width * height <= MostPixels) {
-        return true;
-    }
-    *error = Text("%lld x %lld pixels are no picture, or too many", static_cast<long long>(width),
-                  static_cast<long long>(height));
-    return false;
-}
-
-// --- PNG ---
 
 struct PngReader {
     png_structp png;
@@ -83,7 +69,7 @@ bool ReadPngPixels(const PngReader& reader, Scene* scene, std::string* error, co
     }
     const uint32_t width = png_get_image_width(reader.png, reader.info);
     const uint32_t height = png_get_image_height(reader.png, reader.info);
-    if (!SizeIsPossible(width, height, error)) return false;
+    if (!SceneSizeIsPossible(width, height, error)) return false;
     if (png_get_rowbytes(reader.png, reader.info) != size_t{width} * 2) {
         *error = "pixels of a kind that cannot be taken as grey";
         return false;
@@ -112,49 +98,18 @@ bool ReadPngFile(FILE* file, Scene* scene, std::string* error)
     return read;
 }
 
-// --- FITS ---
-
-uint16_t PixelOf(double value)
-{
-    if (std::isnan(value)) return 0;
-    return static_cast<uint16_t>(std::clamp(std::round(value), 0.0, 65535.0));
-}
-
-bool ReadFitsPlane(fitsfile* file, Scene* scene, int* status, std::string* error)
-{
-    int axes = 0;
-    LONGLONG size[2] = {0, 0};
-    fits_get_img_dim(file, &axes, status);
-    if (*status == 0 && axes < 2) {
-        *error = "the first part of the file holds no picture";
-        return false;
-    }
-    fits_get_img_sizell(file, 2, size, status);
-    if (*status != 0 || !SizeIsPossible(size[0], size[1], error)) return false;
-    scene->width = static_cast<uint32_t>(size[0]);
-    scene->height = static_cast<uint32_t>(size[1]);
-    std::vector<double> row(scene->width);
-    for (uint32_t y = 0; y < scene->height && *status == 0; ++y) {
-        fits_read_img(file, TDOUBLE, LONGLONG{1} + LONGLONG{y} * size[0], size[0], nullptr,
-                      row.data(), nullptr, status);
-        for (const double value : row) scene->pixels.push_back(PixelOf(value));
-    }
-    return *status == 0;
-}
-
-bool ReadFitsFile(const std::string& path, Scene* scene, std::string* error)
-{
-    int status = 0;
-    fitsfile* file = nullptr;
-    fits_open_diskfile(&file, FitsName(path).c_str(), READONLY, &status);
-    const bool read = status == 0 && ReadFitsPlane(file, scene, &status, error);
-    if (status != 0) *error = FitsText(status);
-    int closing = 0;
-    if (file != nullptr) fits_close_file(file, &closing);
-    return read;
-}
-
 } // namespace
+
+bool SceneSizeIsPossible(int64_t width, int64_t height, std::string* error)
+{
+    if (width >= 1 && height >= 1 && width <= LongestSide && height <= LongestSide &&
+        width * height <= MostPixels) {
+        return true;
+    }
+    *error = Text("%lld x %lld pixels are no picture, or too many", static_cast<long long>(width),
+                  static_cast<long long>(height));
+    return false;
+}
 
 bool ReadScene(const std::string& path, Scene* scene, std::string* error)
 {
@@ -168,11 +123,11 @@ bool ReadScene(const std::string& path, Scene* scene, std::string* error)
     bool read = false;
     *error = "neither a PNG nor a FITS file";
     scene->pixels.clear();
+    std::rewind(file);
     if (bytes == sizeof head && png_sig_cmp(head, 0, sizeof head) == 0) {
-        std::rewind(file);
         read = ReadPngFile(file, scene, error);
     } else if (bytes == sizeof head && std::memcmp(head, "SIMPLE  ", sizeof head) == 0) {
-        read = ReadFitsFile(path, scene, error);
+        read = ReadFitsScene(file, scene, error);
     }
     std::fclose(file);
     return read;

@@ -13,3 +13,6 @@ struct Scene {
 // (values beyond 0 to 65535 stop there). False with `error`; nothing that the file says is
 // trusted.
 bool ReadScene(const std::string& path, Scene* scene, std::string* error);
+
+// Whether a picture may have this size; false with `error`.
+bool SceneSizeIsPossible(int64_t width, int64_t height, std::string* error);

@@ -79,10 +79,9 @@ CatalogueEntry DefaultSensor(const std::vector<CatalogueEntry>& carried)
 bool ChooseSensor(const Choice& choice, Session* session)
 {
     const std::vector<CatalogueEntry> carried = SensorsOf(session->platform);
-    const std::vector<CatalogueEntry> all = Sensors();
     CatalogueEntry entry = DefaultSensor(carried);
     if (!choice.text.empty() && !FindEntry(carried, choice.text, &entry)) {
-        const bool known = FindEntry(all, choice.text, &entry);
+        const bool known = FindEntry(Sensors(), choice.text, &entry);
         const std::string similar = SimilarNames(carried, choice.text);
         Complain("choosing the camera",
                  choice.source +

@@ -45,6 +45,16 @@ std::string Blocks(std::string text, char filler)
     return text + std::string((2880 - text.size() % 2880) % 2880, filler);
 }
 
+// A FITS file of one row of two pixels, with more cards in its head.
+std::string FitsRow(int bits, const std::string& cards, const std::string& data)
+{
+    const std::string head = Card("SIMPLE  =                    T") +
+                             Card("BITPIX  = " + std::to_string(bits)) +
+                             Card("NAXIS   =                    2") + Card("NAXIS1  = 2") +
+                             Card("NAXIS2  = 1") + cards + Card("END");
+    return Blocks(head, ' ') + Blocks(data, '\0');
+}
+
 // A FITS file of 16-bit words, the first row first.
 std::string Fits(const std::vector<int16_t>& words, int32_t width, int32_t height)
 {
@@ -266,6 +276,36 @@ TEST_F(QvnWave, ScenesMayBeOfEightBitsColouredOrFits)
     EXPECT_EQ(frame[4 * Columns + 6], 7);
 }
 
+// The first and the last column of the picture are the two pixels.
+TEST_F(QvnWave, ScenesInFitsHaveAnyKindOfPixels)
+{
+    using namespace std::string_literals;
+    struct Kind {
+        int bits;
+        std::string cards, data;
+        uint16_t first, last;
+    };
+    const Kind kinds[] = {
+        {8, "", "\x07\xff"s, 7, 255},
+        {16, Card("BZERO   = 32768"), "\x80\x00\x7f\xff"s, 0, 65535},
+        {16, Card("BSCALE  = 1.0D1 / ten"), "\x00\x03\x00\x04"s, 30, 40},
+        {32, "", "\x00\x00\x12\x34\x00\x01\x00\x00"s, 0x1234, 65535},
+        {64, "", "\0\0\0\0\0\0\x01\x00\xff\xff\xff\xff\xff\xff\xff\xff"s, 256, 0},
+        // 100.5, which is rounded up, and not a number
+        {-32, "", "\x42\xc9\x00\x00\x7f\xc0\x00\x00"s, 101, 0},
+        // 3.0 and 1e300
+        {-64, "", "\x40\x08\0\0\0\0\0\0\x7e\x37\xe4\x3c\x88\x00\x75\x9c"s, 3, 65535},
+    };
+    ASSERT_EQ(Make("build", {}).exitCode, 0);
+    for (const Kind& kind : kinds) {
+        WriteText(scratch, "kind.fits", FitsRow(kind.bits, kind.cards, kind.data));
+        const std::vector<uint16_t> frame = PlayScene("kind.fits");
+        ASSERT_EQ(frame.size(), size_t{Columns} * Rows) << kind.bits << kind.cards;
+        EXPECT_EQ(frame.front(), kind.first) << kind.bits << kind.cards;
+        EXPECT_EQ(frame.back(), kind.last) << kind.bits << kind.cards;
+    }
+}
+
 TEST_F(QvnWave, BrokenScenesAreRefused)
 {
     const std::vector<uint16_t> light = AllLight();
@@ -278,11 +318,15 @@ TEST_F(QvnWave, BrokenScenesAreRefused)
     WriteText(scratch, "half.fits", fits.substr(0, 2880));
     WriteText(scratch, "huge.fits", Fits({1}, 2000000000, 2000000000));
     WriteText(scratch, "none.fits", Fits({}, 0, 0));
+    WriteText(scratch, "kind.fits", FitsRow(12, "", "1234"));
+    WriteText(scratch, "size.fits", FitsRow(8, Card("NAXIS1  = 1e99"), "1234"));
+    WriteText(scratch, "word.fits", FitsRow(8, Card("NAXIS1  = 'two'"), "1234"));
     WriteText(scratch, "short", "SIMP");
     WriteText(scratch, "text.png", "a picture of the sky");
     ASSERT_EQ(Make("build", {}).exitCode, 0);
-    for (const char* name : {"half.png", "head.png", "head.fits", "half.fits", "huge.fits",
-                             "none.fits", "short", "text.png", "nowhere.png", "."}) {
+    for (const char* name :
+         {"half.png", "head.png", "head.fits", "half.fits", "huge.fits", "none.fits", "kind.fits",
+          "size.fits", "word.fits", "short", "text.png", "nowhere.png", "."}) {
         const ProgramResult result = Make("play", {"wave.bin", "--scene", name});
         EXPECT_EQ(result.exitCode, 1) << name;
         EXPECT_TRUE(Contains(result.err, std::string("reading --scene ") + name)) << result.err;
