@@ -32,10 +32,10 @@ void EmuWheelStep(EmuWheel* wheel, bool up)
 // One winding's current is turned round from step to step.
 void EmuWheelWindings(EmuWheel* wheel, uint32_t lines, bool power)
 {
-    constexpr int32_t No = -1;
-    const int32_t stepOf[16] = {No, No, No, No, No, No, No, No, No, No, 0, 3, No, No, 1, 2};
+    constexpr int32_t no = -1;
+    const int32_t stepOf[16] = {no, no, no, no, no, no, no, no, no, no, 0, 3, no, no, 1, 2};
     const int32_t step = stepOf[lines & 15u];
-    if (!power || step == No) return;
+    if (!power || step == no) return;
     switch ((step - wheel->steps) & 3) {
     case 1: EmuWheelStep(wheel, true); break;
     case 3: EmuWheelStep(wheel, false); break;
