@@ -1,8 +1,8 @@
 /* The headers as a C99 host sees them: this file is compiled with -std=c99 and
  * all warnings, and includes nothing else. */
-#include "qvn_bench.h"
-
 #include "header_c99.h"
+#include "qvn_bench.h"
+#include "qvn_supervisor.h"
 
 #include <stddef.h>
 

@@ -16,6 +16,7 @@ namespace {
 constexpr size_t ExportedFunctions = 123;
 constexpr char Library[] = QVN_BINARY_DIR "/libqvn.so";
 constexpr char Workbench[] = QVN_BINARY_DIR "/libqvn_bench.so";
+constexpr char Supervisor[] = QVN_BINARY_DIR "/libqvn_supervisor.so";
 
 std::set<std::string> ListedTexts()
 {
@@ -41,9 +42,9 @@ std::string WithoutComments(std::string text)
 }
 
 // Every declaration of a header, on one line and without its semicolon.
-std::set<std::string> DeclaredTexts(const std::string& header)
+std::set<std::string> DeclaredTexts(const std::string& header, const std::string& api = "QVN_API")
 {
-    const std::string mark = "\nQVN_API ";
+    const std::string mark = "\n" + api + " ";
     const std::string code = WithoutComments(SourceText(header));
     std::set<std::string> texts;
     for (size_t i = code.find(mark); i != std::string::npos; i = code.find(mark, i + 1)) {
@@ -53,10 +54,10 @@ std::set<std::string> DeclaredTexts(const std::string& header)
     return texts;
 }
 
-std::set<std::string> DeclaredNames(const std::string& header)
+std::set<std::string> DeclaredNames(const std::string& header, const std::string& api = "QVN_API")
 {
     std::set<std::string> names;
-    for (const std::string& text : DeclaredTexts(header)) {
+    for (const std::string& text : DeclaredTexts(header, api)) {
         const size_t open = text.find('(');
         const size_t name = text.find_last_of(" *", open) + 1;
         names.insert(text.substr(name, open - name));
@@ -99,17 +100,27 @@ TEST(Exports, WorkbenchExportsTheLibraryAndItsOwnHeader)
     EXPECT_EQ(SymbolsOf(Workbench), names);
 }
 
+TEST(Exports, SupervisorExportsItsHeaderAndNothingElse)
+{
+    const std::set<std::string> names = DeclaredNames("include/qvn_supervisor.h", "QVNS_API");
+    ASSERT_FALSE(names.empty());
+    for (const std::string& name : names) EXPECT_EQ(name.rfind("qvns_", 0), 0u) << name;
+    EXPECT_EQ(SymbolsOf(Supervisor), names);
+}
+
 TEST(Exports, LibraryIsKnownByItsMajorVersion)
 {
     const std::string dynamic = OutputOf(QVN_READELF " -d " + std::string(Library));
     EXPECT_NE(dynamic.find("soname: [libqvn.so.7]"), std::string::npos) << dynamic;
     const std::string bench = OutputOf(QVN_READELF " -d " + std::string(Workbench));
     EXPECT_NE(bench.find("soname: [libqvn_bench.so.7]"), std::string::npos) << bench;
+    const std::string supervisor = OutputOf(QVN_READELF " -d " + std::string(Supervisor));
+    EXPECT_NE(supervisor.find("soname: [libqvn_supervisor.so.7]"), std::string::npos) << supervisor;
 }
 
 TEST(Exports, LibraryStaysLoadedWhileItsTimerMayRun)
 {
-    for (const std::string library : {Library, Workbench}) {
+    for (const std::string library : {Library, Workbench, Supervisor}) {
         const std::string dynamic = OutputOf(QVN_READELF " -d " + library);
         EXPECT_NE(dynamic.find("NODELETE"), std::string::npos) << dynamic;
     }
@@ -121,7 +132,7 @@ void ExpectComments(const std::string& header)
     std::string before;
     bool inside = false; // a declaration that goes over several lines
     for (std::string line; std::getline(lines, line);) {
-        const bool begins = line.rfind("QVN_API", 0) == 0;
+        const bool begins = line.rfind("QVN_API", 0) == 0 || line.rfind("QVNS_API", 0) == 0;
         if (begins) {
             const bool commented = before.size() >= 2 && before.substr(before.size() - 2) == "*/";
             const bool grouped = !before.empty() && before.back() == ';';
@@ -137,6 +148,7 @@ TEST(Exports, NoDeclarationStandsWithoutAComment)
 {
     ExpectComments("include/qvn.h");
     ExpectComments("include/qvn_bench.h");
+    ExpectComments("include/qvn_supervisor.h");
 }
 
 TEST(Exports, RecordsLieTheSameInCAndCpp)

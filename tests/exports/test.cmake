@@ -1,4 +1,4 @@
-# Looks at libqvn.so and libqvn_bench.so from outside, as a host does: nothing of
+# Looks at libqvn.so, libqvn_bench.so and libqvn_supervisor.so from outside, as a host does: nothing of
 # the library is linked in.
 add_library(exports_header_c OBJECT ${PROJECT_SOURCE_DIR}/tests/exports/header_c99.c)
 set_target_properties(exports_header_c PROPERTIES C_STANDARD 99 C_EXTENSIONS OFF)
@@ -17,5 +17,5 @@ target_link_libraries(test_exports PRIVATE qvn_options exports_header_c exports_
 target_compile_definitions(test_exports PRIVATE
   QVN_SOURCE_DIR="${PROJECT_SOURCE_DIR}" QVN_BINARY_DIR="${PROJECT_BINARY_DIR}"
   QVN_NM="${CMAKE_NM}" QVN_READELF="${CMAKE_READELF}")
-add_dependencies(test_exports qvn qvn_bench)
+add_dependencies(test_exports qvn qvn_bench qvn_supervisor)
 gtest_discover_tests(test_exports DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300)
