@@ -18,6 +18,8 @@ its binding tells apart, calls each function once with arguments that have an ef
 be one, and watches the seam to the system and all that the library keeps. A test compares the page
 with what was seen. After a change:
 
+<!-- not run: writes to the tree -->
+
     QVN_WRITE_DOCS=1 build/test_platforms
 
 | Mark | The call |
