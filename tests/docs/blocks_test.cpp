@@ -116,7 +116,7 @@ struct CodeOf : testing::TestWithParam<std::string> {
 
 TEST_P(CodeOf, RunsOrSaysWhyNot)
 {
-    const bool python = std::system("/usr/bin/python3 -c 'import numpy' 2>/dev/null") == 0;
+    const bool python = std::system("/usr/bin/python3 -c 'import numpy, astropy' 2>/dev/null") == 0;
     for (const CodeBlock& block : CodeBlocks(TreeLines(GetParam()))) {
         const std::string place = GetParam() + ':' + std::to_string(block.line);
         if (!block.why.empty()) {
