@@ -68,15 +68,6 @@ std::string BusName(const testing::TestParamInfo<VirtualSetup>& info)
            std::to_string(info.param.interfaceType) + "_" + std::to_string(info.index);
 }
 
-} // namespace
-
-void PrintTo(const VirtualSetup& setup, std::ostream* out)
-{
-    *out << setup.platform;
-}
-
-namespace {
-
 std::string UsbName(const testing::TestParamInfo<UsbSetup>& info)
 {
     return std::to_string(info.param.platform);

@@ -106,6 +106,11 @@ std::string Text(const VirtualFrame& frame)
 
 } // namespace
 
+void PrintTo(const VirtualSetup& setup, std::ostream* out)
+{
+    *out << setup.platform << " with " << setup.sensor;
+}
+
 void VirtualCameraTest::SetUp()
 {
     ResetLibrary();

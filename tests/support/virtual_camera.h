@@ -40,6 +40,8 @@ struct VirtualSetup {
     uint32_t (*scene)(uint32_t column, uint32_t row) = SmallScene;
 };
 
+void PrintTo(const VirtualSetup& setup, std::ostream* out); // for parametrized tests
+
 struct VirtualFrame {
     ReadRule rule;
     Strobe strobe;
