@@ -195,10 +195,14 @@ bool IsUnderWay(const Frame& frame)
     return frame.state >= QVNS_FRAME_QUEUED && frame.state < QVNS_FRAME_READY;
 }
 
-// Behind a fault it waits for the recovery, where there will be one.
+// Behind a fault it waits for the recovery, where there will be one; and in the queue, where it
+// can be broken off and temperatures go on, for cameras that read with another binning.
 bool IsFrameDue(const Slot& slot)
 {
-    if (slot.state == QVNS_CAMERA_OPEN) return true;
+    if (slot.state == QVNS_CAMERA_OPEN) {
+        const Geometry wanted = WantedGeometry(slot, slot.frame.request);
+        return MayHoldBinning(slot, wanted.hbin, wanted.vbin);
+    }
     return slot.state == QVNS_CAMERA_FAULT && slot.open.AutoRecover == 0;
 }
 

@@ -53,10 +53,15 @@ void ReleaseShared(Slot* slot)
     Seam.Signal();
 }
 
+bool MayHoldBinning(const Slot& slot, int32_t hbin, int32_t vbin)
+{
+    return !SharesBinning(slot) || !IsHeldByOthers(&slot) || IsBinning(hbin, vbin);
+}
+
 bool HoldBinning(Slot* slot, int32_t hbin, int32_t vbin)
 {
     if (!SharesBinning(*slot)) return false;
-    while (IsHeldByOthers(slot) && !IsBinning(hbin, vbin)) AwaitSignal();
+    while (!MayHoldBinning(*slot, hbin, vbin)) AwaitSignal();
     slot->holdsBinning = true;
     if (IsBinning(hbin, vbin)) return false;
     Binning.changing = true;

@@ -12,5 +12,6 @@ void ReleaseShared(Slot* slot); // if the camera has it
 // Waits until no other camera reads with another binning, and keeps it so until LeaveBinning.
 // True if the library has to be told this binning.
 bool HoldBinning(Slot* slot, int32_t hbin, int32_t vbin);
-void NoteBinning(const Slot& slot, int32_t hbin, int32_t vbin); // the library has been told
+bool MayHoldBinning(const Slot& slot, int32_t hbin, int32_t vbin); // without a wait
+void NoteBinning(const Slot& slot, int32_t hbin, int32_t vbin);    // the library has been told
 void LeaveBinning(Slot* slot);

@@ -72,8 +72,11 @@ int32_t qvns_start(const QvnsStart* start)
     qvns_init_start(&wanted);
     if (start != nullptr) wanted = *start;
     if (wanted.Mode != QVNS_THREADS && wanted.Mode != QVNS_CALLER) return QVNS_ERROR_ARGUMENT;
+    Seam.Lock();
+    const bool left = ThreadsRunning() > 0;
+    Seam.Unlock();
     // A worker that was left behind would go on with the new layer's cameras.
-    if (Started || ThreadsRunning() > 0) return QVNS_ERROR_BUSY;
+    if (Started || left) return QVNS_ERROR_BUSY;
     if (!FillLibrary(wanted.Find, wanted.Context)) return QVNS_ERROR_LIBRARY;
     if (wanted.Mode == QVNS_THREADS) {
         UseThreads(wanted.Seconds);

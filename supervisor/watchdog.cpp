@@ -69,11 +69,12 @@ void WatchAll()
 
 void WatchThread(int32_t)
 {
+    const auto unlock = Seam.Unlock; // a new start may fill the seam behind ThreadEnds
     Seam.Lock();
     while (!Ending) {
         WatchAll();
         Seam.Wait(Seam.NowUs() + LookEveryUs);
     }
     ThreadEnds();
-    Seam.Unlock();
+    unlock();
 }

@@ -7,6 +7,7 @@
 #include "supervisor/opening.h"
 #include "supervisor/queue.h"
 #include "supervisor/settings.h"
+#include "supervisor/shared.h"
 #include "supervisor/work.h"
 
 namespace {
@@ -19,6 +20,12 @@ constexpr JobFunction JobFunctions[JobKinds] = {
     RunOpen, RunClose, RunRecover, RunBinning,     RunGain,
     RunFan,  RunClear, RunFilter,  RunFindFilters, RunHost,
 };
+
+// A binning that others read against waits in the queue.
+bool IsJobDue(const Slot& slot, const Job& job)
+{
+    return job.kind != JobBinning || MayHoldBinning(slot, job.first, job.second);
+}
 
 bool MayRun(const Slot& slot, JobKind kind)
 {
@@ -80,7 +87,7 @@ bool StepOnce(Slot* slot, uint64_t* dueUs)
         BeginFrame(slot);
         return true;
     }
-    if (job == nullptr) return false;
+    if (job == nullptr || !IsJobDue(*slot, *job)) return false;
     RunJob(slot, job);
     return true;
 }
@@ -88,6 +95,7 @@ bool StepOnce(Slot* slot, uint64_t* dueUs)
 void WorkerThread(int32_t camera)
 {
     Slot* const slot = FindSlot(camera);
+    const auto unlock = Seam.Unlock; // a new start may fill the seam behind ThreadEnds
     Seam.Lock();
     while (!Ending) {
         uint64_t due = Never;
@@ -96,7 +104,7 @@ void WorkerThread(int32_t camera)
     if (slot->state == QVNS_CAMERA_LOST) CloseLost(slot);
     slot->hasWorker = false;
     ThreadEnds();
-    Seam.Unlock();
+    unlock();
 }
 
 } // namespace

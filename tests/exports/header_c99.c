@@ -1,8 +1,9 @@
 /* The headers as a C99 host sees them: this file is compiled with -std=c99 and
  * all warnings, and includes nothing else. */
-#include "header_c99.h"
 #include "qvn_bench.h"
 #include "qvn_supervisor.h"
+
+#include "header_c99.h"
 
 #include <stddef.h>
 

@@ -55,10 +55,10 @@ double SteadySeconds()
     return std::chrono::duration<double>(now).count();
 }
 
-// A thousand times as fast: limits of a minute pass in a moment.
+// Fifty times as fast: a limit of a minute passes in a second, and a busy machine is no hang.
 double FastSeconds()
 {
-    return 1000.0 * SteadySeconds();
+    return 50.0 * SteadySeconds();
 }
 
 class Threads : public testing::Test {
@@ -268,7 +268,7 @@ TEST_F(Threads, StopWithALostCameraComesBack)
     Open(1);
     standing = true;
     EXPECT_EQ(qvns_set_filter(0, 1, 0.0), QVNS_ERROR_LOST);
-    EXPECT_EQ(qvns_stop(2000.0), QVNS_ERROR_LOST);
+    EXPECT_EQ(qvns_stop(50.0), QVNS_ERROR_LOST);
     EXPECT_EQ(QV_IsOn(1), 0);
     EXPECT_EQ(qvns_start(nullptr), QVNS_ERROR_BUSY);
     standing = false;
