@@ -195,8 +195,9 @@ QVNS_API void qvns_init_open(QvnsOpen* open);
 /*
  * Opens a camera and returns when that is done or has failed.
  * Results: 0; QV_ERROR_... of QV_Open, also 8, 16, 22 and 23, with which the camera is closed
- * again; QVNS_ERROR_ARGUMENT, _ALREADY_OPEN, _NO_MEMORY, _NO_THREAD, _LIBRARY; _LOST: the open does
- * not come back. If it does later, the camera is closed, and can be opened again.
+ * again; QVNS_ERROR_ARGUMENT, _ALREADY_OPEN, _NO_THREAD; _TIME: QvnsOpen.Limit is over; _LOST: the
+ * open does not come back. If it does so behind either, the camera is closed, and can be opened
+ * again.
  */
 QVNS_API int32_t qvns_open(int32_t camera, const QvnsOpen* open);
 
