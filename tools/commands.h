@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "tools/cooling.h"
-#include "tools/image_files.h"
+#include "tools/outputs.h"
 #include "tools/picture.h"
 #include "tools/session.h"
 #include "tools/watch.h"
@@ -32,14 +32,31 @@ struct ExposeRequest {
     double seconds = 1.0;
     PictureRequest picture;
     int32_t frames = 1;
-    bool cool = false;
     CoolingRequest cooling;
-    bool keepCooling = false;
-    std::string output = "frame.fits";
-    ImageFormat format = ImageFormat::Unknown; // Unknown: by the name's ending
-    std::string preview;                       // empty: none
-    bool overwrite = false;
+    FrameFiles files;
     bool keepBroken = false;
+};
+
+// A series: of windows, or, with shifts, of exposures side by side in one frame.
+struct KineticsRequest {
+    CameraRequest camera;
+    bool light = true;
+    double seconds = 0.1;
+    int32_t frames = 10;
+    PictureRequest picture;
+    int32_t shifts = 0; // 0: a series of windows
+    int32_t lines = 0;  // of a shift
+    double interval = 0.0;
+    CoolingRequest cooling;
+    FrameFiles files;
+};
+
+struct ArrayRequest {
+    CameraRequest camera;
+    bool light = true;
+    std::vector<double> seconds = {1.0}; // one for all heads, or one each
+    bool oneFile = false;
+    FrameFiles files;
 };
 
 struct WheelRequest {
@@ -79,6 +96,8 @@ int RunInit(const InitRequest& request);
 int RunList(const ListRequest& request);
 int RunInfo(const InfoRequest& request);
 int RunExpose(const ExposeRequest& request);
+int RunKinetics(const KineticsRequest& request);
+int RunArray(const ArrayRequest& request);
 int RunTemperature(const WatchRequest& request);
 int RunMonitor(const WatchRequest& request);
 int RunWheel(const WheelRequest& request);

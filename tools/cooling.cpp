@@ -84,3 +84,20 @@ CoolingResult WaitUntilCold(const Session& session, const CoolingRequest& reques
     ProgressEnd();
     return CoolingResult::Reached;
 }
+
+bool CoolDown(Session* session, const CoolingRequest& request, int* exitCode)
+{
+    if (!request.wanted) return true;
+    if (BreakRequested()) {
+        *exitCode = ExitBroken;
+        return false;
+    }
+    StartCooling(session, request.target);
+    switch (WaitUntilCold(*session, request)) {
+    case CoolingResult::Reached: return true;
+    case CoolingResult::Broken: *exitCode = ExitBroken; return false;
+    case CoolingResult::Failed: break;
+    }
+    *exitCode = ExitFailed;
+    return false;
+}

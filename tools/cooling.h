@@ -5,9 +5,11 @@
 #include "tools/session.h"
 
 struct CoolingRequest {
+    bool wanted = false;
     double target = 0.0;       // Celsius
     double tolerance = 0.5;    // degrees
     double waitLimit = 1800.0; // seconds
+    bool keep = false;         // the cooler stays on at the end, at its last drive
 };
 
 struct TemperatureReading {
@@ -34,3 +36,7 @@ CoolingResult WaitUntilCold(const Session& session, const CoolingRequest& reques
 // Whether the background still reads the temperature; it ends for good at the first
 // reading that fails. Says why if not.
 bool RegulationLives(const Session& session);
+
+// Cools as the request wants it, and waits. When it returns false it has said why, and
+// `exitCode` is that of the program.
+bool CoolDown(Session* session, const CoolingRequest& request, int* exitCode);

@@ -2,105 +2,15 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <filesystem>
-#include <set>
+#include <numeric>
 
 #include "tools/breaker.h"
 #include "tools/commands.h"
-#include "tools/output_names.h"
 #include "tools/progress.h"
 #include "tools/report.h"
-#include "tools/safe_file.h"
 #include "tools/text.h"
 
 namespace {
-
-// cfitsio takes 1024 characters, and is given a few more.
-constexpr size_t LongestFitsPath = 1000;
-
-ImageFormat ChosenFormat(const ExposeRequest& request)
-{
-    return request.format != ImageFormat::Unknown ? request.format : FormatOfFile(request.output);
-}
-
-bool NameIsPossible(const char* argument, const std::string& pattern, const ExposeRequest& request)
-{
-    const std::string doing = Text("checking %s", argument);
-    if (!PatternIsPlain(pattern)) {
-        Complain(doing, Text("%s: only one counter such as %%04d is possible", pattern.c_str()),
-                 "frame_%04d.fits");
-        return false;
-    }
-    for (int32_t number = 1; number <= request.frames; ++number) {
-        std::string error;
-        std::string advice;
-        const std::string name = OutputName(pattern, number, request.frames);
-        if (OutputIsPossible(name, request.overwrite, &error, &advice)) continue;
-        Complain(doing, error, advice);
-        return false;
-    }
-    return true;
-}
-
-std::string FileName(const std::string& pattern, int32_t number, const ExposeRequest& request)
-{
-    return std::filesystem::path(OutputName(pattern, number, request.frames)).filename().string();
-}
-
-// Whether no frame and no preview of the series are one file. A series stays in one folder.
-bool NamesDiffer(const ExposeRequest& request)
-{
-    if (WholeFolder(request.output) != WholeFolder(request.preview)) return true;
-    std::set<std::string> outputs;
-    for (int32_t number = 1; number <= request.frames; ++number) {
-        outputs.insert(FileName(request.output, number, request));
-    }
-    for (int32_t number = 1; number <= request.frames; ++number) {
-        const std::string preview = FileName(request.preview, number, request);
-        if (outputs.count(preview) == 0) continue;
-        Complain("checking --preview", Text("%s is a file of --output too", preview.c_str()),
-                 "another name");
-        return false;
-    }
-    return true;
-}
-
-// Everything about the outputs that can be wrong shows before the camera is touched.
-bool OutputsArePossible(const ExposeRequest& request)
-{
-    if (ChosenFormat(request) == ImageFormat::Unknown) {
-        Complain("checking --output",
-                 Text("%s: the ending tells no format", request.output.c_str()),
-                 "the ending .fits, .png, .tiff or .raw, or --format");
-        return false;
-    }
-    if (!NameIsPossible("--output", request.output, request)) return false;
-    if (ChosenFormat(request) == ImageFormat::Fits && request.output.size() > LongestFitsPath) {
-        Complain("checking --output",
-                 Text("a FITS file's path has %zu characters at most", LongestFitsPath),
-                 "a shorter path, or another --format");
-        return false;
-    }
-    if (request.preview.empty()) return true;
-    return NameIsPossible("--preview", request.preview, request) && NamesDiffer(request);
-}
-
-bool Cool(Session* session, const ExposeRequest& request, int* exitCode)
-{
-    if (!request.cool) return true;
-    if (BreakRequested()) {
-        *exitCode = ExitBroken;
-        return false;
-    }
-    StartCooling(session, request.cooling.target);
-    switch (WaitUntilCold(*session, request.cooling)) {
-    case CoolingResult::Reached: return true;
-    case CoolingResult::Broken: *exitCode = ExitBroken; return false;
-    case CoolingResult::Failed: break;
-    }
-    *exitCode = ExitFailed;
-    return false;
-}
 
 // What a frame's file tells, as it is at this moment.
 void NoteStart(const Session& session, const ExposeRequest& request, FrameRecord* frame)
@@ -108,7 +18,7 @@ void NoteStart(const Session& session, const ExposeRequest& request, FrameRecord
     frame->light = request.light;
     frame->requestedSeconds = request.seconds;
     frame->exposedSeconds = request.seconds;
-    frame->cooling = request.cool;
+    frame->cooling = request.cooling.wanted;
     frame->targetCelsius = request.cooling.target;
     NoteCamera(session, frame);
     // The simulated camera counts the window's origin in unbinned pixels.
@@ -163,26 +73,6 @@ bool FetchInternal(const Session& session, FrameRecord* frame)
     return true;
 }
 
-bool SaveOutputs(const FrameRecord& frame, const ExposeRequest& request, int32_t number)
-{
-    const std::string output = OutputName(request.output, number, request.frames);
-    std::string error;
-    if (!SaveFrame(frame, output, ChosenFormat(request), request.overwrite, &error)) {
-        Complain("writing the frame", error, "free space, or another --output");
-        return false;
-    }
-    Announce(Text("Wrote %s, %d x %d pixels%s", output.c_str(), frame.width, frame.height,
-                  frame.broken ? ", broken off" : ""));
-    if (request.preview.empty()) return true;
-    const std::string preview = OutputName(request.preview, number, request.frames);
-    if (!SavePreview(frame, preview, request.overwrite, &error)) {
-        Complain("writing the preview", error, "free space, or another --preview");
-        return false;
-    }
-    Announce(Text("Wrote %s, a preview", preview.c_str()));
-    return true;
-}
-
 // The exit code so far; ExitDone: go on.
 int TakeFrame(const Session& session, const ExposeRequest& request, int32_t number,
               const FrameGeometry& geometry)
@@ -208,7 +98,8 @@ int TakeFrame(const Session& session, const ExposeRequest& request, int32_t numb
                      frame.exposedSeconds, frame.requestedSeconds);
         return ExitBroken;
     }
-    return SaveOutputs(frame, request, number) ? ExitDone : ExitFailed;
+    const auto count = static_cast<size_t>(request.frames);
+    return SaveFrameFiles(frame, request.files, number, count) ? ExitDone : ExitFailed;
 }
 
 int TakeFrames(Session* session, const ExposeRequest& request)
@@ -216,10 +107,10 @@ int TakeFrames(Session* session, const ExposeRequest& request)
     FrameGeometry geometry;
     if (!PreparePicture(*session, request.picture, &geometry)) return ExitFailed;
     int exitCode = ExitDone;
-    if (!Cool(session, request, &exitCode)) return exitCode;
+    if (!CoolDown(session, request.cooling, &exitCode)) return exitCode;
     for (int32_t number = 1; number <= request.frames; ++number) {
         if (BreakRequested()) return ExitBroken;
-        if (request.cool && !RegulationLives(*session)) return ExitFailed;
+        if (request.cooling.wanted && !RegulationLives(*session)) return ExitFailed;
         exitCode = TakeFrame(*session, request, number, geometry);
         if (exitCode != ExitDone) return exitCode;
     }
@@ -230,11 +121,13 @@ int TakeFrames(Session* session, const ExposeRequest& request)
 
 int RunExpose(const ExposeRequest& request)
 {
-    if (!OutputsArePossible(request)) return ExitFailed;
+    std::vector<int32_t> numbers(static_cast<size_t>(request.frames));
+    std::iota(numbers.begin(), numbers.end(), 1);
+    if (!FrameFilesAreFine(request.files, numbers)) return ExitFailed;
     Session session;
-    if (!OpenSession(request.camera, request.cool ? QV_OPTION_REGULATION : 0, &session)) {
+    if (!OpenSession(request.camera, request.cooling.wanted ? QV_OPTION_REGULATION : 0, &session)) {
         return BreakRequested() ? ExitBroken : ExitFailed;
     }
-    const SessionCloser closer = {session, request.keepCooling};
+    const SessionCloser closer = {session, request.cooling.keep};
     return TakeFrames(&session, request);
 }

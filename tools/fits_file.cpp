@@ -104,6 +104,18 @@ void WriteCamera(FitsWriter* writer, const FrameRecord& frame)
     WriteWord(writer, "DETECTOR", frame.sensor, "sensor");
 }
 
+void WriteNotes(FitsWriter* writer, const FrameRecord& frame)
+{
+    for (const FrameNote& note : frame.notes) {
+        if (note.isCount) {
+            const auto count = static_cast<int32_t>(note.value);
+            WriteWhole(writer, note.key.c_str(), count, note.comment.c_str());
+        } else {
+            WriteNumber(writer, note.key.c_str(), note.value, note.comment.c_str());
+        }
+    }
+}
+
 void WriteGeometry(FitsWriter* writer, const FrameRecord& frame)
 {
     WriteWhole(writer, "XBINNING", frame.horBinning, "pixels binned along a row");
@@ -120,20 +132,36 @@ void WriteGeometry(FitsWriter* writer, const FrameRecord& frame)
     WriteWord(writer, "SWCREATE", CreatorText(), "written by");
 }
 
+void WritePicture(FitsWriter* writer, const FrameRecord& frame, bool asExtension)
+{
+    std::vector<int32_t> axes = {frame.width, frame.height};
+    if (frame.planes > 0) axes.push_back(frame.planes);
+    BeginFitsHeader(&writer->header, asExtension, axes);
+    if (!frame.name.empty()) WriteWord(writer, "EXTNAME", frame.name, nullptr);
+    WriteExposure(writer, frame);
+    WriteNotes(writer, frame);
+    WriteCamera(writer, frame);
+    WriteGeometry(writer, frame);
+    WriteDate(writer);
+    WriteHeader(writer);
+    WritePixels(writer, frame.pixels.data(), PixelCount(frame));
+}
+
 } // namespace
 
-bool WriteFits(const FrameRecord& frame, const std::string& path, std::string* error)
+bool WriteFits(std::span<const FrameRecord> frames, bool asExtensions, const std::string& path,
+               std::string* error)
 {
     FitsWriter writer;
     writer.file = open(path.c_str(), O_CREAT | O_TRUNC | O_WRONLY | O_CLOEXEC, 0666);
     writer.failed = writer.file < 0;
-    BeginFitsHeader(&writer.header, false, {frame.width, frame.height});
-    WriteExposure(&writer, frame);
-    WriteCamera(&writer, frame);
-    WriteGeometry(&writer, frame);
-    WriteDate(&writer);
-    WriteHeader(&writer);
-    WritePixels(&writer, frame.pixels.data(), PixelCount(frame));
+    if (asExtensions) {
+        BeginFitsHeader(&writer.header, false, {});
+        WriteWord(&writer, "SWCREATE", CreatorText(), "written by");
+        WriteDate(&writer);
+        WriteHeader(&writer);
+    }
+    for (const FrameRecord& frame : frames) WritePicture(&writer, frame, asExtensions);
     const int failure = writer.failed ? errno : 0;
     if (writer.file >= 0 && close(writer.file) != 0 && failure == 0) {
         *error = std::strerror(errno);

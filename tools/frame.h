@@ -6,8 +6,17 @@
 #include <string>
 #include <vector>
 
+// A keyword of its own kind.
+struct FrameNote {
+    std::string key;
+    double value;
+    bool isCount;
+    std::string comment;
+};
+
 struct FrameRecord {
     int32_t width = 0, height = 0;
+    int32_t planes = 0;           // of a series, one behind the other; 0: a frame by itself
     std::vector<uint16_t> pixels; // row after row, the first row read comes first;
                                   // perhaps more than the picture has
 
@@ -27,9 +36,13 @@ struct FrameRecord {
     double pixelWidthUm = 0.0, pixelHeightUm = 0.0; // unbinned; 0: not known
     int32_t gain = 0;                               // index
     std::string platform, sensor;
+    std::vector<FrameNote> notes;
+    std::string name; // of an extension; empty: none
 };
 
 inline size_t PixelCount(const FrameRecord& frame)
 {
-    return static_cast<size_t>(frame.width) * static_cast<size_t>(frame.height);
+    const int32_t planes = frame.planes > 0 ? frame.planes : 1;
+    return static_cast<size_t>(frame.width) * static_cast<size_t>(frame.height) *
+           static_cast<size_t>(planes);
 }

@@ -29,6 +29,15 @@ bool SaveRaw(const FrameRecord& frame, const std::string& path, bool overwrite, 
     return WriteWholeFile(path, bytes.data(), bytes.size(), overwrite, error);
 }
 
+// Puts what has grown in its place, or takes it away.
+bool EndSave(bool written, const std::string& path, bool overwrite, std::string* error)
+{
+    if (written) return CommitFile(path, overwrite, error);
+    *error = path + ": " + *error;
+    DiscardFile(path);
+    return false;
+}
+
 PngPicture AsPng(const FrameRecord& frame)
 {
     return {frame.width, frame.height, 1, 16, frame.pixels.data(), DescribeFrame(frame)};
@@ -57,13 +66,18 @@ bool SaveFrame(const FrameRecord& frame, const std::string& path, ImageFormat fo
     const std::string temporary = BeginFile(path, overwrite, error);
     if (temporary.empty()) return false;
     bool written = false;
-    if (format == ImageFormat::Fits) written = WriteFits(frame, temporary, error);
+    if (format == ImageFormat::Fits) written = WriteFits({&frame, 1}, false, temporary, error);
     if (format == ImageFormat::Png) written = WritePng(AsPng(frame), temporary, error);
     if (format == ImageFormat::Tiff) written = WriteTiff(frame, temporary, error);
-    if (written) return CommitFile(path, overwrite, error);
-    *error = path + ": " + *error;
-    DiscardFile(path);
-    return false;
+    return EndSave(written, path, overwrite, error);
+}
+
+bool SaveExtensions(std::span<const FrameRecord> frames, const std::string& path, bool overwrite,
+                    std::string* error)
+{
+    const std::string temporary = BeginFile(path, overwrite, error);
+    if (temporary.empty()) return false;
+    return EndSave(WriteFits(frames, true, temporary, error), path, overwrite, error);
 }
 
 const char* KindOfFrame(const FrameRecord& frame)

@@ -1,6 +1,7 @@
 // Frames and pictures as files.
 #pragma once
 #include <cstdint>
+#include <span>
 #include <string>
 
 #include "tools/frame.h"
@@ -15,8 +16,14 @@ ImageFormat FormatOfFile(const std::string& path);
 bool SaveFrame(const FrameRecord& frame, const std::string& path, ImageFormat format,
                bool overwrite, std::string* error);
 
+// Several frames as extensions of one FITS file, the first behind a header without a picture.
+// The same otherwise.
+bool SaveExtensions(std::span<const FrameRecord> frames, const std::string& path, bool overwrite,
+                    std::string* error);
+
 // The formats, each in place of what the file holds.
-bool WriteFits(const FrameRecord& frame, const std::string& path, std::string* error);
+bool WriteFits(std::span<const FrameRecord> frames, bool asExtensions, const std::string& path,
+               std::string* error);
 bool WriteTiff(const FrameRecord& frame, const std::string& path, std::string* error);
 
 struct PngPicture {
@@ -39,6 +46,7 @@ std::string DescribeFrame(const FrameRecord& frame);
 std::string CreatorText();
 
 // An 8-bit picture for looking at: shrunk by averaging to at most 1024 pixels a
-// side, from the darkest half percent to the brightest, by square root.
+// side, from the darkest half percent to the brightest, by square root. The frames of a series
+// stand side by side.
 bool SavePreview(const FrameRecord& frame, const std::string& path, bool overwrite,
                  std::string* error);

@@ -9,6 +9,7 @@
 #include "tools/breaker.h"
 #include "tools/commands.h"
 #include "tools/device_arguments.h"
+#include "tools/frame_arguments.h"
 #include "tools/report.h"
 #include "tools/text.h"
 #include "tools/wave.h"
@@ -22,6 +23,8 @@ struct Requests {
     ListRequest list;
     InfoRequest info;
     ExposeRequest expose;
+    KineticsRequest kinetics;
+    ArrayRequest array;
     WatchRequest temperature, monitor;
     WheelRequest wheel;
     RegistersRequest registers;
@@ -55,107 +58,6 @@ void AddInfo(CLI::App* app, InfoRequest* request)
 {
     auto* command = app->add_subcommand("info", "Opens a camera and shows what it reports");
     command->add_flag("--json", request->json, "As JSON");
-    AddCameraOptions(command, &request->camera);
-}
-
-void AddExposure(CLI::App* command, ExposeRequest* request)
-{
-    const char* group = "Exposure";
-    auto* light =
-        command->add_flag("--light")->description("A light frame, the default")->group(group);
-    command
-        ->add_flag_callback(
-            "--dark", [request] { request->light = false; }, "A dark frame, the shutter closed")
-        ->excludes(light)
-        ->group(group);
-    command->add_option("--seconds", request->seconds, "Exposure, default 1")
-        ->type_name("S")
-        ->check(Between(0.0, LongestExposure))
-        ->group(group);
-    command->add_option("--frames", request->frames, "Number of frames")
-        ->type_name("N")
-        ->check(Between(1, 99999))
-        ->group(group);
-    AddPictureOptions(
-        command,
-        "Part of the picture, all four in binned pixels. Odd widths lose a pixel. The "
-        "simulated camera takes X and Y as unbinned",
-        {group, &request->picture.window, &request->picture.horBinning,
-         &request->picture.verBinning});
-    AddGainOption(command, group, &request->picture.gain);
-}
-
-void AddCooling(CLI::App* command, ExposeRequest* request)
-{
-    const char* group = "Cooling";
-    auto* cool = command
-                     ->add_option_function<double>(
-                         "--cool",
-                         [request](double celsius) {
-                             request->cool = true;
-                             request->cooling.target = celsius;
-                         },
-                         "Cools to this temperature in Celsius and waits until it is steady")
-                     ->type_name("CELSIUS")
-                     ->check(Between(-200.0, 100.0))
-                     ->group(group);
-    command->add_option("--tolerance", request->cooling.tolerance, "Degrees, default 0.5")
-        ->type_name("DEGREES")
-        ->check(Between(0.0, 100.0))
-        ->needs(cool)
-        ->group(group);
-    command->add_option("--wait-limit", request->cooling.waitLimit, "Seconds, default 1800")
-        ->type_name("S")
-        ->check(Between(0.0, 1e6))
-        ->needs(cool)
-        ->group(group);
-    command
-        ->add_flag("--keep-cooling", request->keepCooling,
-                   "Leaves the cooler on at the end, at its last drive; nobody regulates it then")
-        ->needs(cool)
-        ->group(group);
-}
-
-void AddOutput(CLI::App* command, ExposeRequest* request)
-{
-    const char* group = "Output";
-    command
-        ->add_option("--output", request->output,
-                     "File, default frame.fits. For several frames %04d is the place of the "
-                     "number, else _0001 and so on is added")
-        ->type_name("FILE")
-        ->check(NotEmpty())
-        ->group(group);
-    command
-        ->add_option_function<std::string>(
-            "--format",
-            [request](const std::string& text) {
-                request->format = FormatByName(text);
-                if (request->format == ImageFormat::Unknown) {
-                    Refuse("--format", text, "fits, png, tiff or raw");
-                }
-            },
-            "fits, png (16 bits), tiff or raw; default: by the ending of --output")
-        ->type_name("NAME")
-        ->group(group);
-    command->add_option("--preview", request->preview, "An 8-bit PNG beside, stretched for looking")
-        ->type_name("FILE")
-        ->check(NotEmpty())
-        ->group(group);
-    command->add_flag("--overwrite", request->overwrite, "Replaces files that are there")
-        ->group(group);
-    command
-        ->add_flag("--keep-broken", request->keepBroken,
-                   "Also writes a frame that Ctrl-C has cut short")
-        ->group(group);
-}
-
-void AddExpose(CLI::App* app, ExposeRequest* request)
-{
-    auto* command = app->add_subcommand("expose", "Takes frames and writes them to files");
-    AddExposure(command, request);
-    AddCooling(command, request);
-    AddOutput(command, request);
     AddCameraOptions(command, &request->camera);
 }
 
@@ -232,6 +134,7 @@ void JoinWorlds(const CLI::App& app, Requests* requests)
     }
     for (VirtualRequest* world :
          {&requests->list.world, &requests->info.camera.world, &requests->expose.camera.world,
+          &requests->kinetics.camera.world, &requests->array.camera.world,
           &requests->temperature.camera.world, &requests->monitor.camera.world,
           &requests->wheel.camera.world, &requests->registers.camera.world}) {
         *world = Joined(requests->world, *world);
@@ -244,6 +147,8 @@ int Run(const CLI::App& app, const Requests& requests)
     if (app.got_subcommand("list")) return RunList(requests.list);
     if (app.got_subcommand("info")) return RunInfo(requests.info);
     if (app.got_subcommand("expose")) return RunExpose(requests.expose);
+    if (app.got_subcommand("kinetics")) return RunKinetics(requests.kinetics);
+    if (app.got_subcommand("array")) return RunArray(requests.array);
     if (app.got_subcommand("temperature")) return RunTemperature(requests.temperature);
     if (app.got_subcommand("monitor")) return RunMonitor(requests.monitor);
     if (app.got_subcommand("wheel")) return RunWheel(requests.wheel);
@@ -264,6 +169,8 @@ int ParseAndRun(int count, char** arguments)
     AddList(&app, &requests.list);
     AddInfo(&app, &requests.info);
     AddExpose(&app, &requests.expose);
+    AddKinetics(&app, &requests.kinetics);
+    AddArray(&app, &requests.array);
     AddTemperature(&app, &requests.temperature);
     AddMonitor(&app, &requests.monitor);
     AddWheel(&app, &requests.wheel);

@@ -50,7 +50,7 @@ bool PatternIsPlain(const std::string& pattern)
            pattern.find('%', place.begin + place.length) == std::string::npos;
 }
 
-std::string OutputName(const std::string& pattern, int32_t number, int32_t count)
+std::string OutputName(const std::string& pattern, int32_t number, size_t count)
 {
     const CounterPlace place = FindCounter(pattern);
     if (place.begin != std::string::npos) {

@@ -102,14 +102,19 @@ bool MakeRoom(size_t pixels, FrameRecord* frame)
     }
 }
 
+void NoteInstrument(const Session& session, FrameRecord* frame)
+{
+    frame->pixelWidthUm = session.ccd.XpixDim;
+    frame->pixelHeightUm = session.ccd.YpixDim;
+    frame->platform = session.platformName;
+    frame->sensor = session.sensorName;
+    frame->startUtc = UtcNow();
+}
+
 void NoteCamera(const Session& session, FrameRecord* frame)
 {
     frame->hasTemperature = ReadCelsius(session, &frame->celsius) == QV_ERROR_NONE;
     QV_GetBinning(&frame->horBinning, &frame->verBinning, session.camera);
-    frame->pixelWidthUm = session.ccd.XpixDim;
-    frame->pixelHeightUm = session.ccd.YpixDim;
     frame->gain = QV_GetGain(session.camera);
-    frame->platform = session.platformName;
-    frame->sensor = session.sensorName;
-    frame->startUtc = UtcNow();
+    NoteInstrument(session, frame);
 }

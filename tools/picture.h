@@ -28,5 +28,8 @@ bool PreparePicture(const Session& session, const PictureRequest& request, Frame
 // Room for the pixels; complains if there is none.
 bool MakeRoom(size_t pixels, FrameRecord* frame);
 
-// What a frame's file tells of the camera, as it is at this moment: the start is now.
+// What a frame's file tells of the camera's kind; the start is now.
+void NoteInstrument(const Session& session, FrameRecord* frame);
+
+// The same, and how the camera is at this moment.
 void NoteCamera(const Session& session, FrameRecord* frame);

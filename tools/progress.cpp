@@ -84,6 +84,12 @@ void ProgressBegin(const std::string& title, double seconds)
     Show(0, Text("%.1f s", seconds));
 }
 
+void ProgressPart(int32_t percent, const std::string& detail)
+{
+    View.caption = "Running";
+    Show(percent, detail);
+}
+
 void OnExposure(const char* secondsLeft, int32_t /*camera*/)
 {
     const double left =

@@ -7,6 +7,9 @@
 // The next frame: what it is called, and how long it will be exposed.
 void ProgressBegin(const std::string& title, double seconds);
 
+// A part of what has begun, such as a frame of a series.
+void ProgressPart(int32_t percent, const std::string& detail);
+
 // The library's two callbacks.
 void OnExposure(const char* secondsLeft, int32_t camera);
 void OnProgress(const char* text, int32_t percent, int32_t camera);

@@ -16,6 +16,7 @@ namespace {
 
 constexpr size_t LongestLibraryPath = 1023;
 constexpr char DefaultPlatform[] = "1";
+constexpr int32_t ServedArray = 1; // the number of an array whose background is served
 
 bool IsFolder(const std::string& path)
 {
@@ -180,15 +181,34 @@ void CallOpen(const CameraRequest& request, uint32_t options, CameraConfig* conf
         return;
     }
     QV_InitOptions(config, session.camera);
+    if (request.isArray) {
+        uint16_t array[4] = {};
+        for (const int32_t head : request.heads) array[1] |= static_cast<uint16_t>(1 << head);
+        QV_OpenArray(array, session.platform, session.sensor, 0, options | request.options,
+                     session.camera, OnExposure, OnProgress);
+        return;
+    }
     QV_Open(session.platform, session.sensor, request.interfaceAddress,
             InterfaceOf(request, session.platform), attach, session.camera,
             options | request.options, OnExposure, OnProgress);
 }
 
+// With the background service the open of an array under another number never ends.
+bool ServiceIsPossible(const CameraRequest& request, const Session& session)
+{
+    const bool served = (request.options & (QV_OPTION_SERVICE | QV_OPTION_REGULATION)) != 0;
+    if (!request.isArray || !served || session.camera == ServedArray) return true;
+    Complain("checking --options",
+             Text("the background of an array is served as camera %d only", ServedArray),
+             Text("--camera %d, or --options without its lowest two bits", ServedArray));
+    return false;
+}
+
 // Camera number, platform, sensor, and how the camera is set up.
 bool ChooseCodes(const CameraRequest& request, Session* session, CameraConfig* config)
 {
-    session->camera = std::max(request.camera, 0);
+    session->camera = request.camera >= 0 ? request.camera : request.isArray ? ServedArray : 0;
+    session->heads = request.heads;
     return request.configFile.empty() ? ChooseByName(request, session, config)
                                       : LoadConfig(request, session, config);
 }
@@ -226,7 +246,8 @@ bool OpenSession(const CameraRequest& asked, uint32_t options, Session* session)
     CameraConfig config{};
     CameraRequest request = asked;
     const bool chosen = ChooseFolder(request, session) && EnterVirtualWorld(request.world) &&
-                        ChooseVirtualCamera(&request) && ChooseCodes(request, session, &config);
+                        ChooseVirtualCamera(&request) && ChooseCodes(request, session, &config) &&
+                        ServiceIsPossible(request, *session);
     if (!chosen) return false;
 
     BreakerStart();

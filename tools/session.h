@@ -2,6 +2,7 @@
 #pragma once
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "include/qvn.h"
 #include "tools/virtual_world.h"
@@ -19,6 +20,8 @@ struct CameraRequest {
     int32_t interfaceLink = 0;     // decoder on the cable
     int32_t filterWheel = -1;      // kind; -1: as the camera is set up without it
     bool attach = false;           // a camera that runs is not reset
+    bool isArray = false;          // opened as an array of heads
+    std::vector<int32_t> heads;    // its heads; empty: those of the virtual instrument
     VirtualRequest world;
 };
 
@@ -29,8 +32,9 @@ struct Session {
     std::string folder; // where qvn.cfg was sought, for messages
     CcdDefinition ccd{};
     PlatformDefinition electronics{};
-    bool regulated = false; // the library reads the temperature by itself
-    bool cooling = false;   // this program switched the cooler on
+    bool regulated = false;     // the library reads the temperature by itself
+    bool cooling = false;       // this program switched the cooler on
+    std::vector<int32_t> heads; // of an array
 };
 
 // Opens with `options` added to those of the request. On failure says why and

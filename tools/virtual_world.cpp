@@ -1,5 +1,7 @@
 #include "tools/virtual_world.h"
 
+#include <numeric>
+
 #include "include/qvn_bench.h"
 #include "tools/report.h"
 #include "tools/safe_file.h"
@@ -95,7 +97,19 @@ bool ChooseVirtualCamera(CameraRequest* request)
                  "`qvn list` with the same --virtual shows them");
         return false;
     }
+    if (request->isArray != (instrument.Heads > 0)) {
+        Complain("choosing the camera",
+                 request->isArray ? "the --virtual instrument is no array"
+                                  : "the --virtual instrument is an array of heads",
+                 request->isArray ? "heads=2 behind its platform, which is 42 or 44"
+                                  : "`qvn array`, or a --virtual without heads=");
+        return false;
+    }
     request->camera = instrument.Camera;
+    if (request->heads.empty()) {
+        request->heads.resize(static_cast<size_t>(instrument.Heads));
+        std::iota(request->heads.begin(), request->heads.end(), 0);
+    }
     if (request->platform.empty()) {
         request->platform = std::to_string(instrument.Platform);
         if (request->sensor.empty()) request->sensor = std::to_string(instrument.Sensor);

@@ -56,24 +56,53 @@ void ReadPngRows(png_structp png, png_infop info, FILE* file, Picture* picture)
 
 } // namespace
 
-Picture ReadFits(const Scratch& scratch, const std::string& name)
+Picture ReadFits(const Scratch& scratch, const std::string& name, int32_t unit)
 {
     Picture picture;
     fitsfile* file = nullptr;
     int status = 0;
-    long axes[2] = {0, 0};
+    int count = 0;
+    long axes[3] = {0, 0, 1};
     fits_open_diskfile(&file, (scratch.path + "/" + name).c_str(), READONLY, &status);
-    fits_get_img_size(file, 2, axes, &status);
+    fits_movabs_hdu(file, unit + 1, nullptr, &status);
+    fits_get_img_dim(file, &count, &status);
+    fits_get_img_size(file, 3, axes, &status);
     if (status != 0) return picture;
     picture.width = static_cast<int32_t>(axes[0]);
     picture.height = static_cast<int32_t>(axes[1]);
-    picture.pixels.resize(static_cast<size_t>(axes[0] * axes[1]));
-    fits_read_img(file, TUSHORT, 1, axes[0] * axes[1], nullptr, picture.pixels.data(), nullptr,
-                  &status);
+    picture.planes = count == 3 ? static_cast<int32_t>(axes[2]) : 0;
+    const long pixels = axes[0] * axes[1] * axes[2];
+    picture.pixels.resize(static_cast<size_t>(pixels));
+    if (pixels > 0) {
+        fits_read_img(file, TUSHORT, 1, pixels, nullptr, picture.pixels.data(), nullptr, &status);
+    }
     if (status != 0) picture.width = 0;
     ReadKeywords(file, &picture);
     fits_close_file(file, &status);
     return picture;
+}
+
+int32_t FitsUnits(const Scratch& scratch, const std::string& name)
+{
+    fitsfile* file = nullptr;
+    int status = 0;
+    int count = 0;
+    fits_open_diskfile(&file, (scratch.path + "/" + name).c_str(), READONLY, &status);
+    fits_get_num_hdus(file, &count, &status);
+    fits_close_file(file, &status);
+    return count;
+}
+
+void WriteFits(const Scratch& scratch, const std::string& name, int32_t width, int32_t height,
+               std::vector<uint16_t> pixels)
+{
+    fitsfile* file = nullptr;
+    int status = 0;
+    long axes[2] = {width, height};
+    fits_create_diskfile(&file, (scratch.path + "/" + name).c_str(), &status);
+    fits_create_img(file, USHORT_IMG, 2, axes, &status);
+    fits_write_img(file, TUSHORT, 1, static_cast<LONGLONG>(pixels.size()), pixels.data(), &status);
+    fits_close_file(file, &status);
 }
 
 Picture ReadPng(const Scratch& scratch, const std::string& name)

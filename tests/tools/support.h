@@ -69,11 +69,17 @@ std::vector<std::string> FilesIn(const Scratch& scratch);
 // A picture that was read back; width 0 when it could not be.
 struct Picture {
     int32_t width = 0, height = 0, bits = 0, channels = 0;
+    int32_t planes = 0; // of a FITS cube
     std::vector<uint16_t> pixels;
     std::map<std::string, std::string> keywords; // of FITS; texts without their quotes
 };
 
-Picture ReadFits(const Scratch& scratch, const std::string& name);
+// `unit` 0 is the first of a FITS file.
+Picture ReadFits(const Scratch& scratch, const std::string& name, int32_t unit = 0);
+int32_t FitsUnits(const Scratch& scratch, const std::string& name);
+// A picture of 16 bits.
+void WriteFits(const Scratch& scratch, const std::string& name, int32_t width, int32_t height,
+               std::vector<uint16_t> pixels);
 Picture ReadPng(const Scratch& scratch, const std::string& name);
 Picture ReadTiff(const Scratch& scratch, const std::string& name);
 std::vector<uint16_t> ReadRaw(const Scratch& scratch, const std::string& name);

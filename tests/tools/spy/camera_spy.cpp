@@ -108,6 +108,15 @@ void QV_FGetCCD(int32_t shutter, double exposure, uint16_t* buffer, int32_t came
     Next(QV_FGetCCD, "QV_FGetCCD")(shutter, exposure, buffer, camera);
 }
 
+// "third": the camera fails in the third frame of a series.
+void QV_Kinetics(int32_t shutter, double exposure, int32_t frames, int32_t x, int32_t y,
+                 int32_t width, int32_t height, uint16_t** buffers, int32_t camera)
+{
+    Next(QV_Kinetics, "QV_Kinetics")(shutter, exposure, Does("third") ? 3 : frames, x, y, width,
+                                     height, buffers, camera);
+    Blind = Does("third");
+}
+
 void QV_FGetWinCCD(int32_t shutter, double exposure, int32_t x, int32_t y, int32_t width,
                    int32_t height, uint16_t* buffer, int32_t camera)
 {
