@@ -708,7 +708,7 @@ QVN_API int32_t QV_MatrixSize(int32_t camera);
  * A series of window frames, as fast as the camera can. Arguments as for QV_GetWinCCD;
  *   frames   number of frames; 0 or less reads nothing
  *   y        counted from the end of the last image area
- *   buffers  one for each frame, width (made even) x height pixels each
+ *   buffers  one for each frame, width (made even) x height pixels; a null one ends the series, 16
  * The sensor is cleared once at most, ahead of the series. Holds the service off. The first error
  * ends the series: 2, and leaves the service held off.
  */
