@@ -15,7 +15,6 @@ using Pixels = std::vector<uint16_t>;
 constexpr int32_t W = ImageColumns, H = ImageRows;
 constexpr int32_t AtOnce = 1, ByInput = 0;
 constexpr uint32_t Service = 0x1, NoShutter = 0x10, KeepClean = 0x8;
-constexpr uint32_t Never = 0xFFFFFFFF;
 
 // Pixels of an image begin behind half of the three dummy lines and four words.
 constexpr int32_t FirstWord = Dummies[0] / 2 * W + 4;

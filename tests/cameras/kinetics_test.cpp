@@ -1,12 +1,11 @@
 // Series of windows on every family of cameras, through the exported functions.
 #include <cstring>
-#include <filesystem>
 
 #include "emulator/bus_camera.h"
 #include "emulator/emulator.h"
 #include "emulator/usb_camera.h"
-#include "tests/support/demo_camera.h"
 #include "tests/support/guarded_pixels.h"
+#include "tests/support/pattern_file.h"
 #include "tests/support/traffic_of.h"
 #include "tests/support/virtual_camera.h"
 #include "tests/support/virtual_usb.h"
@@ -324,13 +323,6 @@ protected:
     {
         VirtualCameraTest::SetUp();
         Announced = 0;
-    }
-    template <typename Act> static bool BuildsAPattern(const Act& act)
-    {
-        const std::string pattern = DemoFolder() + "wave.bin";
-        std::filesystem::remove(pattern);
-        act();
-        return std::filesystem::exists(pattern);
     }
     template <typename Act> static size_t SectionsPlayed(const Act& act)
     {
