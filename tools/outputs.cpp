@@ -11,7 +11,7 @@
 
 namespace {
 
-// cfitsio takes 1024 characters, and is given a few more.
+// cfitsio, by which most readers open such files, takes 1024 characters and adds a few.
 constexpr size_t LongestFitsPath = 1000;
 
 bool NameIsPossible(const char* argument, const std::string& pattern, const FrameFiles& files,
