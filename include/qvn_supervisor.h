@@ -139,8 +139,9 @@ QVNS_API int32_t qvns_start(const QvnsStart* start);
 
 /*
  * Aborts what runs, closes all cameras and ends the threads, within `seconds` (0 or less: 60).
- * QVNS_ERROR_LOST: a worker does not come back. It stays behind, its camera number is not to be
- * used, and the layer cannot be started again.
+ * QVNS_ERROR_LOST: a worker does not come back. The other cameras are closed; it stays behind, its
+ * camera number is not to be used, and the layer cannot be started again until it does come back,
+ * which closes its camera.
  */
 QVNS_API int32_t qvns_stop(double seconds);
 
@@ -179,7 +180,7 @@ typedef struct QvnsOpen {
     CameraConfig Config;
     int32_t Attach;          /* as for QV_Open: 0 resets the camera */
     int32_t AutoRecover;     /* 1: after a failure the worker recovers the camera by itself */
-    double RecoverEvery;     /* seconds between two attempts at that */
+    double RecoverEvery;     /* seconds between two attempts at that, 0.1 or more; 0: 2 */
     double Limit;            /* seconds that the open may take; 0: the usual ones */
     QvnsProgress Progress;   /* as QvnProgressCallback; may be null */
     QvnsCountdown Countdown; /* about three times a second in exposures above 0.5 s; may be null */
@@ -290,7 +291,7 @@ QVNS_API int32_t qvns_state(int32_t camera, QvnsState* state);
 /* ------------------------------------------------------------------------- */
 
 typedef struct QvnsExposure {
-    double Seconds;        /* 0 or more */
+    double Seconds;        /* 0 to 1000000 */
     int32_t Light;         /* 1 light frame, 0 dark frame with the shutter closed */
     int32_t X, Y;          /* window, binned pixels from the first image pixel */
     int32_t Width, Height; /* both 0, and X and Y: the full frame. Else a width of 2 or more, whose
@@ -326,7 +327,9 @@ QVNS_API int32_t qvns_expected(int32_t camera, const QvnsExposure* exposure,
 
 /*
  * Puts an exposure into the queue and returns at once. `frame`, which may be null, takes its
- * number, from 1. A frame that is there and was not fetched is dropped. In CAMERA_FAULT the camera
+ * number, from 1. A frame that is there and was not fetched is dropped, but not with _NO_MEMORY.
+ * If a change of binning ahead in the queue moves the window off the sensor, the frame fails with
+ * QVNS_ERROR_ARGUMENT. In CAMERA_FAULT the camera
  * is recovered first, if QvnsOpen.AutoRecover is 1. Results: 0; QVNS_ERROR_ARGUMENT, also for a
  * window that does not lie on the sensor; _BUSY: one is under way, or is being broken off; _FAULT:
  * without AutoRecover; _NO_MEMORY.
@@ -350,13 +353,13 @@ QVNS_API int32_t qvns_wait(int32_t camera, uint32_t frame, double limit);
 QVNS_API int32_t qvns_finish(int32_t camera);
 
 /*
- * Breaks off: the exposure that runs or waits, in every state, and what waits in the queue, whose
- * callers get QVNS_ERROR_ABORTED. The frame is ABORTED at once, whatever the camera still does. A
- * wait for the trigger and an exposure above 0.5 seconds end within a twentieth of a second, but
- * for light exposures on platforms 22, 23 and 24, whose counter runs down; a clear, a pattern, a
- * short exposure and a readout go on to their end, and what they bring is dropped. Waits up to
- * `seconds` for the worker to be idle; 0 or less: not at all. Results: 0, QVNS_ERROR_TIME. With 0
- * seconds, 0. Callbacks too, with 0 seconds.
+ * Breaks off: the exposure that runs or waits, in every state, and what waits in the queue but
+ * qvns_close, whose callers get QVNS_ERROR_ABORTED. The frame is ABORTED at once, whatever the
+ * camera still does. A wait for the trigger and an exposure above 0.5 seconds end within a
+ * twentieth of a second, but for light exposures on platforms 22, 23 and 24, whose counter runs
+ * down; a clear, a pattern, a short exposure and a readout go on to their end, and what they bring
+ * is dropped. Waits up to `seconds` for the worker to be idle; 0 or less: not at all. Results: 0,
+ * QVNS_ERROR_TIME. With 0 seconds, 0. Callbacks too, with 0 seconds.
  */
 QVNS_API int32_t qvns_abort(int32_t camera, double seconds);
 
@@ -445,9 +448,9 @@ QVNS_API int32_t qvns_run(int32_t camera, int32_t (*function)(int32_t camera, vo
 
 typedef struct QvnsCooling {
     double Target;           /* degrees Celsius, -273 to 100 */
-    double DegreesPerMinute; /* of the set point; 0: it is the target at once */
+    double DegreesPerMinute; /* of the set point, to 1000; 0: it is the target at once */
     double Tolerance;        /* degrees from the target that count as stable, above 0 */
-    double StableSeconds;    /* that the temperature has to stay there, 0 or more */
+    double StableSeconds;    /* that the temperature has to stay there, 0 to 1000000 */
 } QvnsCooling;
 
 /* 0 degrees, at once, 0.5 degrees for 30 seconds. */
@@ -463,7 +466,8 @@ QVNS_API int32_t qvns_cool(int32_t camera, const QvnsCooling* cooling);
 
 /*
  * Lets the set point rise to `target` degrees Celsius, then switches the cooler off; returns at
- * once. `degreesPerMinute` above 0. With the cooler off: nothing, and 0.
+ * once; sooner where the cooler has come to no power at all. `degreesPerMinute` above 0, to 1000.
+ * With the cooler off: nothing, and 0.
  */
 QVNS_API int32_t qvns_warm_up(int32_t camera, double target, double degreesPerMinute);
 

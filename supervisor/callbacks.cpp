@@ -66,7 +66,7 @@ void NoteReport(Slot* slot, ReportKind kind, int32_t percent)
         if (kind == NothingNew) NotePercent(slot, percent);
         return;
     }
-    if (kind == ReadoutBegins) NoteReadout(slot);
+    if (kind == ReadoutBegins && TellsReadout(*slot)) NoteReadout(slot);
 }
 
 } // namespace

@@ -179,6 +179,8 @@ void Background(Slot* slot)
     BeginWork(slot, QVNS_WORK_CLEAR, UsualSeconds(QVNS_WORK_CLEAR));
     Library.ClearCCD(slot->camera);
     EndWork(slot);
+    // However long it takes, the queue has its turn.
+    slot->backgroundUs = std::max(slot->backgroundUs, Seam.NowUs() + AgainUs);
 }
 
 int32_t RestoreCooling(Slot* slot)

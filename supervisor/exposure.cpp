@@ -1,11 +1,11 @@
 // The host's calls for exposures.
 #include "supervisor/exposure.h"
 
-#include <cmath>
 #include <cstring>
 
 #include "supervisor/duration.h"
 #include "supervisor/frame.h"
+#include "supervisor/place.h"
 #include "supervisor/queue.h"
 #include "supervisor/work.h"
 
@@ -20,29 +20,7 @@ bool IsSensible(const QvnsExposure& exposure)
     const bool timed = exposure.Seconds >= 0.0 && exposure.Seconds <= LongestExposure;
     const bool bins = exposure.HorBinning >= 1 && exposure.VerBinning >= 1;
     const bool keeps = exposure.HorBinning == 0 && exposure.VerBinning == 0;
-    return timed && (bins || keeps) && !std::isnan(exposure.TriggerLimit);
-}
-
-bool LiesOnSensor(const Slot& slot, const QvnsExposure& exposure)
-{
-    const Geometry wanted = WantedGeometry(slot, exposure);
-    const int32_t columns = slot.ccd.Xpix / wanted.hbin, rows = slot.ccd.Ypix / wanted.vbin;
-    if (!wanted.isWindow) {
-        return exposure.X == 0 && exposure.Y == 0 && columns >= 2 && rows >= 1;
-    }
-    return wanted.x >= 0 && wanted.y >= 0 && wanted.width >= 2 && wanted.height >= 1 &&
-           wanted.width <= columns - wanted.x && wanted.height <= rows - wanted.y;
-}
-
-bool GrowBuffer(Frame* frame, uint64_t pixels)
-{
-    if (frame->room >= pixels) return true;
-    Seam.Release(frame->pixels);
-    frame->room = 0;
-    frame->pixels = static_cast<uint16_t*>(Seam.Allocate(pixels * sizeof(uint16_t)));
-    if (frame->pixels == nullptr) return false;
-    frame->room = pixels;
-    return true;
+    return timed && (bins || keeps) && exposure.TriggerLimit >= 0.0;
 }
 
 int32_t QueueFrame(Slot* slot, const QvnsExposure& exposure)
@@ -52,7 +30,7 @@ int32_t QueueFrame(Slot* slot, const QvnsExposure& exposure)
     if (slot->state == QVNS_CAMERA_FAULT && slot->open.AutoRecover == 0) return QVNS_ERROR_FAULT;
     if (!LiesOnSensor(*slot, exposure)) return QVNS_ERROR_ARGUMENT;
     const Geometry geometry = WantedGeometry(*slot, exposure);
-    if (!GrowBuffer(&frame, BufferPixels(*slot, geometry))) return QVNS_ERROR_NO_MEMORY;
+    if (!HasRoom(&frame, BufferPixels(*slot, geometry))) return QVNS_ERROR_NO_MEMORY;
     frame.request = exposure;
     frame.duration = ExpectedDuration(*slot, exposure);
     frame.metadata = {};
@@ -113,7 +91,7 @@ void CopyPixels(Frame* frame, uint16_t* pixels, uint64_t count)
 void BreakOff(Slot* slot)
 {
     AbortFrame(slot);
-    DropJobs(slot, QVNS_ERROR_ABORTED);
+    AbortJobs(slot);
     Seam.Signal();
 }
 

@@ -9,6 +9,7 @@
 #include "supervisor/metadata.h"
 #include "supervisor/opening.h"
 #include "supervisor/pattern.h"
+#include "supervisor/place.h"
 #include "supervisor/settings.h"
 #include "supervisor/shared.h"
 #include "supervisor/work.h"
@@ -16,6 +17,7 @@
 namespace {
 
 constexpr uint64_t TriggerPollUs = UsPerMs;
+constexpr int32_t TarnU = 29; // announces the download ahead of the exposure
 
 bool IsPatternError(int32_t code)
 {
@@ -216,15 +218,15 @@ void BeginFrame(Slot* slot)
     }
     frame.duration = ExpectedDuration(*slot, frame.request);
     frame.startUs = Seam.NowUs();
-    ClearPixels(&frame);
     ClearStatus(slot);
     int32_t code = BinAhead(slot);
     if (slot->state == QVNS_CAMERA_LOST) return;
+    if (code == QV_ERROR_NONE) code = PlaceFrame(slot);
     if (code != QV_ERROR_NONE) {
         FailFrame(slot, code);
         return;
     }
-    frame.geometry = WantedGeometry(*slot, frame.request);
+    ClearPixels(&frame);
     if (IsUnderWay(frame)) ClearAhead(slot);
     if (slot->state == QVNS_CAMERA_LOST) return;
     if (!IsUnderWay(frame)) {
@@ -275,6 +277,11 @@ void BeginExposing(Slot* slot)
     frame.metadata.StartUnix = Seam.UnixSeconds();
     MoveTo(&frame, QVNS_FRAME_EXPOSING);
     ChangeWork(slot, QVNS_WORK_EXPOSE, frame.duration.Exposure);
+}
+
+bool TellsReadout(const Slot& slot)
+{
+    return slot.open.Config.Platform != TarnU;
 }
 
 void BeginReading(Slot* slot)

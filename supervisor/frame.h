@@ -12,6 +12,9 @@ bool TriggerStep(Slot* slot, uint64_t* dueUs);
 // The frame moves on, inside of the call that reads it.
 void BeginExposing(Slot* slot);
 void BeginReading(Slot* slot);
+
+// A report tells when the exposure is over; else the clock does.
+bool TellsReadout(const Slot& slot);
 void NotePercent(Slot* slot, int32_t percent);
 
 double ExposureElapsed(const Slot& slot);

@@ -9,7 +9,7 @@ namespace {
 
 constexpr int32_t UsualLink = -1;
 constexpr int32_t UsbPlatforms[] = {29, 48, 61, 200, 205, 300, 400, 450};
-constexpr double UsualRecoverEvery = 2.0;
+constexpr double UsualRecoverEvery = 2.0, LeastRecoverEvery = 0.1;
 
 int32_t UsualInterface(int32_t platform)
 {
@@ -28,6 +28,9 @@ void PrepareSlot(Slot* slot, int32_t camera, const QvnsOpen& open)
     if (open.Config.InterfaceType == UsualLink) {
         slot->open.Config.InterfaceType = UsualInterface(open.Config.Platform);
     }
+    const bool often = !(open.RecoverEvery >= LeastRecoverEvery); // or no number
+    if (often)
+        slot->open.RecoverEvery = open.RecoverEvery > 0.0 ? LeastRecoverEvery : UsualRecoverEvery;
     slot->options = static_cast<uint32_t>(open.Config.Activity);
     slot->serial = -1;
     slot->wait[0] = '\0';
@@ -50,8 +53,9 @@ int32_t OpenSlot(int32_t camera, const QvnsOpen& open)
     job.kind = JobOpen;
     const int32_t code = RunThroughQueue(slot, job, open.Limit);
     // Had it not begun, there is nothing to close.
-    if (code == QVNS_ERROR_TIME && slot->state == QVNS_CAMERA_OPENING &&
-        slot->work.kind == QVNS_WORK_NONE && !slot->stepping) {
+    const bool late = code == QVNS_ERROR_TIME || code == QVNS_ERROR_BUSY;
+    if (late && slot->state == QVNS_CAMERA_OPENING && slot->work.kind == QVNS_WORK_NONE &&
+        !slot->stepping) {
         slot->state = QVNS_CAMERA_CLOSED;
     }
     return code;

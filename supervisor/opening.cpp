@@ -200,7 +200,7 @@ int32_t Recover(Slot* slot)
         return code;
     }
     slot->lastError = code;
-    slot->recoverUs = now + ToUs(slot->open.RecoverEvery);
+    slot->recoverUs = UsFromNow(slot->open.RecoverEvery);
     slot->state = QVNS_CAMERA_FAULT;
     return code;
 }

@@ -10,7 +10,7 @@ int32_t RunRecover(Slot* slot, const Job& job);
 // Closes and opens with the same settings; the camera is open or in its fault afterwards.
 int32_t Recover(Slot* slot);
 
-// The call that did not return has done so.
+// The call that did not return has done so, or the layer ends.
 void CloseLost(Slot* slot);
 
 // A status that is left over would keep the camera from loading patterns.

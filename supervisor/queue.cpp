@@ -31,11 +31,24 @@ Job* FindFree(Slot* slot)
     return nullptr;
 }
 
+// The places of work that was dropped come free as its callers leave.
+Job* TakePlace(Slot* slot, JobKind kind, uint64_t end)
+{
+    const bool waits = kind == JobOpen || kind == JobClose;
+    Job* place = FindFree(slot);
+    while (place == nullptr && waits && Seam.NowUs() < end) {
+        Seam.Wait(end);
+        place = FindFree(slot);
+    }
+    return place;
+}
+
 int32_t LeaveJob(const Slot& slot, Job* job)
 {
     int32_t code = slot.state == QVNS_CAMERA_LOST ? QVNS_ERROR_LOST : QVNS_ERROR_TIME;
     if (job->state == JobDone) code = job->result;
     job->state = job->state == JobRunning ? JobLeft : JobFree;
+    Seam.Signal();
     return code;
 }
 
@@ -48,13 +61,13 @@ int32_t WorkOf(JobKind kind)
 
 int32_t RunThroughQueue(Slot* slot, const Job& job, double limit)
 {
-    Job* const place = FindFree(slot);
+    const bool usual = !(limit > 0.0);
+    const uint64_t end = UsFromNow(usual ? UsualLimit(*slot, job) : limit);
+    Job* const place = TakePlace(slot, job.kind, end);
     if (place == nullptr) return QVNS_ERROR_BUSY;
     *place = job;
     place->state = JobWaiting;
     place->order = ++slot->orders;
-    const bool usual = !(limit > 0.0);
-    const uint64_t end = UsFromNow(usual ? UsualLimit(*slot, job) : limit);
     Seam.Signal();
     while (place->state != JobDone && slot->state != QVNS_CAMERA_LOST) {
         // Work that runs has the watchdog for its limit.
@@ -87,6 +100,13 @@ void DropJobs(Slot* slot, int32_t code)
 {
     for (Job& job : slot->jobs) {
         if (job.state == JobWaiting) EndJob(&job, code);
+    }
+}
+
+void AbortJobs(Slot* slot)
+{
+    for (Job& job : slot->jobs) {
+        if (job.state == JobWaiting && job.kind != JobClose) EndJob(&job, QVNS_ERROR_ABORTED);
     }
 }
 

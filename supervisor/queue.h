@@ -12,6 +12,8 @@ void EndJob(Job* job, int32_t result);
 
 // All that wait end with the code.
 void DropJobs(Slot* slot, int32_t code);
+// The same with QVNS_ERROR_ABORTED, but what closes the camera stays.
+void AbortJobs(Slot* slot);
 
 int32_t WaitingJobs(const Slot& slot);
 

@@ -28,13 +28,10 @@ void AwaitLost(const Slot& slot)
     while (slot.state == QVNS_CAMERA_LOST && Seam.NowUs() < end) Seam.Wait(end);
 }
 
-// Gives each camera what is left of the time.
+// Without threads, where nobody else does it. Gives each camera what is left of the time.
 int32_t CloseAll(uint64_t end)
 {
     int32_t result = QV_ERROR_NONE;
-    for (Slot& slot : Slots) {
-        if (IsUsable(slot)) BreakOff(&slot);
-    }
     for (Slot& slot : Slots) {
         AwaitLost(slot);
         if (slot.state == QVNS_CAMERA_CLOSED) continue;
@@ -50,7 +47,7 @@ int32_t CloseAll(uint64_t end)
     return result;
 }
 
-// The workers of cameras that are lost stay behind.
+// Each worker closes its camera. One whose call does not return stays behind.
 bool EndThreads(uint64_t end)
 {
     Ending = true;
@@ -96,7 +93,10 @@ int32_t qvns_stop(double seconds)
     if (!Started) return QVNS_ERROR_NOT_STARTED;
     Seam.Lock();
     const uint64_t end = UsFromNow(seconds > 0.0 ? seconds : UsualStopSeconds);
-    int32_t code = CloseAll(end);
+    for (Slot& slot : Slots) {
+        if (IsUsable(slot)) BreakOff(&slot);
+    }
+    int32_t code = Seam.threads ? QV_ERROR_NONE : CloseAll(end);
     if (!EndThreads(end)) code = QVNS_ERROR_LOST;
     if (code == QV_ERROR_NONE) ResetSlots();
     Started = false;

@@ -39,10 +39,18 @@ void NoteOverTime(Slot* slot)
     slot->frame.breakWanted = true;
 }
 
+// By the clock, where the camera does not tell.
+bool IsExposed(const Slot& slot)
+{
+    if (slot.work.kind != QVNS_WORK_EXPOSE || slot.frame.stage != StageExpose) return false;
+    return !TellsReadout(slot) && Seam.NowUs() >= slot.work.sinceUs + slot.work.expectedUs;
+}
+
 void Watch(Slot* slot)
 {
     const Work& work = slot->work;
     if (work.kind == QVNS_WORK_NONE || slot->state == QVNS_CAMERA_LOST) return;
+    if (IsExposed(*slot)) BeginReading(slot);
     const uint64_t now = Seam.NowUs();
     const uint64_t passed = now - std::min(now, work.sinceUs);
     const uint64_t late = passed - std::min(passed, work.expectedUs);
@@ -71,7 +79,8 @@ void WatchThread(int32_t)
 {
     const auto unlock = Seam.Unlock; // a new start may fill the seam behind ThreadEnds
     Seam.Lock();
-    while (!Ending) {
+    // Workers may still wait for what a call that does not return holds.
+    while (!Ending || ThreadsRunning() > 1) {
         WatchAll();
         Seam.Wait(Seam.NowUs() + LookEveryUs);
     }

@@ -101,7 +101,7 @@ void WorkerThread(int32_t camera)
         uint64_t due = Never;
         if (!Step(slot, &due)) Seam.Wait(due);
     }
-    if (slot->state == QVNS_CAMERA_LOST) CloseLost(slot);
+    if (slot->state != QVNS_CAMERA_CLOSED) CloseLost(slot);
     slot->hasWorker = false;
     ThreadEnds();
     unlock();

@@ -1,0 +1,165 @@
+// What is seldom: no memory, clears and readouts that take long, numbers at their ends.
+#include <cmath>
+#include <limits>
+#include <set>
+
+#include "emulator/emulator.h"
+#include "emulator/usb_camera.h"
+#include "supervisor/library.h"
+#include "supervisor/seam.h"
+#include "tests/supervisor/usb_layer.h"
+
+namespace {
+
+using Edges = LayerTest;
+using UsbEdges = UsbLayerTest;
+
+constexpr double Infinity = std::numeric_limits<double>::infinity();
+constexpr UsbSetup TarnUCamera = {29, 260};
+
+int32_t closes; // calls of the library
+
+void CountClose(int32_t camera)
+{
+    ++closes;
+    QV_Close(camera);
+}
+
+void ClearSlowly(int32_t camera)
+{
+    QV_ClearCCD(camera);
+    QV_Delay(700);
+}
+
+// The readout takes so long.
+void ReadSlowly(int32_t shutter, double exposure, uint16_t* buffer, int32_t camera)
+{
+    QV_FGetCCD(shutter, exposure, buffer, camera);
+    QV_Delay(5000);
+}
+
+std::set<int32_t> seen; // states of the frame in the countdown
+double finishAt;        // seconds left
+
+void Look(int32_t camera, double left, void*)
+{
+    qvns_watch();
+    if (left > 1.0) seen.insert(StateOf(camera).Frame);
+    if (left < finishAt) qvns_finish(camera);
+}
+
+void OpenTarnU(double finish)
+{
+    seen.clear();
+    finishAt = finish;
+    QvnsOpen open;
+    qvns_init_open(&open);
+    open.Config.Platform = TarnUCamera.platform;
+    open.Config.CCD = TarnUCamera.sensor;
+    open.Countdown = Look;
+    ASSERT_EQ(qvns_open(0, &open), 0);
+}
+
+} // namespace
+
+TEST_F(Edges, WithoutMemoryForAFrameTheOneBeforeIsKept)
+{
+    OpenCamera();
+    QvnsExposure window = Light(0.1);
+    window.X = window.Y = 1;
+    window.Width = 4;
+    window.Height = 2;
+    ASSERT_EQ(qvns_start_exposure(0, &window, nullptr), 0);
+    ASSERT_EQ(qvns_wait(0, 0, 60.0), 0);
+    void* (*const allocate)(size_t) = Seam.Allocate;
+    Seam.Allocate = [](size_t) -> void* { return nullptr; };
+    const QvnsExposure full = Light(0.1);
+    EXPECT_EQ(qvns_start_exposure(0, &full, nullptr), QVNS_ERROR_NO_MEMORY);
+    Seam.Allocate = allocate;
+    std::vector<uint16_t> pixels(8);
+    QvnsMetadata about = {};
+    ASSERT_EQ(qvns_fetch(0, 1, pixels.data(), pixels.size(), &about), 0);
+    EXPECT_EQ(about.Width, 4);
+    EXPECT_EQ(pixels, Expected(Window(BriarCamera, ReadRule::Lines, 1, 1), 0));
+}
+
+TEST_F(Edges, ClearsThatTakeLongLeaveRoomForFrames)
+{
+    Library.ClearCCD = ClearSlowly;
+    OpenCamera(BriarCamera, QV_OPTION_KEEP_CLEAN);
+    const QvnsExposure exposure = Light(0.1);
+    ASSERT_EQ(qvns_start_exposure(0, &exposure, nullptr), 0);
+    EXPECT_EQ(qvns_wait(0, 0, 30.0), 0);
+}
+
+TEST_F(Edges, TriggerLimitBelowNothingIsRefused)
+{
+    OpenCamera();
+    for (const double limit : {-1.0, -Infinity, std::nan("")}) {
+        QvnsExposure exposure = Light(0.1);
+        exposure.TriggerLimit = limit;
+        EXPECT_EQ(qvns_start_exposure(0, &exposure, nullptr), QVNS_ERROR_ARGUMENT) << limit;
+    }
+}
+
+// One attempt at once, and, with the usual two seconds, no more than thirty in a minute.
+TEST_F(UsbEdges, RecoveriesAreNotTriedWithoutAPause)
+{
+    Library.Close = CountClose;
+    Plug(TolmECamera);
+    for (const double every : {Infinity, 0.0, -1.0, std::nan("")}) {
+        SCOPED_TRACE(every);
+        QvnsOpen open = Request(TolmECamera);
+        open.RecoverEvery = every;
+        ASSERT_EQ(qvns_open(0, &open), 0);
+        EmuUnplugUsbCamera(0);
+        const QvnsExposure exposure = Light(0.1);
+        ASSERT_EQ(qvns_start_exposure(0, &exposure, nullptr), 0);
+        EXPECT_NE(qvns_wait(0, 0, 60.0), 0);
+        closes = 0;
+        qvns_idle(60.0);
+        EXPECT_GE(closes, 1);
+        EXPECT_LE(closes, every == Infinity ? 2 : 62); // a failed open closes as well
+        EXPECT_EQ(qvns_close(0, 0.0), 0);
+        EmuReplugUsbCamera(0);
+    }
+}
+
+// It tells of the download ahead of the exposure.
+TEST_F(UsbEdges, LongExposureOfTarnUIsNoReadout)
+{
+    Plug(TarnUCamera);
+    OpenTarnU(-1.0);
+    const QvnsExposure exposure = Light(120.0);
+    ASSERT_EQ(qvns_start_exposure(0, &exposure, nullptr), 0);
+    EXPECT_EQ(qvns_wait(0, 0, 200.0), 0);
+    EXPECT_EQ(seen, std::set<int32_t>{QVNS_FRAME_EXPOSING});
+    EXPECT_EQ(StateOf(0).OverTimes, 0);
+}
+
+TEST_F(UsbEdges, TarnUIsFinishedEarly)
+{
+    Plug(TarnUCamera);
+    OpenTarnU(117.0);
+    const QvnsExposure exposure = Light(120.0);
+    ASSERT_EQ(qvns_start_exposure(0, &exposure, nullptr), 0);
+    ASSERT_EQ(qvns_wait(0, 0, 200.0), 0);
+    QvnsMetadata about = {};
+    ASSERT_EQ(qvns_fetch(0, 0, nullptr, 0, &about), 0);
+    EXPECT_NEAR(about.Exposed, 3.5, 0.5); // it is asked three times a second
+}
+
+// These do not tell when their readout begins.
+TEST_F(UsbEdges, ReadoutThatTakesLongIsNoExposureOverTime)
+{
+    int32_t port = 0;
+    Library.FGetCCD = ReadSlowly;
+    for (UsbSetup setup : {TolmECamera, HeronPlusCamera}) {
+        SCOPED_TRACE(setup.platform);
+        setup.camera = port++;
+        OpenCamera(setup);
+        WatchAsAThread(20.0);
+        ExpectGoodFrame(setup);
+        EXPECT_STREQ(StateOf(setup.camera).Wait, "the bytes of the frame");
+    }
+}
