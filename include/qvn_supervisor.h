@@ -477,7 +477,7 @@ QVNS_API int32_t qvns_cooler_off(int32_t camera);
 typedef struct QvnsTemperature {
     int32_t Mode;      /* QVNS_COOLING_... */
     int32_t Stable;    /* 1: in HOLD, for StableSeconds within Tolerance, and the reading fresh */
-    int32_t Saturated; /* 1: the cooler is at its most, and the sensor is above the set point */
+    int32_t Saturated; /* 1: at its most, the sensor above the set point, the reading fresh */
     int32_t Readings;  /* since open */
     int32_t ReadFailures; /* since open */
     int32_t Fresh;        /* 1: the reading is at most 5 seconds old */

@@ -35,7 +35,7 @@ bool IsSaturated(const Slot& slot)
 {
     const Cooling& cooling = slot.cooling;
     const double most = HasOption(slot, QV_OPTION_LIMIT_COOLER) ? LimitedPower : FullPower;
-    return cooling.mode != QVNS_COOLING_OFF && cooling.readUs != 0 && cooling.power >= most &&
+    return cooling.mode != QVNS_COOLING_OFF && IsFresh(cooling) && cooling.power >= most &&
            cooling.measured > cooling.setPoint + cooling.wanted.Tolerance;
 }
 

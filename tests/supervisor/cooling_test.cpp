@@ -100,6 +100,18 @@ TEST_F(CoolingTest, TargetOutOfReachIsToldAndIsNeverStable)
     EXPECT_GT(now.Measured, -60.0);
 }
 
+TEST_F(CoolingTest, CameraThatIsGoneIsNoLongerSaturated)
+{
+    const QvnsCooling cooling = To(-200.0, 0.0);
+    ASSERT_EQ(qvns_cool(0, &cooling), 0);
+    qvns_idle(3600.0);
+    EXPECT_EQ(TemperatureOf(0).Saturated, 1);
+    EmuBusPower(bus, false);
+    qvns_idle(30.0);
+    EXPECT_EQ(TemperatureOf(0).Fresh, 0);
+    EXPECT_EQ(TemperatureOf(0).Saturated, 0);
+}
+
 TEST_F(CoolingTest, RampDoesNotRunAheadOfTheSensor)
 {
     const QvnsCooling cooling = To(-90.0, 60.0);
