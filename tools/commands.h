@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "tools/armed.h"
 #include "tools/cooling.h"
 #include "tools/outputs.h"
 #include "tools/picture.h"
@@ -32,6 +33,7 @@ struct ExposeRequest {
     double seconds = 1.0;
     PictureRequest picture;
     int32_t frames = 1;
+    ArmedRequest armed;
     CoolingRequest cooling;
     FrameFiles files;
     bool keepBroken = false;

@@ -27,8 +27,10 @@ void NoteStart(const Session& session, const ExposeRequest& request, FrameRecord
     frame->y = request.picture.window.y / (unbinned ? frame->verBinning : 1);
 }
 
-void CallLibrary(const Session& session, const ExposeRequest& request, uint16_t* buffer)
+// False: broken off ahead of its end, and there is no frame.
+bool CallLibrary(const Session& session, const ExposeRequest& request, uint16_t* buffer)
 {
+    if (request.armed.wanted) return TakeArmed(session, request.armed, request.seconds, buffer);
     const int32_t shutter = request.light ? 1 : 0;
     const WindowRequest& window = request.picture.window;
     if (window.set) {
@@ -37,6 +39,7 @@ void CallLibrary(const Session& session, const ExposeRequest& request, uint16_t*
     } else {
         QV_FGetCCD(shutter, request.seconds, buffer, session.camera);
     }
+    return true;
 }
 
 // The host holds the service off itself and takes the fast calls: so nothing waits
@@ -47,7 +50,7 @@ int32_t ReadFrame(const Session& session, const ExposeRequest& request, FrameRec
     QV_StopNow(session.camera);
     NoteStart(session, request, frame);
     const double start = SteadySeconds();
-    CallLibrary(session, request, frame->pixels.data());
+    const bool complete = CallLibrary(session, request, frame->pixels.data());
     const int32_t code = QV_Status(session.camera);
     QV_StartNow(session.camera);
     BreakerArm(-1);
@@ -56,6 +59,7 @@ int32_t ReadFrame(const Session& session, const ExposeRequest& request, FrameRec
     // not tell.
     const bool breakable = std::trunc(request.seconds * 1000.0) > 500.0;
     const double exposed = BreakSeconds() - start;
+    frame->missing = !complete;
     if (BreakRequested() && breakable && exposed < request.seconds) {
         frame->broken = true;
         frame->exposedSeconds = std::max(exposed, 0.0);
@@ -91,6 +95,10 @@ int TakeFrame(const Session& session, const ExposeRequest& request, int32_t numb
                  LibraryText(code), LibraryAdvice(code));
         return ExitFailed;
     }
+    if (frame.missing) {
+        std::fprintf(stderr, "qvn: broken off, the frame was given up\n");
+        return ExitBroken;
+    }
     if (frame.broken && !request.keepBroken) {
         std::fprintf(stderr,
                      "qvn: broken off after %.1f of %.1f s, the frame was not kept "
@@ -106,6 +114,9 @@ int TakeFrames(Session* session, const ExposeRequest& request)
 {
     FrameGeometry geometry;
     if (!PreparePicture(*session, request.picture, &geometry)) return ExitFailed;
+    if (request.armed.wanted && !PrepareArmed(*session, request.picture, &geometry)) {
+        return ExitFailed;
+    }
     int exitCode = ExitDone;
     if (!CoolDown(session, request.cooling, &exitCode)) return exitCode;
     for (int32_t number = 1; number <= request.frames; ++number) {

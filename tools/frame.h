@@ -24,7 +24,8 @@ struct FrameRecord {
     bool light = true;
     double requestedSeconds = 0.0;
     double exposedSeconds = 0.0;
-    bool broken = false; // exposedSeconds is then from the host's clock
+    bool broken = false;  // exposedSeconds is then from the host's clock
+    bool missing = false; // broken off ahead of the readout: there are no pixels
 
     bool hasTemperature = false;
     double celsius = 0.0;

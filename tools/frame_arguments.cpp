@@ -119,6 +119,28 @@ void AddHeads(CLI::App* command, ArrayRequest* request)
         ->group(Exposure);
 }
 
+void AddArmed(CLI::App* command, ArmedRequest* request)
+{
+    const char* group = "Armed acquisition";
+    auto* armed = command->add_flag("--armed", request->wanted,
+                                    "Fetches the whole frame in steps, through the memory of the "
+                                    "interface card: platforms 24, 30, 42, 44, 47");
+    armed->excludes(command->get_option("--dark"))->group(group);
+    command
+        ->add_flag("--external-start", request->external,
+                   "The camera's input starts the exposure; it is waited for without limit")
+        ->needs(armed)
+        ->group(group);
+    command
+        ->add_option("--pickup", request->pickup,
+                     "Time from the end of the exposure to the pick-up; default: long enough for "
+                     "the clock pattern")
+        ->type_name("S")
+        ->check(Between(0.0, LongestExposure))
+        ->needs(armed)
+        ->group(group);
+}
+
 } // namespace
 
 void AddExpose(CLI::App* app, ExposeRequest* request)
@@ -127,6 +149,7 @@ void AddExpose(CLI::App* app, ExposeRequest* request)
     AddLight(command, &request->light);
     AddSeconds(command, "--seconds", "Exposure, default 1", &request->seconds);
     AddCount(command, "--frames", "Number of frames", 99999, &request->frames);
+    AddArmed(command, &request->armed);
     AddPictureOptions(
         command,
         "Part of the picture, all four in binned pixels. Odd widths lose a pixel. The "

@@ -1,0 +1,110 @@
+#include "tools/armed.h"
+
+#include "tools/breaker.h"
+#include "tools/report.h"
+#include "tools/text.h"
+#include "tools/wave_reading.h"
+
+namespace {
+
+constexpr int32_t AtOnce = 1, ByInput = 0;
+
+// Whether the call that starts returns at once, and the camera's own timer ends the exposure.
+struct ArmedPlatform {
+    int32_t code;
+    bool timesItself;
+};
+constexpr ArmedPlatform Platforms[] = {
+    {24, false}, {30, false}, {42, false}, {44, false}, {47, true}};
+
+const ArmedPlatform* PlatformOf(const Session& session)
+{
+    for (const ArmedPlatform& platform : Platforms) {
+        if (platform.code == session.platform) return &platform;
+    }
+    return nullptr;
+}
+
+bool Refuse(const Session& session, const std::string& reason, const std::string& advice)
+{
+    Complain(Text("arming camera %d, %s", session.camera, CameraText(session).c_str()), reason,
+             advice);
+    return false;
+}
+
+// By the pattern that the camera has been given, in the folder of the definitions.
+double LineSeconds(const Session& session)
+{
+    constexpr uint32_t LongestPixel = 64; // words, where the pattern cannot be looked at
+    WavePattern pattern;
+    std::string error;
+    std::string advice;
+    const std::string path = session.folder + "/wave.bin";
+    const uint32_t words = ReadPattern(path, &pattern, &error, &advice)
+                               ? PartLength(pattern, WaveLine)
+                               : LongestPixel * static_cast<uint32_t>(session.ccd.Xpix);
+    return words * session.electronics.SamplingClock[0] / 1e6;
+}
+
+// Nothing tells that the frame has arrived: twice the time that the pattern takes.
+double ReadoutSeconds(const Session& session)
+{
+    constexpr double Slack = 0.5;
+    const int32_t lines = session.ccd.Xpix + session.ccd.Dummy[0];
+    return Slack + 2.0 * lines * LineSeconds(session);
+}
+
+bool CanBeArmed(const Session& session, const PictureRequest& picture)
+{
+    const ArmedPlatform* const platform = PlatformOf(session);
+    if (platform == nullptr) {
+        return Refuse(session, "this camera takes no frames in steps",
+                      "without --armed, or platform 24, 30, 42, 44 or 47");
+    }
+    if ((QV_GetMode(session.camera) & QV_OPTION_CARD_DMA) == 0) {
+        return Refuse(session, "its interface card holds a line, not a frame",
+                      "without --armed, or a card that takes whole frames");
+    }
+    if (picture.window.set || picture.horBinning != 1 || picture.verBinning != 1) {
+        return Refuse(session, "what is picked up is the whole sensor, unbinned",
+                      "without --window and --binning");
+    }
+    // The start asks for as many lines as a line has pixels.
+    if (!platform->timesItself && session.ccd.Ypix > session.ccd.Xpix) {
+        return Refuse(session,
+                      Text("%d lines are sent, and the sensor has %d rows", session.ccd.Xpix,
+                           session.ccd.Ypix),
+                      "without --armed");
+    }
+    return true;
+}
+
+} // namespace
+
+bool PrepareArmed(const Session& session, const PictureRequest& picture, FrameGeometry* geometry)
+{
+    if (!CanBeArmed(session, picture)) return false;
+    // The lines and pixels to transfer are those of the last pattern.
+    QV_SetBinning(1, 1, session.camera);
+    const int32_t code = QV_Status(session.camera);
+    if (code != QV_ERROR_NONE) return Refuse(session, LibraryText(code), LibraryAdvice(code));
+    geometry->width = session.ccd.Xpix;
+    geometry->height = session.ccd.Ypix;
+    geometry->room = static_cast<size_t>(session.ccd.Xpix) * static_cast<size_t>(session.ccd.Ypix);
+    return true;
+}
+
+bool TakeArmed(const Session& session, const ArmedRequest& request, double seconds,
+               uint16_t* pixels)
+{
+    QV_ArmAcquisition(seconds, session.camera);
+    QV_StartAcquisition(request.external ? ByInput : AtOnce, session.camera);
+    double wait = request.pickup >= 0.0 ? request.pickup : ReadoutSeconds(session);
+    if (PlatformOf(session)->timesItself) wait += seconds;
+    if (WaitOrBreak(wait)) {
+        QV_FlushAcquisition(session.camera);
+        return false;
+    }
+    QV_GetImage(pixels, session.camera);
+    return true;
+}
