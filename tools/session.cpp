@@ -2,7 +2,6 @@
 #include "tools/session.h"
 
 #include <algorithm>
-#include <array>
 #include <filesystem>
 #include <system_error>
 
@@ -139,13 +138,30 @@ bool LoadConfig(const CameraRequest& request, Session* session, CameraConfig* co
     return ChoosePlatform(platform, session) && ChooseSensor(sensor, session);
 }
 
+// Of platforms that are not reached by a PCI card first of all.
+struct UsualLink {
+    int32_t platform, interfaceType;
+};
+constexpr UsualLink UsualLinks[] = {
+    {QV_PLATFORM_DEMO, QV_INTERFACE_PRINTER_PORT},
+    {29, QV_INTERFACE_USB},
+    {40, QV_INTERFACE_PRINTER_PORT},
+    {41, QV_INTERFACE_PORT_CARD},
+    {48, QV_INTERFACE_USB},
+    {61, QV_INTERFACE_USB},
+    {200, QV_INTERFACE_USB},
+    {205, QV_INTERFACE_USB},
+    {300, QV_INTERFACE_USB},
+    {400, QV_INTERFACE_USB},
+    {450, QV_INTERFACE_USB},
+};
+
 int32_t UsualInterface(int32_t platform)
 {
-    constexpr std::array<int32_t, 8> usbPlatforms = {29, 48, 61, 200, 205, 300, 400, 450};
-    if (platform == QV_PLATFORM_DEMO) return QV_INTERFACE_PRINTER_PORT;
-    const bool usb =
-        std::find(usbPlatforms.begin(), usbPlatforms.end(), platform) != usbPlatforms.end();
-    return usb ? QV_INTERFACE_USB : QV_INTERFACE_PCI_CARD;
+    for (const UsualLink& link : UsualLinks) {
+        if (link.platform == platform) return link.interfaceType;
+    }
+    return QV_INTERFACE_PCI_CARD;
 }
 
 void ComplainAboutOpen(const Session& session, int32_t code)

@@ -212,8 +212,19 @@ TEST_F(Doctor, APlatformWithoutADriverIsAFault)
     ExpectLine("10", "fault    driver          Tarn_I has a name but no driver",
                "another --platform");
     ExpectLine("44", "ok       driver          BRIAR-R3, link of kind 2", "");
-    ExpectLine("40", "fault    driver          link: 40 BRIAR has no link of kind 2; it has 0",
-               "--interface with one of these");
+    const ProgramResult result = See({"--platform", "40", "--interface", "2"});
+    EXPECT_TRUE(Contains(result.out, "fault    driver          link: 40 BRIAR has no link of kind "
+                                     "2; it has 0\n"))
+        << result.out;
+    EXPECT_TRUE(Contains(result.out, "Try: --interface with one of these")) << result.out;
+}
+
+TEST_F(Doctor, EachPlatformHasAUsualLink)
+{
+    ExpectLine("40", "ok       driver          BRIAR, link of kind 0", "");
+    ExpectLine("41", "ok       driver          BRIAR-ISA, link of kind 1", "");
+    ExpectLine("42", "ok       driver          BRIAR-PCI, link of kind 2", "");
+    ExpectLine("450", "ok       driver          TOLM_E, link of kind 6", "");
 }
 
 TEST_F(Doctor, APairWithoutABuilderIsAFault)
