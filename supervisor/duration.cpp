@@ -121,6 +121,9 @@ double ExposureSeconds(const Slot& slot, const QvnsExposure& exposure)
     return exposure.Seconds * (twice ? 2.0 : 1.0) + SettlingSeconds(slot);
 }
 
+// Platforms 300 and 450 write three behind the last one of the frame.
+constexpr uint64_t PixelsBehind = 4;
+
 } // namespace
 
 Geometry WantedGeometry(const Slot& slot, const QvnsExposure& exposure)
@@ -161,12 +164,11 @@ int32_t DeliveredHeight(const Slot& slot, const Geometry& geometry)
     return geometry.isWindow ? geometry.height : slot.ccd.Ypix / geometry.vbin;
 }
 
-// Platforms 300 and 450 write three pixels more.
 uint64_t BufferPixels(const Slot& slot, const Geometry& geometry)
 {
-    constexpr uint64_t More = 4;
     const auto width = static_cast<uint64_t>(std::max(DeliveredWidth(slot, geometry), 0));
-    return width * static_cast<uint64_t>(std::max(DeliveredHeight(slot, geometry), 0)) + More;
+    return width * static_cast<uint64_t>(std::max(DeliveredHeight(slot, geometry), 0)) +
+           PixelsBehind;
 }
 
 QvnsDuration ExpectedDuration(const Slot& slot, const QvnsExposure& exposure)

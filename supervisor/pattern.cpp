@@ -9,7 +9,7 @@ constexpr size_t PathRoom = 1024;
 constexpr char FileName[] = "wave.bin";
 constexpr uint64_t HashPrime = 0x100000001B3ull;
 constexpr size_t HeaderBytes = 29;
-constexpr size_t LargestFile = HeaderBytes + 2 * 65536;
+constexpr size_t LargestFile = HeaderBytes + size_t{2} * 65536;
 
 char Folder[PathRoom];
 bool IsFolderKnown;
