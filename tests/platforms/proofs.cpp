@@ -103,12 +103,12 @@ const std::vector<Proof> All = {
     {"QV_KineticsCCD", "cameras", "SlitSeries.LiesSideBySideInOneFrame"},
     {"QV_KineticsCCD", "cameras", "UsbSeries.InTheSensorIsAFrameBehindItsIntervals"},
     {"QV_ArmAcquisition", "drivers", "ArmedFrame.ArmingLoadsBothTimersOf47"},
-    {"QV_StartAcquisition", "cameras", "ArmedFrames.IsStartedAndPickedUpLater"},
-    {"QV_GetImage", "cameras", "ArmedFrames.IsStartedAndPickedUpLater"},
-    {"QV_FlushAcquisition", "cameras", "ArmedFrames.GivenUpLeavesTheCardReady"},
+    {"QV_StartAcquisition", "cameras", "ArmedFrames.AreStartedAndPickedUpLater"},
+    {"QV_GetImage", "cameras", "ArmedFrames.AreStartedAndPickedUpLater"},
+    {"QV_FlushAcquisition", "cameras", "ArmedFrames.GivenUpLeaveCountAndRegisterAtRest"},
     {"QV_ArmTimerHandle", "timer", "DirectTimer.NothingTicksAfterDisarmingUntilTheHostStartsIt"},
-    {"QV_OpenArray", "cameras", "Arrays.OfTwoHeadsGivesTwoFrames"},
-    {"QV_AGetCCD", "cameras", "Arrays.OfTwoHeadsGivesTwoFrames"},
+    {"QV_OpenArray", "cameras", "ArrayOn.ExposesEightHeadsTogetherAndReadsEach"},
+    {"QV_AGetCCD", "cameras", "ArrayOn.ExposesEightHeadsTogetherAndReadsEach"},
 
     // image correction
     {"QV_SetDNR", "cameras", "ServiceCalls.NoiseReductionOfTarn4PlusIsInTwoRegisters"},
