@@ -73,9 +73,9 @@ bool IsShut(const EmuBusState& camera, const CounterRow& row)
 // starts nothing.
 bool LoadsTimer(EmuBusState* camera, const CounterRow& row)
 {
-    constexpr uint16_t DelayTimer = 0x1000;
+    constexpr uint16_t delayTimer = 0x1000;
     if (camera->setup.platform != 47 || !camera->timers.loads) return false;
-    if ((camera->registers[3] & DelayTimer) != 0) {
+    if ((camera->registers[3] & delayTimer) != 0) {
         camera->timers.delay = TimeOf(*camera, row) / 100; // units of 100 nanoseconds
     } else {
         camera->timers.length = TimeOf(*camera, row);
