@@ -4,6 +4,7 @@
 #include "emulator/bus_camera.h"
 #include "emulator/emulator.h"
 #include "emulator/usb_camera.h"
+#include "tests/cameras/read_rule.h"
 #include "tests/support/guarded_pixels.h"
 #include "tests/support/pattern_file.h"
 #include "tests/support/traffic_of.h"
@@ -76,23 +77,16 @@ template <typename Setup> std::string PlatformName(const testing::TestParamInfo<
     return std::to_string(info.param.platform) + "_" + std::to_string(info.index);
 }
 
-ReadRule RuleOf(const VirtualSetup& setup)
+// Of five frames: two are whole, the fourth and fifth are as they were, all is put back.
+void ExpectFailureOfTheThird(const Buffers& buffers, const std::vector<uint16_t>& whole)
 {
-    switch (setup.platform) {
-    case 22:
-    case 23:
-    case 40:
-    case 41:
-    case 60:
-    case 80: return ReadRule::Pixels;
-    case 70:
-    case 71: return ReadRule::Counted;
-    case 28: return setup.revision == 200 ? ReadRule::WholeFrame : ReadRule::EvenLines;
-    case 30:
-        if (setup.sensor == 500) return ReadRule::Plain;
-        [[fallthrough]];
-    default: return setup.revision == 200 ? ReadRule::WholeFrame : ReadRule::Lines;
-    }
+    EXPECT_EQ(QV_Status(0), 2);
+    EXPECT_EQ(Announced, 3);
+    for (size_t i = 0; i < 2; ++i) EXPECT_EQ(buffers.frames[i].Pixels(), whole) << i;
+    for (size_t i = 3; i < 5; ++i) EXPECT_TRUE(buffers.frames[i].IsUntouched()) << i;
+    buffers.ExpectGuards();
+    ExpectDummiesBack();
+    EXPECT_EQ(QV_GetMode(0) & KeepClean, KeepClean);
 }
 
 constexpr Strobe Position = Strobe::Position;
@@ -164,15 +158,7 @@ TEST_P(BusSeries, ErrorInTheThirdFrameLeavesLaterBuffersAndPutsAllBack)
     Open(GetParam(), KeepClean);
     Buffers buffers(5);
     Read(&buffers, 5);
-    EXPECT_EQ(QV_Status(0), 2);
-    EXPECT_EQ(Announced, 3);
-    for (size_t i = 0; i < 2; ++i) {
-        EXPECT_EQ(buffers.frames[i].Pixels(), Expected(SeriesWindow(), UntouchedPixel)) << i;
-    }
-    for (size_t i = 3; i < 5; ++i) EXPECT_TRUE(buffers.frames[i].IsUntouched()) << i;
-    buffers.ExpectGuards();
-    ExpectDummiesBack();
-    EXPECT_EQ(QV_GetMode(0) & KeepClean, KeepClean);
+    ExpectFailureOfTheThird(buffers, Expected(SeriesWindow(), UntouchedPixel));
     EmuBusMute(bus, Never);
     QV_StartNow(0);
     if (Rule() == ReadRule::WholeFrame) return; // the words left of the broken transfer vary
@@ -259,15 +245,7 @@ TEST_P(UsbSeries, ErrorInTheThirdFrameLeavesLaterBuffersAndPutsAllBack)
     Open(GetParam(), KeepClean);
     Buffers buffers(5);
     Read(&buffers, 5);
-    EXPECT_EQ(QV_Status(0), 2);
-    EXPECT_EQ(Announced, 3);
-    for (size_t i = 0; i < 2; ++i) {
-        EXPECT_EQ(buffers.frames[i].Pixels(), Expected(SeriesWindow(), UntouchedPixel)) << i;
-    }
-    for (size_t i = 3; i < 5; ++i) EXPECT_TRUE(buffers.frames[i].IsUntouched()) << i;
-    buffers.ExpectGuards();
-    ExpectDummiesBack();
-    EXPECT_EQ(QV_GetMode(0) & KeepClean, KeepClean);
+    ExpectFailureOfTheThird(buffers, Expected(SeriesWindow(), UntouchedPixel));
     EmuUsbStall(0, Never);
     QV_StartNow(0);
     ExpectFrame(Full(GetParam(), 1, 1));

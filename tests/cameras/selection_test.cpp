@@ -9,6 +9,7 @@
 #include "emulator/bus_links.h"
 #include "emulator/emulator.h"
 #include "sequencer/builders/builders.h"
+#include "tests/cameras/read_rule.h"
 #include "tests/support/virtual_camera.h"
 
 namespace {
@@ -107,25 +108,6 @@ struct SelectionCase {
     const char* link;
     bool isFirstLink; // of the platform: there all binnings are tried
 };
-
-ReadRule RuleOf(const VirtualSetup& setup)
-{
-    switch (setup.platform) {
-    case 22:
-    case 23:
-    case 40:
-    case 41:
-    case 60:
-    case 80: return ReadRule::Pixels;
-    case 70:
-    case 71: return ReadRule::Counted;
-    case 28: return setup.revision == 200 ? ReadRule::WholeFrame : ReadRule::EvenLines;
-    case 30:
-        if (setup.sensor == 500 || setup.sensor == 506) return ReadRule::Plain;
-        [[fallthrough]];
-    default: return setup.revision == 200 ? ReadRule::WholeFrame : ReadRule::Lines;
-    }
-}
 
 // The sensors of a row: its own, or all of the platform that no other row has.
 std::set<int32_t> SensorsOf(const BuilderRow& row)
