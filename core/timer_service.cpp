@@ -16,6 +16,7 @@ int32_t TimerCursor;
 int32_t TimerEntered;
 uint32_t ArrayTimerId;
 int32_t ArrayTickRunning;
+int32_t ArrayServed[CameraCount];
 int32_t TimerActive[CameraCount];
 int32_t TimerDivider[CameraCount];
 int32_t TimerBusy[CameraCount];
@@ -131,8 +132,9 @@ void ArrayWork(int32_t camera)
     StoreFlag(&record.TickDuration, static_cast<int32_t>(System.clock.TickCount() - start));
 }
 
-// Once a stop has been seen there is no further work: required. A closed camera has
-// none either.
+// Once a stop has been seen there is no further work: required. The timer goes on when
+// the array is closed, and has none either until the next one has joined: it would switch
+// heads while an open loads them.
 void ArrayTick(uint32_t userValue)
 {
     const int32_t camera = static_cast<int32_t>(userValue);
@@ -142,7 +144,8 @@ void ArrayTick(uint32_t userValue)
     if (ExchangeFlag(&ArrayTickRunning, 1) != 0) return;
     if (LoadFlag(StopCount[camera]) != 0) {
         StoreFlag(&TimerPaused[camera], 1);
-    } else if (LoadFlag(record.CameraOn) != 0 && LoadFlag(record.ArrayMode) != 0) {
+    } else if (LoadFlag(ArrayServed[camera]) != 0 && LoadFlag(record.CameraOn) != 0 &&
+               LoadFlag(record.ArrayMode) != 0) {
         ArrayWork(camera);
     }
     StoreFlag(&ArrayTickRunning, 0);
@@ -180,6 +183,7 @@ void AwaitTurn(int32_t camera)
 // An array that is closed without a call that holds the timer off.
 void AwaitArrayTick(int32_t camera)
 {
+    StoreFlag(&ArrayServed[camera], 0);
     StoreFlag(&StopCount[camera], 1);
     while (LoadFlag(ArrayTickRunning) != 0) System.clock.Relax();
 }
@@ -212,6 +216,7 @@ void ArrayTimerJoin(int32_t camera)
     StoreFlag(&TimerPaused[camera], 0);
     StoreFlag(&StopCount[camera], 0);
     const int32_t noted = LoadFlag(record.BackgroundTicks);
+    StoreFlag(&ArrayServed[camera], 1);
     if (ArrayTimerId == 0) {
         TimerPeriod = System.timer.FinestPeriod();
         System.timer.BeginPeriod(TimerPeriod);
@@ -295,6 +300,7 @@ void ResetTimerService()
     StoreFlag(&TimerCursor, 0);
     StoreFlag(&TimerEntered, 0);
     for (int32_t camera = 0; camera < CameraCount; ++camera) {
+        StoreFlag(&ArrayServed[camera], 0);
         StoreFlag(&TimerActive[camera], 0);
         StoreFlag(&TimerDivider[camera], 0);
         StoreFlag(&TimerBusy[camera], 0);

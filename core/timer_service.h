@@ -10,11 +10,12 @@ extern int32_t TimerUsers;     // cameras that joined
 extern int32_t TimerRunning;   // the timer was created by a join
 extern int32_t TimerAutoStart; // the next join creates the timer
 extern uint32_t TimerId;
-extern uint32_t TimerPeriod;     // the system's finest period, milliseconds
-extern int32_t TimerCursor;      // the camera whose turn it is
-extern int32_t TimerEntered;     // a tick is running
-extern uint32_t ArrayTimerId;    // the array's own timer; 0: it was not created
-extern int32_t ArrayTickRunning; // an array tick is running
+extern uint32_t TimerPeriod;             // the system's finest period, milliseconds
+extern int32_t TimerCursor;              // the camera whose turn it is
+extern int32_t TimerEntered;             // a tick is running
+extern uint32_t ArrayTimerId;            // the array's own timer; 0: it was not created
+extern int32_t ArrayTickRunning;         // an array tick is running
+extern int32_t ArrayServed[CameraCount]; // from the array's join to its close
 extern int32_t TimerActive[CameraCount];
 extern int32_t TimerDivider[CameraCount]; // turns since the camera's last work turn
 extern int32_t TimerBusy[CameraCount];    // the camera's turn is running

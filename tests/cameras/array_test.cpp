@@ -219,6 +219,33 @@ TEST_P(ArrayOn, IsReadInTheBackgroundUntilItsFirstStop)
     EXPECT_EQ(QV_BckGnd(Array), stopped);
 }
 
+// The array's timer outlives it, and has nothing to do with one that wants no service.
+TEST_P(ArrayOn, ReopenedWithoutServiceHasNone)
+{
+    PlugHeads(GetParam());
+    OpenHeads(GetParam(), 0x7, Service);
+    ASSERT_EQ(QV_Status(Array), 0);
+    QV_Close(Array);
+    OpenHeads(GetParam(), 0x7);
+    ASSERT_EQ(QV_Status(Array), 0);
+    EXPECT_EQ(QV_BckGnd(Array), 0u);
+    const std::string traffic = TrafficOf([] { QV_Delay(5000); });
+    EXPECT_EQ(QV_BckGnd(Array), 0u);
+    EXPECT_EQ(traffic, "sleep 5000\n");
+}
+
+// One tick, the one that the open waits for: none while the heads were set up.
+TEST_P(ArrayOn, IsServedAgainOnlyWhenItHasBeenOpened)
+{
+    PlugHeads(GetParam());
+    for (int32_t round = 0; round < 3; ++round) {
+        OpenHeads(GetParam(), 0xFF, Service);
+        ASSERT_EQ(QV_Status(Array), 0);
+        EXPECT_EQ(QV_BckGnd(Array), 1u) << round;
+        QV_Close(Array);
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(Platforms, ArrayOn, testing::Values(Briar, BriarWhole, R3, R3Serial),
                          SetupName);
 
