@@ -6,6 +6,7 @@
 #include <iterator>
 
 #include "bench/builders.h"
+#include "bench/events.h"
 #include "bench/light.h"
 #include "bench/record_loan.h"
 #include "bench/wheels.h"
@@ -448,6 +449,19 @@ int32_t PlugHead(const PlannedInstrument& instrument, int32_t head)
     return bus;
 }
 
+void PlugHeads(const PlannedInstrument& instrument, EventTarget* target)
+{
+    const VirtualInstrument& what = instrument.what;
+    for (int32_t head = 0; head < std::max(what.heads, 1); ++head) {
+        target->bus[target->busCount++] = PlugHead(instrument, head);
+    }
+    if (what.heads == 0) return PlugLink(what, target->bus[0]);
+    const int32_t card = PlugCard(what, target->bus[0]);
+    for (int32_t head = 1; head < what.heads; ++head) {
+        EmuAttachUnit(card, head, target->bus[head]);
+    }
+}
+
 } // namespace
 
 int32_t PlanInstruments(const std::vector<VirtualInstrument>& wanted,
@@ -475,14 +489,11 @@ void PlugInstrument(const PlannedInstrument& instrument)
     for (int32_t head = 0; head < std::max(what.heads, 1); ++head) {
         SetLight({what.camera, head}, area, what);
     }
-    if (what.link == QV_INTERFACE_USB) {
+    EventTarget target = {what.link == QV_INTERFACE_USB, 0, {}, what.state.stall};
+    if (target.usb) {
         PlugUsb(instrument);
-    } else if (what.heads == 0) {
-        PlugLink(what, PlugHead(instrument, 0));
     } else {
-        const int32_t card = PlugCard(what, PlugHead(instrument, 0));
-        for (int32_t head = 1; head < what.heads; ++head) {
-            EmuAttachUnit(card, head, PlugHead(instrument, head));
-        }
+        PlugHeads(instrument, &target);
     }
+    SetEventTarget(what.camera, target);
 }

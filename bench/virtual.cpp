@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <new>
 
+#include "bench/events.h"
 #include "bench/instruments.h"
 #include "bench/light.h"
 #include "bench/wheels.h"
@@ -79,6 +80,7 @@ void Forget()
     EmuRecordTo(nullptr); // the last line is told, too
     EmuReset();
     ForgetLights();
+    ForgetEventTargets();
     Installed = {};
 }
 
@@ -95,6 +97,9 @@ void Install(const VirtualSpec& spec, const std::vector<PlannedInstrument>& inst
     Installed = {true, spec.virtualTime, instruments};
     for (const PlannedInstrument& instrument : instruments) PlugInstrument(instrument);
     SetConditions(spec);
+    for (const VirtualEvent& event : spec.events) {
+        ScheduleEvent(instruments[event.instrument].what.camera, event.event, event.seconds);
+    }
     ResumeTrace();
 }
 
@@ -188,6 +193,17 @@ int32_t QVB_SetHeadScene(int32_t camera, int32_t head, const QvbScene* scene)
         } catch (const std::bad_alloc&) {
             return QVB_ERROR_NO_MEMORY;
         }
+    }
+    return QVB_ERROR_ARGUMENT;
+}
+
+int32_t QVB_Schedule(int32_t camera, int32_t event, double seconds)
+{
+    const bool valid = IsEvent(event) && seconds >= 0.0 && seconds <= LatestEvent;
+    if (!valid) return QVB_ERROR_ARGUMENT;
+    for (const PlannedInstrument& instrument : Installed.instruments) {
+        if (instrument.what.camera != camera) continue;
+        return ScheduleEvent(camera, event, seconds) ? QV_ERROR_NONE : QVB_ERROR_NO_MEMORY;
     }
     return QVB_ERROR_ARGUMENT;
 }

@@ -11,8 +11,10 @@
 #include <cstring>
 #include <iterator>
 
+#include "bench/events.h"
 #include "bench/wheels.h"
 #include "catalogue/catalogue.h"
+#include "include/qvn_bench.h"
 
 namespace {
 
@@ -42,6 +44,14 @@ bool ParseInteger(const std::string& text, int32_t low, int32_t high, int32_t* v
     if (!ParseNumber(text, low, high, &number)) return false;
     *value = static_cast<int32_t>(number);
     return true;
+}
+
+bool ParseReal(const std::string& text, double low, double high, double* value)
+{
+    if (text.empty() || isspace(static_cast<unsigned char>(text[0])) != 0) return false;
+    char* end = nullptr;
+    *value = strtod(text.c_str(), &end);
+    return end == text.c_str() + text.size() && *value >= low && *value <= high;
 }
 
 bool SameName(const std::string& a, const char* b)
@@ -180,11 +190,7 @@ bool SetCamera(const std::string& text, VirtualSpec*, VirtualInstrument* instrum
 
 bool SetAmbient(const std::string& text, VirtualSpec*, VirtualInstrument* instrument)
 {
-    char* end = nullptr;
-    if (text.empty() || isspace(static_cast<unsigned char>(text[0])) != 0) return false;
-    instrument->ambient = strtod(text.c_str(), &end);
-    const bool whole = end == text.c_str() + text.size();
-    return whole && instrument->ambient >= -50.0 && instrument->ambient <= 60.0;
+    return ParseReal(text, -50.0, 60.0, &instrument->ambient);
 }
 
 bool SetSeed(const std::string& text, VirtualSpec*, VirtualInstrument* instrument)
@@ -226,6 +232,52 @@ bool SetState(const std::string& text, VirtualSpec*, VirtualInstrument* instrume
     return true;
 }
 
+bool AddEvent(VirtualSpec* spec, int32_t event, double seconds)
+{
+    if (spec->events.size() >= MostEvents) return false;
+    spec->events.push_back({spec->instruments.size() - 1, event, seconds});
+    return true;
+}
+
+// "2.5" is a pulse of the usual length, "2.5:60" one of a minute.
+bool SetTrigger(const std::string& text, VirtualSpec* spec, VirtualInstrument*)
+{
+    constexpr double UsualLength = 0.1;
+    const size_t colon = std::min(text.find(':'), text.size());
+    double at = 0.0;
+    double length = UsualLength;
+    if (!ParseReal(text.substr(0, colon), 0.0, LatestEvent, &at)) return false;
+    const bool told = colon < text.size();
+    if (told && !ParseReal(text.substr(colon + 1), 0.001, LatestEvent, &length)) return false;
+    return AddEvent(spec, QVB_EVENT_TRIGGER, at) &&
+           AddEvent(spec, QVB_EVENT_TRIGGER_END, at + length);
+}
+
+struct EventName {
+    const char* name;
+    int32_t event;
+};
+
+const EventName EventNames[] = {
+    {"off", QVB_EVENT_OFF},
+    {"on", QVB_EVENT_ON},
+    {"silent", QVB_EVENT_SILENT},
+    {"answering", QVB_EVENT_ANSWERING},
+};
+
+// "10:off"
+bool SetEvent(const std::string& text, VirtualSpec* spec, VirtualInstrument*)
+{
+    const size_t colon = text.find(':');
+    double at = 0.0;
+    if (colon == std::string::npos) return false;
+    if (!ParseReal(text.substr(0, colon), 0.0, LatestEvent, &at)) return false;
+    for (const EventName& row : EventNames) {
+        if (text.substr(colon + 1) == row.name) return AddEvent(spec, row.event, at);
+    }
+    return false;
+}
+
 struct Key {
     const char* name;
     bool ofInstrument, many;
@@ -249,6 +301,8 @@ const Key Keys[] = {
     {"serial",   true,  false, SetSerial,   "a serial number, 0 to 65534"},
     {"scene",    true,  true,  SetScene,    "stars, flat, ramp, dark, or a file's name with a dot or a slash"},
     {"state",    true,  true,  SetState,    "off, locked, unlinked, or stalls:PIXEL"},
+    {"trigger",  true,  true,  SetTrigger,  "SECONDS or SECONDS:LENGTH (32 pulses at most)"},
+    {"event",    true,  true,  SetEvent,    "SECONDS:off, on, silent or answering (64 at most)"},
     {"time",     false, false, SetTime,     "real or virtual"},
     {"fault",    false, true,  SetFault,
      "no-driver, no-port-library, refused-ports, no-usb-library, no-adaptor-library, or CALL:N or "

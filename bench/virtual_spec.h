@@ -1,5 +1,6 @@
 // The text that tells a virtual world, taken apart.
 #pragma once
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -43,11 +44,19 @@ struct VirtualFault {
     bool lasts;
 };
 
+// Of an instrument; QVB_EVENT_...
+struct VirtualEvent {
+    size_t instrument; // its place in the text
+    int32_t event;
+    double seconds;
+};
+
 struct VirtualSpec {
     bool virtualTime = false;
     bool noDriver = false, noPortLibrary = false, refusePorts = false;
     bool noUsbLibrary = false, noAdaptorLibrary = false;
     std::vector<VirtualFault> faults;
+    std::vector<VirtualEvent> events;
     std::vector<VirtualInstrument> instruments;
 };
 

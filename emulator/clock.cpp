@@ -1,8 +1,10 @@
 // Virtual time. It moves in EmuSpend and nowhere else; timers and scheduled
-// actions that fall due on the way run there, in order of their times.
+// actions that fall due on the way run there, in order of their times. In real time
+// an action that has fallen due runs with the next call that a device gets.
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
+#include <mutex>
 
 #include "emulator/traffic.h"
 #include "emulator/world.h"
@@ -47,7 +49,8 @@ struct Clock {
     uint32_t waiting; // of the actions
 };
 Clock Now;
-bool RealTime; // the operating system's clock runs; this one stands still
+bool RealTime;         // the operating system's clock runs; this one stands still
+std::mutex ActionLock; // of the actions, in real time
 
 struct NextEvent {
     uint64_t at;
@@ -66,6 +69,32 @@ NextEvent FindNext()
         if (action.waiting && action.at < next.at) next = {action.at, nullptr, &action};
     }
     return next;
+}
+
+Action Take(Action* action)
+{
+    const Action taken = *action;
+    action->waiting = false;
+    std::atomic_ref<uint32_t>(Now.waiting).fetch_sub(1, std::memory_order_relaxed);
+    return taken;
+}
+
+bool TakeDueAction(Action* taken)
+{
+    const uint64_t now = EmuNow();
+    const std::lock_guard<std::mutex> guard(ActionLock);
+    Action* const next = FindNext().action;
+    if (next == nullptr || next->at > now) return false;
+    *taken = Take(next);
+    return true;
+}
+
+// Every device call comes by here, and mostly nothing waits.
+void RunDueActions()
+{
+    if (std::atomic_ref<uint32_t>(Now.waiting).load(std::memory_order_relaxed) == 0) return;
+    Action action;
+    while (TakeDueAction(&action)) action.run(action.argument);
 }
 
 void RunTimer(VirtualTimer* timer)
@@ -98,9 +127,8 @@ void AdvanceTo(uint64_t target)
         if (next.timer != nullptr) {
             RunTimer(next.timer);
         } else {
-            next.action->waiting = false;
-            --Now.waiting;
-            next.action->run(next.action->argument);
+            const Action action = Take(next.action);
+            action.run(action.argument);
         }
     }
     if (target > Now.now) MoveTo(target);
@@ -126,12 +154,14 @@ void SleepMicroseconds(uint32_t microseconds)
     EmuSpend(microseconds == 0 ? 1 : microseconds);
 }
 
-// Another thread's flag can only change at the next event.
+// Another thread's flag can only change at the next event. What polls a device without a timer
+// may have to wait for less than for a hand at a switch.
 void Relax()
 {
-    const uint64_t at = FindNext().at;
-    const uint64_t later = at == Never ? Now.now + UsPerMs : at;
-    AdvanceTo(later > Now.now ? later : Now.now + 1);
+    const NextEvent next = FindNext();
+    uint64_t at = next.at;
+    if (next.timer == nullptr && at > Now.now + UsPerMs) at = Now.now + UsPerMs;
+    AdvanceTo(at > Now.now ? at : Now.now + 1);
 }
 
 int64_t WallSeconds()
@@ -167,7 +197,7 @@ void Stop(uint32_t timer)
 
 void EmuSpend(uint64_t microseconds)
 {
-    if (RealTime) return;
+    if (RealTime) return RunDueActions();
     AdvanceTo(Now.now + microseconds);
     EmuRunDma();
 }
@@ -176,6 +206,7 @@ void EmuWait(uint32_t microseconds)
 {
     if (RealTime) {
         EmuNative().clock.SleepMicroseconds(microseconds);
+        RunDueActions();
     } else {
         EmuSpend(microseconds);
     }
@@ -243,14 +274,23 @@ void EmuSetWallSeconds(int64_t seconds)
     Now.wallSeconds = seconds;
 }
 
-void EmuSchedule(uint64_t microseconds, void (*action)(int32_t argument), int32_t argument)
+bool EmuScheduleIn(uint64_t microseconds, void (*action)(int32_t argument), int32_t argument)
 {
+    const uint64_t at = EmuNow() + microseconds;
+    const std::lock_guard<std::mutex> guard(ActionLock);
     for (Action& slot : Now.actions) {
         if (slot.waiting) continue;
-        slot = {true, microseconds, action, argument};
-        ++Now.waiting;
-        return;
+        slot = {true, at, action, argument};
+        std::atomic_ref<uint32_t>(Now.waiting).fetch_add(1, std::memory_order_relaxed);
+        return true;
     }
+    return false;
+}
+
+void EmuSchedule(uint64_t microseconds, void (*action)(int32_t argument), int32_t argument)
+{
+    const uint64_t now = EmuNow();
+    if (EmuScheduleIn(microseconds > now ? microseconds - now : 0, action, argument)) return;
     fprintf(stderr, "more than %u scheduled actions\n", ActionCount);
     abort();
 }

@@ -27,6 +27,9 @@ void EmuSetTimeLimit(uint64_t microseconds);
 // Runs `action` when the virtual clock reaches `microseconds`: another thread of
 // the host, a hand on a switch. At most 64 are waiting at a time.
 void EmuSchedule(uint64_t microseconds, void (*action)(int32_t argument), int32_t argument);
+// The same, so long from now; false when 64 are waiting. In real time it runs with the first
+// call of a device behind that, on the thread of this call, and any thread may schedule it.
+bool EmuScheduleIn(uint64_t microseconds, void (*action)(int32_t argument), int32_t argument);
 
 // --- what the library did ---
 size_t EmuLiveBlocks(); // allocations not yet released

@@ -26,7 +26,8 @@
  * need one thread at a time for all cameras together (see qvn.h), and the camera number must not be
  * open. They leave the record as it was. QVB_Install, QVB_Uninstall, QVB_Instrument,
  * QVB_InstrumentCount and QVB_Trace need that nothing else of the library runs, QVB_SetScene that
- * no other call does for this camera. All others may be called from any thread at any time.
+ * no other call does for this camera, QVB_Schedule in virtual time that none does for any. All
+ * others may be called from any thread at any time.
  */
 #ifndef QVN_BENCH_H
 #define QVN_BENCH_H
@@ -229,8 +230,13 @@ QVN_API int32_t QVB_PlayWave(const char* path, const QvbWaveRequest* request, co
  *     seed       of the stars; each head has the next one [1]
  *     state      off: no power; locked: the card is in use elsewhere; unlinked: the serializer is
  *                off; stalls:N: the link stands still behind pixel N of a read
+ *     trigger    SECONDS, or SECONDS:LENGTH: from then on the external trigger input is active for
+ *                so many seconds, 0.1 if none are told; 32 in a world [never]
+ *     event      SECONDS:off, :on, :silent or :answering, as QVB_Schedule has them; 64 in a world,
+ *                of which a trigger takes two [none]
  *
- * These belong to the world:
+ * Seconds count from QVB_Install on, in the world's time, up to 10000000. These belong to the
+ * world:
  *
  *     time       real or virtual [real]
  *     fault      no-driver, no-port-library, refused-ports, or CALL:N: the N-th call of a kind from
@@ -295,6 +301,22 @@ QVN_API int32_t QVB_SetScene(int32_t camera, const QvbScene* scene);
 
 /* The same of a head of an array. */
 QVN_API int32_t QVB_SetHeadScene(int32_t camera, int32_t head, const QvbScene* scene);
+
+/* What may happen to a camera; of an array to all its heads. */
+#define QVB_EVENT_TRIGGER 0     /* the external trigger input becomes active */
+#define QVB_EVENT_TRIGGER_END 1 /* and inactive */
+#define QVB_EVENT_OFF 2         /* the camera has no power; one on USB is pulled out */
+#define QVB_EVENT_ON 3          /* it has again, and is as after power-up, or plugged in */
+#define QVB_EVENT_SILENT 4      /* on USB it sends no byte, elsewhere no pixel of a frame */
+#define QVB_EVENT_ANSWERING 5   /* it sends again what it is asked for from then on */
+
+/*
+ * Lets an event happen `seconds` from now, 0 to 10000000, in the world's time; 0: at once. In real
+ * time any thread may call it at any time, and what falls due happens with the next call that the
+ * library makes to a device. The world's end forgets what has not happened.
+ * Results: 0; QVB_ERROR_ARGUMENT (no such instrument or event, another time); _NO_MEMORY: 64 wait.
+ */
+QVN_API int32_t QVB_Schedule(int32_t camera, int32_t event, double seconds);
 
 /*
  * Writes all traffic with the virtual instruments to a new file `path` as text, in place of the one

@@ -67,9 +67,12 @@ void PrintInstrument(const QvbInstrument& instrument)
     const std::string sensor = NameOf(SensorsOf(instrument.Platform), instrument.Sensor);
     const std::string address =
         instrument.InterfaceAddress < 0 ? "" : Text(" at 0x%X", instrument.InterfaceAddress);
-    std::printf("%6d  %3d %-12s %4d %-10s %d%s\n", instrument.Camera, instrument.Platform,
+    const int32_t count = instrument.Heads;
+    const std::string heads =
+        count == 0 ? "" : Text(", an array of %d %s", count, count == 1 ? "head" : "heads");
+    std::printf("%6d  %3d %-12s %4d %-10s %d%s%s\n", instrument.Camera, instrument.Platform,
                 platform.c_str(), instrument.Sensor, sensor.c_str(), instrument.InterfaceType,
-                address.c_str());
+                address.c_str(), heads.c_str());
 }
 
 void PrintInstrumentJson(const QvbInstrument& instrument)
@@ -78,9 +81,9 @@ void PrintInstrumentJson(const QvbInstrument& instrument)
     const CatalogueEntry sensor = {instrument.Sensor,
                                    NameOf(SensorsOf(instrument.Platform), instrument.Sensor)};
     std::printf("{\"camera\": %d, \"platform\": {%s}, \"sensor\": {%s}, "
-                "\"interface\": [%d, %d]}",
+                "\"interface\": [%d, %d], \"heads\": %d}",
                 instrument.Camera, EntryJson(platform).c_str(), EntryJson(sensor).c_str(),
-                instrument.InterfaceType, instrument.InterfaceAddress);
+                instrument.InterfaceType, instrument.InterfaceAddress, instrument.Heads);
 }
 
 int ListInstruments(bool json)

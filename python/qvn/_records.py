@@ -188,6 +188,7 @@ BENCH: dict[str, Prototype] = {
     "QVB_InstrumentCount": (_I, []),
     "QVB_Instrument": (_I, [_I, POINTER(Instrument)]),
     "QVB_SetScene": (_I, [_I, POINTER(Scene)]),
+    "QVB_Schedule": (_I, [_I, _I, c_double]),
     "QVB_Trace": (_I, [c_char_p]),
     "QVB_TimeIsVirtual": (_I, []),
     "QVB_Seconds": (c_double, []),

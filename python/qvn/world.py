@@ -18,6 +18,7 @@ from .opening import open as open_camera
 
 _ERROR_ROOM = 2048
 _LONGEST_SIDE = 65535
+_EVENTS = ("trigger", "trigger-end", "off", "on", "silent", "answering")  # QVB_EVENT_...
 
 
 def virtual(spec: str, *, folder: Optional[PathLike] = None) -> World:
@@ -92,6 +93,21 @@ class World:
         if code != 0:
             hint = f"one of {self.cameras}"
             raise self._library.error(code, f"showing camera {camera} a scene", hint)
+
+    def schedule(self, camera: int, event: str, seconds: float = 0.0) -> None:
+        """Lets something happen to a camera, so many seconds from now.
+
+        event: "trigger" and "trigger-end": the external trigger input becomes active and inactive;
+            "off" and "on": the power, on USB the plug; "silent" and "answering": on USB no byte
+            comes, elsewhere no pixel.
+        """
+        if event not in _EVENTS:
+            raise ValueError(f"{event!r} is none of {', '.join(_EVENTS)}")
+        with self._library.calling():
+            code = self._library.dll.QVB_Schedule(camera, _EVENTS.index(event), seconds)
+        if code != 0:
+            hint = f"one of {self.cameras}, 0 to 10000000 seconds, 64 events at a time"
+            raise self._library.error(code, f"scheduling {event} of camera {camera}", hint)
 
     def trace(self, path: Optional[PathLike]) -> None:
         """Writes all traffic with the cameras to a new file, as text; None: no more."""

@@ -1,6 +1,7 @@
 // Virtual time: what calls cost, and what wall and tick count show.
 #include <ctime>
 
+#include "emulator/world.h"
 #include "tests/emulator/world.h"
 
 namespace {
@@ -71,13 +72,27 @@ TEST_F(VirtualClock, RelaxTakesAMillisecondIfNothingIsDue)
     EXPECT_EQ(Cost([] { System.clock.Relax(); }), 1000u);
 }
 
-TEST_F(VirtualClock, RelaxGoesToWhatIsDueNext)
+// A device that is polled may answer long before.
+TEST_F(VirtualClock, RelaxGoesToWhatIsDueNextBeforeAMillisecondIsOver)
 {
-    EmuSchedule(123'456, Nothing, 0);
+    EmuSchedule(1'456, Nothing, 0);
     System.clock.Relax();
-    EXPECT_EQ(EmuMicroseconds(), 123'456u);
+    EXPECT_EQ(EmuMicroseconds(), 1'000u);
     System.clock.Relax();
-    EXPECT_EQ(EmuMicroseconds(), 124'456u);
+    EXPECT_EQ(EmuMicroseconds(), 1'456u);
+    System.clock.Relax();
+    EXPECT_EQ(EmuMicroseconds(), 2'456u);
+}
+
+TEST_F(VirtualClock, WhatIsScheduledFromNowOnHasRoomForSixtyFour)
+{
+    System.clock.Sleep(5);
+    for (int32_t i = 0; i < 64; ++i) EXPECT_TRUE(EmuScheduleIn(1'000, Nothing, 0));
+    EXPECT_FALSE(EmuScheduleIn(1'000, Nothing, 0));
+    EXPECT_EQ(EmuNextEvent(), 6'000u);
+    System.clock.Sleep(1);
+    EXPECT_EQ(EmuNextEvent(), UINT64_MAX);
+    EXPECT_TRUE(EmuScheduleIn(1'000, Nothing, 0));
 }
 
 TEST_F(VirtualClock, SleepsAreCounted)

@@ -99,8 +99,39 @@ TEST_F(QvnVirtual, ListShowsTheInstruments)
     const ProgramResult json = RunVirtual({"list", "--json"}, world);
     EXPECT_TRUE(Contains(json.out, "{\"camera\": 5, \"platform\": {\"code\": 40, \"name\": "
                                    "\"BRIAR\"}, \"sensor\": {\"code\": 255, \"name\": "
-                                   "\"kaf400e\"}, \"interface\": [0, 888]}"))
+                                   "\"kaf400e\"}, \"interface\": [0, 888], \"heads\": 0}"))
         << json.out;
+}
+
+TEST_F(QvnVirtual, ListShowsHowManyHeadsAnArrayHas)
+{
+    const char* world = "platform=42,sensor=255,heads=4;platform=40,sensor=255,camera=5";
+    const ProgramResult table = RunVirtual({"list"}, world);
+    ASSERT_EQ(table.exitCode, 0) << table.err;
+    EXPECT_EQ(table.out, "Camera  Platform         Sensor          Link\n"
+                         "     1   42 BRIAR-PCI     255 kaf400e    2, an array of 4 heads\n"
+                         "     5   40 BRIAR         255 kaf400e    0 at 0x378\n");
+    const ProgramResult json = RunVirtual({"list", "--json"}, world);
+    EXPECT_TRUE(Contains(json.out, "\"interface\": [2, -1], \"heads\": 4}")) << json.out;
+    const ProgramResult one = RunVirtual({"list"}, "platform=42,sensor=255,heads=1");
+    EXPECT_TRUE(Contains(one.out, "    2, an array of 1 head\n")) << one.out;
+}
+
+TEST_F(QvnVirtual, AFrameWaitsForTheTriggerOfTheWorld)
+{
+    const ProgramResult result =
+        RunVirtual({"expose", "--options", "4", "--seconds", "0.01", "--output", "f.png"},
+                   "platform=42,sensor=255,scene=ramp,time=virtual,trigger=3600");
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+    ExpectPicture("f.png", Ramp);
+}
+
+TEST_F(QvnVirtual, APlugThatIsPulledInTheMiddleIsALinkFailure)
+{
+    const ProgramResult result = RunVirtual({"expose", "--seconds", "60", "--output", "f.png"},
+                                            "platform=300,sensor=255,time=virtual,event=30:off");
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_TRUE(Contains(result.err, "(error 2)")) << result.err;
 }
 
 TEST_F(QvnVirtual, AnHourOfCoolingPassesAtOnceInVirtualTime)
