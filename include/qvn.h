@@ -71,8 +71,8 @@
  *   QV_StopNow, and every call that holds the service off: the timer's acknowledgement. It does not
  *     come while another camera is held (see above), nor if the option bits of the service are set
  *     and the timer does not serve the camera: they were set by QV_SetMode after an open without
- *     them, the open with them failed or ended without the service (see QV_Open), or the camera has
- *     been closed since.
+ *     them, the open with them failed or ended without the service (see QV_Open), the camera has
+ *     been closed since, or an array took the timer away (see QV_OpenArray).
  *   QV_Close of the last served camera, and QV_ArmTimerHandle(3, camera): the same
  *   QV_Trigger with wait, and frames with QV_OPTION_EXTERNAL_TRIGGER: the trigger
  *   QV_StartAcquisition with the external start: the camera's trigger input
@@ -766,7 +766,9 @@ QVN_API void QV_ArmTimerHandle(int32_t action, int32_t camera);
  * bytes, of which the second 16-bit word is used: bit n tells that head n is fitted. Platforms 42
  * and 44, else error 12. The fourth argument is not used; the others, and the errors, are those of
  * QV_Open. With QV_OPTION_SERVICE or QV_OPTION_REGULATION the array has to be camera 1: under any
- * other number the call never returns. Background work ends at the first exposure.
+ * other number the call never returns. Background work ends at the first exposure. An array that is
+ * closed with one of these options counts as a served camera less, though it was never counted as
+ * one more: from then on the service of the others ends while one of them is still open.
  */
 QVN_API void QV_OpenArray(const void *arrayConfig, int32_t platform, int32_t ccd, int32_t unused,
                           uint32_t options, int32_t camera, QvExposureCallback exposureCallback,
