@@ -46,7 +46,8 @@ struct Clock {
     uint64_t sleeps, lastSleep;
     VirtualTimer timers[TimerCount];
     Action actions[ActionCount];
-    uint32_t waiting; // of the actions
+    uint32_t waiting;    // of the actions
+    uint64_t quietUntil; // nothing falls due before
 };
 Clock Now;
 bool RealTime;         // the operating system's clock runs; this one stands still
@@ -115,6 +116,19 @@ void MoveTo(uint64_t time)
     std::atomic_ref<uint64_t>(Now.now).store(time, std::memory_order_relaxed);
 }
 
+// It may bring about others, at any time.
+void Run(const NextEvent& event)
+{
+    Now.quietUntil = 0;
+    if (event.at > Now.now) MoveTo(event.at);
+    if (event.timer != nullptr) {
+        RunTimer(event.timer);
+        return;
+    }
+    const Action action = Take(event.action);
+    action.run(action.argument);
+}
+
 void AdvanceTo(uint64_t target)
 {
     if (target > Now.limit) {
@@ -122,14 +136,10 @@ void AdvanceTo(uint64_t target)
                 static_cast<unsigned long long>(Now.limit / UsPerSecond));
         abort();
     }
-    for (NextEvent next = FindNext(); next.at <= target; next = FindNext()) {
-        if (next.at > Now.now) MoveTo(next.at);
-        if (next.timer != nullptr) {
-            RunTimer(next.timer);
-        } else {
-            const Action action = Take(next.action);
-            action.run(action.argument);
-        }
+    while (target >= Now.quietUntil) {
+        const NextEvent next = FindNext();
+        Now.quietUntil = next.at;
+        if (next.at <= target) Run(next);
     }
     if (target > Now.now) MoveTo(target);
 }
@@ -182,6 +192,7 @@ uint32_t Start(uint32_t milliseconds, PeriodicCallback callback, uint32_t userVa
         VirtualTimer& timer = Now.timers[i];
         if (timer.running || timer.entered != 0) continue;
         const uint64_t period = milliseconds * UsPerMs;
+        Now.quietUntil = 0;
         timer = {true, period, Now.now + period - Now.timerPhase % period, callback, userValue, 0};
         return i + 1;
     }
@@ -281,6 +292,7 @@ bool EmuScheduleIn(uint64_t microseconds, void (*action)(int32_t argument), int3
     for (Action& slot : Now.actions) {
         if (slot.waiting) continue;
         slot = {true, at, action, argument};
+        Now.quietUntil = 0;
         std::atomic_ref<uint32_t>(Now.waiting).fetch_add(1, std::memory_order_relaxed);
         return true;
     }
