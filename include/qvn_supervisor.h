@@ -308,8 +308,9 @@ QVNS_API void qvns_init_exposure(QvnsExposure* exposure);
 
 /* How long a frame should take, seconds. */
 typedef struct QvnsDuration {
-    double Clear;    /* where the option asks for it, and behind a window or a frame that failed
-                        or was broken off, whose charge is still in the sensor */
+    double Clear;    /* where the option asks for it, and behind a window, a binning that leaves
+                        rows, or a frame that failed, was broken off or finished, whose charge is
+                        still in the sensor */
     double Load;     /* a new clock pattern */
     double Exposure; /* and the settling of the shutter */
     double Readout;  /* by the camera's clock pattern and link, whichever is slower */

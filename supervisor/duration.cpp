@@ -171,6 +171,15 @@ uint64_t BufferPixels(const Slot& slot, const Geometry& geometry)
            PixelsBehind;
 }
 
+bool LeavesRows(const Slot& slot, const Geometry& geometry)
+{
+    if (geometry.isWindow) return true;
+    if (!HasPattern(slot)) return false;
+    const int64_t lines =
+        int64_t{DeliveredHeight(slot, geometry)} + DummyLines(slot, geometry.vbin);
+    return lines * geometry.vbin < int64_t{slot.ccd.Ypix} + slot.ccd.Dummy[0];
+}
+
 QvnsDuration ExpectedDuration(const Slot& slot, const QvnsExposure& exposure)
 {
     const Geometry geometry = WantedGeometry(slot, exposure);

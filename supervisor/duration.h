@@ -13,3 +13,7 @@ int32_t DeliveredWidth(const Slot& slot, const Geometry& geometry);
 int32_t DeliveredHeight(const Slot& slot, const Geometry& geometry);
 // Pixels of the buffer.
 uint64_t BufferPixels(const Slot& slot, const Geometry& geometry);
+
+// Rows of the sensor stay behind in a readout: those beside a window, and where lines of a binning
+// do not go up in the rows.
+bool LeavesRows(const Slot& slot, const Geometry& geometry);

@@ -72,6 +72,24 @@ int32_t FrameCode(const Slot& slot, int32_t status, bool loading)
     return slot.frame.overTime ? QVNS_ERROR_OVER_TIME : QV_ERROR_NONE;
 }
 
+// Where a dark frame leaves the exposure counter alone. A break would start it, and open the
+// shutter for as long as was exposed until then, unless the counter is said to be worked from
+// outside.
+constexpr int32_t CountingLight[] = {22, 23, 24, 30, 40, 41, 42, 44, 47, 60, 80, 400};
+constexpr int32_t CountingAlways[] = {500, 506}; // sensors
+
+bool LightsWhenBroken(const Slot& slot)
+{
+    if (slot.frame.request.Light != 0 || HasOption(slot, QV_OPTION_EXTERNAL_EXPOSURE)) return false;
+    for (const int32_t sensor : CountingAlways) {
+        if (sensor == slot.open.Config.CCD) return false;
+    }
+    for (const int32_t platform : CountingLight) {
+        if (platform == slot.open.Config.Platform) return true;
+    }
+    return false;
+}
+
 void CallRead(const QvnsExposure& request, uint16_t* pixels, int32_t camera)
 {
     if (request.Width == 0) {
@@ -120,8 +138,11 @@ void ExposeFrame(Slot* slot)
     } else {
         BeginExposing(slot);
     }
+    const bool staysShut = LightsWhenBroken(*slot);
     Seam.Unlock();
+    if (staysShut) Library.SetMode(QV_OPTION_EXTERNAL_EXPOSURE, 1, slot->camera);
     CallRead(frame.request, frame.pixels, slot->camera);
+    if (staysShut) Library.SetMode(QV_OPTION_EXTERNAL_EXPOSURE, 0, slot->camera);
     int32_t status = Library.Status(slot->camera);
     if (status == QV_ERROR_NONE && !LinkAnswers(*slot)) status = QV_ERROR_LINK_FAILURE;
     const bool alive = EndWork(slot);
@@ -130,7 +151,7 @@ void ExposeFrame(Slot* slot)
     const int32_t code = FrameCode(*slot, status, loading);
     // What the camera holds after a pattern that failed is the one before, or none.
     slot->built = frame.geometry;
-    slot->charged = code != QV_ERROR_NONE || frame.geometry.isWindow;
+    slot->charged = code != QV_ERROR_NONE || frame.breakWanted || LeavesRows(*slot, frame.geometry);
     if (loading && code != QV_ERROR_NONE) slot->built.hbin = 0;
     if (code == QV_ERROR_NONE) {
         FinishFrame(slot, code);

@@ -11,6 +11,7 @@
     FUNCTION(Delay)                                                                                \
     FUNCTION(IsOn)                                                                                 \
     FUNCTION(GetMode)                                                                              \
+    FUNCTION(SetMode)                                                                              \
     FUNCTION(BrkFlg)                                                                               \
     FUNCTION(InitCfg)                                                                              \
     FUNCTION(InitOptions)                                                                          \

@@ -280,3 +280,32 @@ TEST_F(Exposures, TriggerThatDoesNotComeEndsWithItsLimitAndIsNamed)
     EXPECT_EQ(StateOf(0).Camera, QVNS_CAMERA_OPEN);
     Take(Light(0.1));
 }
+
+// A break starts the exposure counter anew, and with it the shutter.
+TEST_F(Exposures, DarkFrameThatIsFinishedSeesNoLight)
+{
+    OpenCamera();
+    QvnsExposure exposure = Light(10.0);
+    exposure.Light = 0;
+    EmuSchedule(
+        EmuMicroseconds() + 3'000'000, [](int32_t) { Finish(); }, 0);
+    const uint32_t exposures = EmuBusExposures(bus);
+    Take(exposure);
+    EXPECT_LT(about.Exposed, 4.0);
+    EXPECT_EQ(EmuBusExposures(bus), exposures);
+    EXPECT_EQ(pixels, std::vector<uint16_t>(Pixels, 0));
+}
+
+// With lines of three rows 18 of the 20 are read: 5 lines of the image and 1 ahead of it.
+TEST_F(Exposures, RowsThatABinningLeavesBehindAreNotInTheNextFrame)
+{
+    OpenCamera({44, 255, 2, "BuildWaveR3", 200});
+    QvnsExposure exposure = Light(0.1);
+    exposure.HorBinning = exposure.VerBinning = 3;
+    Take(exposure);
+    EXPECT_GT(pixels[0], 0);
+    exposure.HorBinning = exposure.VerBinning = 1;
+    exposure.Light = 0;
+    Take(exposure);
+    EXPECT_EQ(pixels, std::vector<uint16_t>(Pixels, 0));
+}
