@@ -31,7 +31,8 @@ int32_t FirstRow(const VirtualFrame& frame)
 
 uint16_t BinOf(const VirtualFrame& frame, int32_t k, int32_t row)
 {
-    return StrobedBin({frame.strobe, frame.hbin, frame.vbin, frame.x, frame.columns}, k, row);
+    return StrobedBin(
+        {frame.strobe, frame.hbin, frame.vbin, frame.x, frame.columns, frame.sensorRows}, k, row);
 }
 
 // Cameras that clock themselves expose dark frames too, and have no shutter.
@@ -129,6 +130,11 @@ void VirtualCameraTest::TearDown()
 
 void VirtualCameraTest::Plug(const VirtualSetup& setup)
 {
+    PlugAt(setup, &bus);
+}
+
+void VirtualCameraTest::PlugAt(const VirtualSetup& setup, int32_t* bus)
+{
     SmallPlatform definition = {setup.platform, setup.sensor, setup.phase};
     definition.columns = setup.columns;
     definition.rows = setup.rows;
@@ -137,7 +143,8 @@ void VirtualCameraTest::Plug(const VirtualSetup& setup)
     camera.platform = setup.platform;
     camera.sensor = setup.sensor;
     camera.version = SmallVersion;
-    camera.chip = {ImageColumns, SensorRows, LeadingCells, RegisterCells, setup.scene};
+    camera.chip = {ImageColumns, static_cast<uint32_t>(setup.sensorRows), LeadingCells,
+                   RegisterCells, setup.scene};
     if (setup.platform == 70 || setup.platform == 71) camera.chip.rows = ImageRows;
     camera.wordNs = 500;
     camera.memory[1] = 10;
@@ -148,8 +155,8 @@ void VirtualCameraTest::Plug(const VirtualSetup& setup)
         const EmuWiring wiring = {setup.platform, setup.sensor, 0};
         ASSERT_TRUE(EmuFindLineMap(setup.builder, wiring, &camera.lines));
     }
-    bus = EmuPlugBusCamera(camera);
-    PlugLink(setup, bus);
+    *bus = EmuPlugBusCamera(camera);
+    PlugLink(setup, *bus);
 }
 
 void VirtualCameraTest::Open(const VirtualSetup& setup, int32_t options, int32_t attach)
@@ -170,6 +177,7 @@ VirtualFrame VirtualCameraTest::Full(const VirtualSetup& setup, ReadRule rule, i
 {
     VirtualFrame frame = {rule, setup.strobe, hbin, vbin, ImageColumns / hbin, ImageRows / vbin};
     frame.camera = setup.camera;
+    frame.sensorRows = setup.sensorRows;
     return frame;
 }
 
@@ -178,12 +186,19 @@ VirtualFrame VirtualCameraTest::Window(const VirtualSetup& setup, ReadRule rule,
 {
     VirtualFrame frame = {rule, setup.strobe, hbin, vbin, 4, 2, true, 1, 1};
     frame.camera = setup.camera;
+    frame.sensorRows = setup.sensorRows;
     return frame;
+}
+
+std::vector<uint16_t> VirtualCameraTest::Expected(const VirtualFrame& frame, uint16_t fill)
+{
+    return ExpectedFrom(frame, fill, &locked);
 }
 
 // A whole frame begins four words into what was sent; the last four words of a window
 // are those of an earlier frame.
-std::vector<uint16_t> VirtualCameraTest::Expected(const VirtualFrame& frame, uint16_t fill)
+std::vector<uint16_t> VirtualCameraTest::ExpectedFrom(const VirtualFrame& frame, uint16_t fill,
+                                                      std::vector<uint16_t>* locked)
 {
     const int32_t W = frame.columns;
     const int32_t count = W * frame.rows;
@@ -191,9 +206,9 @@ std::vector<uint16_t> VirtualCameraTest::Expected(const VirtualFrame& frame, uin
     switch (frame.rule) {
     case ReadRule::WholeFrame: {
         const int32_t sent = W * (frame.rows + DummyLines(frame));
-        for (int32_t n = 0; n < sent; ++n) locked[static_cast<size_t>(n)] = Streamed(frame, n);
+        for (int32_t n = 0; n < sent; ++n) (*locked)[static_cast<size_t>(n)] = Streamed(frame, n);
         const int32_t first = DummyLines(frame) / 2 * W + 4;
-        std::copy_n(locked.begin() + first, count, pixels.begin());
+        std::copy_n(locked->begin() + first, count, pixels.begin());
         break;
     }
     case ReadRule::Lines:

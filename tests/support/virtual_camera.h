@@ -34,6 +34,7 @@ struct VirtualSetup {
     int32_t camera = 0; // that opens it; each has a card of its own
     // Of the image, as the definition file says: less than the sensor has.
     int32_t columns = ImageColumns, rows = ImageRows;
+    int32_t sensorRows = SensorRows;
     EmuWheelSetup wheel = {}; // none
     int32_t wheelKind = 0;    // that the host says is there
     bool objective = false;
@@ -52,6 +53,7 @@ struct VirtualFrame {
     int32_t shutter = 1; // 0: a dark frame
     int32_t camera = 0;
     bool isSeries = false; // no dummy lines are read or skipped
+    int32_t sensorRows = SensorRows;
 };
 
 class VirtualCameraTest : public testing::Test {
@@ -66,6 +68,7 @@ protected:
     // Plugs the camera and writes the definition file for it; memory is empty but for a
     // span of 1.0, an offset of 0.0 and the high resistor.
     void Plug(const VirtualSetup& setup);
+    static void PlugAt(const VirtualSetup& setup, int32_t* bus);
     void Open(const VirtualSetup& setup, int32_t options = 0, int32_t attach = 0);
 
     // The full frame of a binning, and a window of 4 by 2 pixels at 1, 1.
@@ -76,6 +79,8 @@ protected:
     // The pixels of a frame; those that are not written stay as they were. Keeps the
     // account of `locked`.
     std::vector<uint16_t> Expected(const VirtualFrame& frame, uint16_t fill);
+    static std::vector<uint16_t> ExpectedFrom(const VirtualFrame& frame, uint16_t fill,
+                                              std::vector<uint16_t>* locked);
     void ExpectFrame(const VirtualFrame& frame);
 
     void ExpectFrameAndWindow(const VirtualSetup& setup, ReadRule rule, int32_t hbin, int32_t vbin);

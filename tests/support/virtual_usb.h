@@ -49,7 +49,7 @@ protected:
 
     // Plugs the camera and writes the definition file for it. Its memory has a span of 1.0
     // and an offset of 0.0. So many readings of its version are wrong.
-    void Plug(const UsbSetup& setup, uint8_t badVersions = 0);
+    static void Plug(const UsbSetup& setup, uint8_t badVersions = 0);
     void Open(const UsbSetup& setup, int32_t options = 0, int32_t attach = 0);
 
     // The full frame of a binning, and a window of 4 by 2 pixels at 1, 1.
