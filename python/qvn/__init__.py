@@ -11,8 +11,11 @@
 docs/python.md is a tour. Without a camera: `qvn.virtual`.
 """
 from ._cooler import CoolingState
+from .armed import Armed
+from .array import Array
 from .camera import Camera
 from .catalogue import Entry, platforms, sensors
+from .definitions import PlatformDefinition, SensorDefinition, definitions
 from .errors import (
     Aborted,
     CameraClosed,
@@ -23,6 +26,7 @@ from .errors import (
     FilterWheelError,
     FrameMemoryError,
     HardwareError,
+    HeadFailure,
     InterfaceError,
     InterfaceLocked,
     LibraryNotFound,
@@ -35,11 +39,14 @@ from .errors import (
     UnsupportedPlatform,
     UsbError,
 )
-from .exposures import Exposure, Series
+from .exposures import ArrayExposure, Exposure, Series
+from ._library import library_version
 from .fits import save_fits
 from .frames import Binning, Frame, Metadata, Window
-from .opening import LINKS, open
+from .objective import Objective
+from .opening import LINKS, open, open_array
 from .pattern import Pattern, pattern
+from .service import Service
 from .wheel import FilterWheel
 from .world import World, virtual
 
@@ -47,6 +54,9 @@ __version__ = "7.4.3"
 
 __all__ = [
     "Aborted",
+    "Armed",
+    "Array",
+    "ArrayExposure",
     "Binning",
     "Camera",
     "CameraClosed",
@@ -62,6 +72,7 @@ __all__ = [
     "Frame",
     "FrameMemoryError",
     "HardwareError",
+    "HeadFailure",
     "InterfaceError",
     "InterfaceLocked",
     "LINKS",
@@ -69,17 +80,24 @@ __all__ = [
     "LinkError",
     "LinkFailure",
     "Metadata",
+    "Objective",
     "Pattern",
     "PatternError",
     "PatternOverflow",
+    "PlatformDefinition",
     "QvnError",
+    "SensorDefinition",
     "Series",
+    "Service",
     "SpecificationError",
     "UnsupportedPlatform",
     "UsbError",
     "Window",
     "World",
+    "definitions",
+    "library_version",
     "open",
+    "open_array",
     "pattern",
     "platforms",
     "save_fits",

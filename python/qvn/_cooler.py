@@ -17,7 +17,7 @@ FAILURES = 6  #: readings that fail in a row, until a wait gives up
 class CoolingState:
     """The cooler as it is. Temperatures are degrees Celsius, rates degrees a minute."""
 
-    state: str  #: "off", "ramping", "regulating", "at target" or "no readings"
+    state: str  #: "off", "ramping", "regulating", "at target", "no readings" or "by hand"
     temperature: Optional[float]  #: the last reading; None: it failed
     target: Optional[float]  #: where it shall go
     set_point: Optional[float]  #: where it is held now, on the way to the target
@@ -33,6 +33,7 @@ class Cooler:
         self.target: Optional[float] = None
         self.set_point: Optional[float] = None
         self.ramp: Optional[float] = None
+        self.by_hand: Optional[float] = None  # percent of drive, without a regulator
         self.readings = 0  # since the target was set
         self.inside = 0  # of them, in a row, at the target
         self.failures = 0  # in a row
@@ -43,6 +44,7 @@ class Cooler:
     def start(self, target: float, ramp: Optional[float], begin: float, now: float) -> float:
         """The first set point. Targets have tenths: others would never be reached."""
         with self.changed:
+            self.by_hand = None
             self.target = round(target, 1)
             self.ramp = ramp
             self._exact = self.target if ramp is None else begin
@@ -51,9 +53,17 @@ class Cooler:
             self._looked = now
             return self.set_point
 
+    def is_on(self) -> bool:
+        return self.target is not None or self.by_hand is not None
+
+    def drive(self, percent: float) -> None:
+        with self.changed:
+            self.stop()
+            self.by_hand = percent
+
     def stop(self) -> None:
         with self.changed:
-            self.target = self.set_point = self.ramp = None
+            self.target = self.set_point = self.ramp = self.by_hand = None
             self.readings = self.inside = self.failures = 0
             self.changed.notify_all()
 
@@ -94,7 +104,9 @@ class Cooler:
 
     def state(self, celsius: Optional[float], power: float) -> CoolingState:
         with self.changed:
-            if self.target is None:
+            if self.by_hand is not None:
+                name = "by hand"
+            elif self.target is None:
                 name, power = "off", 0.0  # the camera keeps the number of the drive alone
             elif self.failures > 0:
                 name, celsius = "no readings", None

@@ -2,37 +2,44 @@
 from __future__ import annotations
 
 import ctypes
-import threading
-from contextlib import ExitStack
-from dataclasses import dataclass, field, replace
-from typing import Any, Optional
+from contextlib import ExitStack, suppress
+from dataclasses import dataclass, replace
+from typing import Callable, Optional
 
 import numpy as np
 
-from . import _records
+from . import _hashes, _reading, _records
 from ._cooler import TURN, Cooler
 from ._library import Library
-from ._worker import Job, Worker
+from ._metadata import describe
+from ._request import LONGEST_SHORT, Request
+from ._worker import Job, Result, Worker
 from .catalogue import DEMO, Entry
-from .errors import Aborted, CameraClosed, QvnError
+from .errors import Aborted, CameraClosed, CameraTimeout, HeadFailure, QvnError
 from .frames import Binning, Frame, Metadata, Window
 
 CELSIUS = 1
 OPTION_REGULATION = 0x0002
+OPTION_EXTERNAL_TRIGGER = 0x0004
 OPTION_KEEP_CLEAN = 0x0008
 
 #: The library's own service, its buffers, and no reports: they would be in the way here.
 OPTIONS_REFUSED = 0x0001 | OPTION_REGULATION | 0x0020 | 0x8000
 
 _PIXELS_BEHIND = 3  # platforms 300 and 450 write so many behind a frame
-_UNOD = (70, 71)
+UNOD = (70, 71)
 _NO_MEMORY = 70  # and its frames stay dark once it was asked for its memory
-_LONGEST_SHORT = 0.5  # seconds; shorter exposures cannot be broken off
 _SECONDS_A_PIXEL = 50e-6  # of the slowest readout
 _SECONDS_BESIDES = 60.0
 _CLOSE_LIMIT = 60.0  # seconds
 _PATTERN_CODES = (8, 22, 23)
 _READOUT = b"Image downloading"
+_LOOK_AT_TRIGGER = 0.001  # seconds
+#: Whose trigger input can be looked at. 28 can on the card alone.
+_TRIGGERED = (22, 23, 24, 25, 28, 30, 40, 41, 42, 44, 47, 60, 70, 71, 80, 300, 450)
+_TARN5, _USB = 28, 6
+_FOREVER = float("inf")
+ARMED = ("an armed exposure is under way", "fetch() or flush() it first")
 
 
 @dataclass(frozen=True)
@@ -46,36 +53,7 @@ class Plan:
     from_file: bool
     attach: bool
     virtual: bool
-
-
-@dataclass
-class Request:
-    """A frame that was asked for, and what has become of it so far."""
-
-    seconds: float
-    light: bool
-    window: Optional[Window]
-    number: int = 1
-    frames: Optional[int] = None  #: of a series in one call
-    phase: str = "waiting"  #: then "exposing", "reading", "done"
-    percent: int = 0  #: of the readout
-    begun: float = 0.0  #: seconds of the library's clock
-    abort_asked: bool = False
-    broken_at: Optional[float] = None
-    pattern_code: int = 0
-    lock: threading.Lock = field(default_factory=threading.Lock)
-
-    def _is_long(self) -> bool:
-        return int(self.seconds * 1000.0) > _LONGEST_SHORT * 1000.0
-
-    def broken_in_series(self) -> bool:
-        return self.frames is not None and self.broken_at is not None and self._is_long()
-
-    def exposed(self) -> float:
-        """Seconds; of a series those of its frames that were not broken off."""
-        if self.broken_at is None or self.frames is not None or not self._is_long():
-            return self.seconds
-        return max(0.0, min(self.seconds, self.broken_at - self.begun))
+    heads: tuple[int, ...] = ()  #: of an array
 
 
 class Driver:
@@ -84,12 +62,20 @@ class Driver:
         self.plan = plan
         self.number = plan.number
         self.ccd = _records.CcdDefinition()
+        self.electronics = _records.PlatformDefinition()
         self.binning = Binning(1, 1)
         self.cooler = Cooler()
         self.filter: Optional[str] = None
         self.serial_number: Optional[int] = None
         self.saturation = 0
+        self.pattern_hash: Optional[int] = None
+        self.definition_hash = 0
+        #: The trigger begins frames that do not tell.
+        self.triggered = bool(plan.config.Activity & OPTION_EXTERNAL_TRIGGER)
+        #: What a camera that is opened again has to be told again.
+        self.settings: dict[str, Callable[[], None]] = {}
         self.closed = False
+        self.armed: Optional[object] = None  #: the frame in steps that is under way
         self._opened = False
         self._dll = library.dll
         self._loaded: Optional[Window] = None  # window whose pattern the camera has
@@ -99,9 +85,6 @@ class Driver:
         self._turned = 0.0
         self._read_at: Optional[float] = None
         self._celsius: Optional[float] = None
-        # The library keeps the two as long as the camera is open.
-        self._on_exposure = _records.ExposureCallback(self._exposing)
-        self._on_progress = _records.ProgressCallback(self._progressing)
         self.worker = Worker(f"qvn camera {plan.number}", self.turn_if_due, self._until_turn)
 
     def name(self) -> str:
@@ -126,7 +109,7 @@ class Driver:
                 raise self.library.error(
                     code, f"reading the definitions ({self.name()})", self._open_hint(code)
                 )
-            self._note_sensor()
+            self.note_sensor()
 
     # --- open and close ---
 
@@ -135,17 +118,7 @@ class Driver:
         config = plan.config
         with library.shared, library.calling():
             dll.QV_InitOptions(config, self.number)
-            dll.QV_Open(
-                plan.platform.code,
-                plan.sensor.code,
-                config.InterfaceAddress,
-                config.InterfaceType,
-                int(plan.attach),
-                self.number,
-                config.Activity & 0xFFFFFFFF,
-                self._on_exposure,
-                self._on_progress,
-            )
+            self._call_open()
             if plan.from_file:
                 dll.QV_InitOptions(config, self.number)  # the shutter's settling time
             try:
@@ -156,23 +129,57 @@ class Driver:
             self._opened = True
             library.cameras[self.number] = self
 
+    def _call_open(self) -> None:
+        plan, config = self.plan, self.plan.config
+        options = config.Activity & 0xFFFFFFFF
+        if self.can_look_at_trigger():
+            options &= ~OPTION_EXTERNAL_TRIGGER  # nothing could break the library's wait off
+        if plan.heads:
+            words = (ctypes.c_uint16 * 4)(0, sum(1 << head for head in plan.heads), 0, 0)
+            self._dll.QV_OpenArray(
+                ctypes.byref(words),
+                plan.platform.code,
+                plan.sensor.code,
+                0,
+                options,
+                self.number,
+                *self.library.callbacks,
+            )
+            return
+        self._dll.QV_Open(
+            plan.platform.code,
+            plan.sensor.code,
+            config.InterfaceAddress,
+            config.InterfaceType,
+            int(plan.attach),
+            self.number,
+            options,
+            *self.library.callbacks,
+        )
+
     def _note_opened(self) -> None:
         dll = self._dll
         code = dll.QV_Status(self.number)
         if code != 0 or not dll.QV_IsOn(self.number):
             raise self.library.error(code, f"opening {self.name()}", self._open_hint(code))
-        self._note_sensor()
+        self.note_sensor()
+        self.note_pattern()
         # Held for as long as the camera is open: so the regulation of exposures can be switched
         # on without the library waiting for its timer, which does not run.
         dll.QV_StopNow(self.number)
         self.saturation = dll.QV_MaxNumbers(self.number)
-        if self.plan.platform.code != _NO_MEMORY:
-            serial = dll.QV_GetSerNum(self.number)
-            self.serial_number = serial if serial >= 0 else None
+        self.note_serial_number()
         self._turned = self.library.seconds()
 
-    def _note_sensor(self) -> None:
+    def note_serial_number(self) -> None:
+        if self.plan.platform.code != _NO_MEMORY:
+            serial = self._dll.QV_GetSerNum(self.number)
+            self.serial_number = serial if serial >= 0 else None
+
+    def note_sensor(self) -> None:
         self._dll.QV_GetCCDdata(self.ccd, self.number)
+        self._dll.QV_GetHPdata(self.electronics, self.number)
+        self.definition_hash = _hashes.definition_hash(self.ccd, self.electronics)
         for key in ("Xpix", "Ypix"):
             if getattr(self.ccd, key) < 2:
                 raise self.library.error(
@@ -181,6 +188,14 @@ class Driver:
                     f"ccd_definitions.{self.plan.sensor.name}.{key} is missing or too small; "
                     "`qvn init FOLDER` writes a complete qvn.cfg to compare with",
                 )
+
+    def note_pattern(self) -> None:
+        """The pattern that has just been loaded, while no other camera can build one."""
+        if self.library.folder is not None:
+            plan = self.plan
+            self.pattern_hash = _hashes.pattern_hash(
+                self.library.folder, plan.platform.code, plan.sensor.code
+            )
 
     def _open_hint(self, code: int) -> str:
         file = f"{self.library.folder}/qvn.cfg"
@@ -201,8 +216,10 @@ class Driver:
         dll, library = self._dll, self.library
         with library.shared, library.calling():
             if self._opened:
+                if self.armed is not None:
+                    dll.QV_FlushAcquisition(self.number)
                 self._set_regulation(False)
-                if self.cooler.target is not None and not keep_cooling:
+                if self.cooler.is_on() and not keep_cooling:
                     dll.QV_Cooler(0, self.number)
                 dll.QV_StartNow(self.number)
                 dll.QV_Close(self.number)
@@ -212,8 +229,10 @@ class Driver:
         self.cooler.stop()
         library.give_back(self.number)
 
-    def end(self, keep_cooling: bool = False) -> Job[None]:
+    def end(self, keep_cooling: bool = False) -> Optional[Job[None]]:
         """Breaks off what runs, drops what waits, closes; the thread ends. Does not wait."""
+        if self.closed:
+            return None
         self.worker.cancel_waiting()
         self.abort()
         job = self.worker.submit("closing", lambda: self.close(keep_cooling), _CLOSE_LIMIT)
@@ -222,8 +241,10 @@ class Driver:
 
     def shutdown(self, keep_cooling: bool = False) -> None:
         """The same, and waits for it."""
-        if not self.closed:
-            self.worker.wait(self.end(keep_cooling))
+        job = self.end(keep_cooling)
+        if job is not None:
+            with suppress(Aborted, CameraClosed):  # another thread was faster
+                self.worker.wait(job)
 
     def reopen(self) -> None:
         """Closes the link and opens it again; settings and the cooler's target are kept.
@@ -231,7 +252,7 @@ class Driver:
         The cooler goes on with the drive that it had, so the sensor does not warm up meanwhile.
         """
         dll, number, cooler = self._dll, self.number, self.cooler
-        gain, power, binning = dll.QV_GetGain(number), self.power(), self.binning
+        power, binning = self.power(), self.binning
         with self.library.shared, self.library.calling():
             if self._opened:
                 self._set_regulation(False)
@@ -242,11 +263,14 @@ class Driver:
             self.open()
             if binning != self.binning:
                 self.set_binning(binning)
-            self.set_gain(gain)
+            for set_again in list(self.settings.values()):
+                set_again()
             if cooler.set_point is not None:
                 dll.QV_SetPower(power, number)
                 dll.QV_SetTemp(cooler.set_point, CELSIUS, number)
                 self._set_regulation(True)
+            elif cooler.by_hand is not None:
+                self.drive_cooler(cooler.by_hand)
 
     # --- breaking off ---
 
@@ -267,7 +291,8 @@ class Driver:
                 request.broken_at = self.library.seconds()
                 self._dll.QV_BrkFlg(self.number)
 
-    def _exposing(self, text: Optional[bytes], camera: int) -> None:
+    def exposing(self) -> None:
+        """The library tells that an exposure runs."""
         request = self._request
         if request is None:
             return
@@ -277,7 +302,8 @@ class Driver:
         if request.abort_asked:
             self._break(request)
 
-    def _progressing(self, text: Optional[bytes], percent: int, camera: int) -> None:
+    def progressing(self, text: Optional[bytes], percent: int) -> None:
+        """The library tells how far it has come with a readout or a pattern."""
         request = self._request
         if request is None:
             return
@@ -298,13 +324,14 @@ class Driver:
 
     def turn_if_due(self) -> None:
         """A reading and a step of the regulator, twice a second."""
-        if self.cooler.target is None or not self._opened:
+        if self.cooler.target is None or not self._opened or self.armed is not None:
             return
         now = self.library.seconds()
         if now - self._turned < TURN - 1e-3:
             return
         self._turned = now
         with self.library.calling():
+            self.select()
             set_point = self.cooler.next_set_point(now)
             if set_point is not None:
                 self._dll.QV_SetTemp(set_point, CELSIUS, self.number)
@@ -312,6 +339,7 @@ class Driver:
 
     def read(self) -> Optional[float]:
         """Degrees Celsius, measured now; None if that failed."""
+        self.select()
         failed = self._dll.QV_TemperatureHandle(self.number) != 0
         self._read_at = self.library.seconds()
         self._celsius = None if failed else self.last_reading()
@@ -336,6 +364,13 @@ class Driver:
             self._set_regulation(True)
             self._turned = now
 
+    def drive_cooler(self, percent: float) -> None:
+        with self.library.calling():
+            self._set_regulation(False)
+            self._dll.QV_Cooler(1, self.number)
+            self._dll.QV_SetPower(percent, self.number)
+        self.cooler.drive(percent)
+
     def cooler_off(self) -> None:
         with self.library.calling():
             self._set_regulation(False)
@@ -345,6 +380,11 @@ class Driver:
     def _set_regulation(self, on: bool) -> None:
         """Whether exposures regulate."""
         self._dll.QV_SetMode(OPTION_REGULATION, int(on), self.number)
+
+    def select(self) -> None:
+        """An array's head of the array's own number, which all but its frames are about."""
+        if self.plan.heads:
+            self._dll.QV_Select(self.number)
 
     # --- geometry ---
 
@@ -381,39 +421,121 @@ class Driver:
             self.check(f"setting binning {binning.horizontal} x {binning.vertical}")
             self._loaded = None
             self._pattern_lost = False
+            self.note_pattern()
 
     def set_gain(self, gain: int) -> None:
+        self._set_checked(f"setting gain {gain}", lambda: self._dll.QV_SetGain(gain, self.number))
+        self.settings["gain"] = lambda: self.set_gain(gain)
+
+    def set_user_gain(self, gain: int, high: bool, offset: int) -> None:
+        self._set_checked(
+            "setting the user's gain",
+            lambda: self._dll.QV_SetUsrGain(gain, int(high), offset, self.number),
+        )
+        self.settings["gain"] = lambda: self.set_user_gain(gain, high, offset)
+
+    def set_noise_reduction(self, mode: int) -> None:
+        with self.library.shared, self.library.calling():
+            self._dll.QV_SetDNR(mode, self.number)
+            if mode != self._dll.QV_GetDNR(self.number):
+                raise self.library.error(25, f"setting the noise reduction ({self.name()})")
+            self.set_binning(self.binning)  # the pattern leaves room for the samples
+        self.settings["bits"] = lambda: self.set_noise_reduction(mode)
+
+    def decimate_bits(self, mode: int) -> None:
+        self._set_checked(
+            "setting the bits of a pixel",
+            lambda: self._dll.QV_SetBitDecimation(mode, self.number),
+        )
+        self.set_binning(self.binning)  # it has ended a noise reduction
+        self.settings["bits"] = lambda: self.decimate_bits(mode)
+
+    def set_fan(self, percent: float) -> None:
+        with self.library.calling():
+            self._dll.QV_SetFanSpeed(percent, self.number)
+        self.settings["fan"] = lambda: self.set_fan(percent)
+
+    def set_options(self, bits: int, on: bool) -> None:
+        if bits & OPTION_EXTERNAL_TRIGGER and self.can_look_at_trigger():
+            self.triggered = on
+            bits &= ~OPTION_EXTERNAL_TRIGGER
+        with self.library.calling():
+            self._dll.QV_SetMode(bits, int(on), self.number)
+        before = self.plan.config.Activity
+        self.plan.config.Activity = before | bits if on else before & ~bits
+
+    def options(self) -> int:
+        """The option word as the host means it."""
+        options = self._dll.QV_GetMode(self.number) & ~OPTION_REGULATION
+        return int(options | (OPTION_EXTERNAL_TRIGGER if self.triggered else 0))
+
+    def _set_checked(self, doing: str, run: Callable[[], object]) -> None:
         with self.library.shared, self.library.calling():
             self.fresh_status()
-            self._dll.QV_SetGain(gain, self.number)
-            self.check(f"setting gain {gain}")
+            run()
+            self.check(doing)
+
+    # --- the external trigger ---
+
+    def can_look_at_trigger(self) -> bool:
+        plan = self.plan
+        if plan.platform.code == _TARN5 and plan.config.InterfaceType == _USB:
+            return False
+        return plan.platform.code in _TRIGGERED
+
+    def is_triggered(self) -> bool:
+        with self.library.calling():
+            return bool(self._dll.QV_Trigger(0, self.number) == 1)
+
+    def _await_trigger(self, request: Request) -> None:
+        """Looks at the input, since the library's own wait cannot be broken off."""
+        request.phase = "trigger"
+        if self._dll.QV_GetMode(self.number) & OPTION_KEEP_CLEAN:
+            self.clear()  # ahead of the wait: the frame begins with the trigger
+        begin = self.library.seconds()
+        while not request.abort_asked and not self.is_triggered():
+            waited = self.library.seconds() - begin
+            if request.limit is not None and waited >= request.limit:
+                raise CameraTimeout(
+                    f"waiting for the trigger ({self.name()})",
+                    f"it has not come for {waited:.0f} s",
+                    "check its cable, or a longer timeout",
+                )
+            self.turn_if_due()
+            self.library.pause(_LOOK_AT_TRIGGER)
+        self.worker.allow(self.limit(request))
 
     # --- frames ---
 
     def limit(self, request: Request) -> float:
         frames = request.frames or 1
-        return frames * (request.seconds + self.readout_limit())
+        return frames * (request.takes() + self.readout_limit())
 
     def readout_limit(self) -> float:
-        return float(self.ccd.Xpix * self.ccd.Ypix * _SECONDS_A_PIXEL + _SECONDS_BESIDES)
+        frames = max(1, len(self.plan.heads))
+        pixels = self.ccd.Xpix * self.ccd.Ypix * frames
+        return float(pixels * _SECONDS_A_PIXEL + _SECONDS_BESIDES)
 
-    def submit(self, request: Request, limit: Optional[float]) -> Job[Frame]:
+    def submit(self, request: Request, run: Callable[[Request], Result]) -> Job[Result]:
         if self.closed:
             raise CameraClosed(f"taking a frame ({self.name()})", "the camera is closed")
-        seconds = self.limit(request) if limit is None else limit
-        return self.worker.submit("taking a frame", lambda: self.take(request), seconds)
+        seconds = self.limit(request) if request.limit is None else request.limit
+        if request.trigger:
+            # The wait for the trigger has an end of its own.
+            seconds = _FOREVER if request.limit is None else request.limit + self.limit(request)
+        return self.worker.submit("taking a frame", lambda: run(request), seconds)
 
     def take(self, request: Request) -> Frame:
+        """A frame, or a series, in the camera's thread."""
         frame = None
-        if not self._opened:
-            raise CameraClosed(
-                f"taking a frame ({self.name()})", "it could not be opened again", "reopen()"
-            )
-        self._taking = request
+        self._begin(request)
         try:
             with ExitStack() as held:
                 if self._builds(request) or self._dll.QV_Status(self.number) != 0:
                     self._load_pattern(request, held)
+                if request.trigger:
+                    held.pop_all().close()
+                    self._await_trigger(request)
                 held.enter_context(self.library.calling())
                 if not request.abort_asked:
                     self.check_window(request.window)  # the binning may be another by now
@@ -424,97 +546,150 @@ class Driver:
             raise Aborted(f"taking a frame ({self.name()})", frame)
         return frame
 
+    def take_heads(self, request: Request) -> dict[int, Frame]:
+        """A frame of each head of an array, in the camera's thread."""
+        self._begin(request)
+        try:
+            if request.trigger:
+                self._await_trigger(request)
+            with self.library.calling():
+                if request.abort_asked:
+                    raise Aborted(f"taking the frames ({self.name()})")
+                frames = self._read_heads(request)
+        finally:
+            self._taking = None
+        if request.abort_asked:
+            raise Aborted(f"taking the frames ({self.name()})")
+        return frames
+
+    def _begin(self, request: Request) -> None:
+        if not self._opened:
+            raise CameraClosed(
+                f"taking a frame ({self.name()})", "it could not be opened again", "reopen()"
+            )
+        if self.armed is not None:
+            raise QvnError(f"taking a frame ({self.name()})", *ARMED)
+        self._taking = request
+
     def _builds(self, request: Request) -> bool:
         return self._pattern_lost or request.window != self._loaded
 
     def _load_pattern(self, request: Request, held: ExitStack) -> None:
         """Cameras share the file of the pattern, so one of them builds at a time.
 
-        With others beside it a long exposure does not keep them from building: the pattern is
-        loaded by a read without an exposure ahead of it.
+        With others beside it a long exposure does not keep them from building, and a trigger does
+        not wait for the pattern: it is loaded by a read without an exposure ahead of it.
         """
         held.enter_context(self.library.shared)
         with self.library.calling():
             self.fresh_status()
-            if self._pattern_lost:
+            if self._pattern_lost or self._would_shear(request):
                 # The library takes the window for loaded; with the binning it forgets that.
                 self.set_binning(self.binning)
             alone = len(self.library.cameras) < 2 or self.library.virtual_time
-            if alone or not self._builds(request) or request.seconds <= _LONGEST_SHORT:
+            short = request.takes() <= LONGEST_SHORT or alone
+            if not self._builds(request) or (short and not request.trigger):
                 return
-            self._read(replace(request, seconds=-1.0, light=False, frames=None, phase="waiting"))
+            self._read(Request(-1.0, False, request.window))
         held.pop_all().close()
 
-    def _window_arguments(self, window: Window) -> tuple[int, int, int, int]:
+    def _would_shear(self, request: Request) -> bool:
+        """A full frame behind a binned window is built for the sensor's unbinned lines."""
+        return self._loaded is not None and request.window is None and self.binning != (1, 1)
+
+    def window_arguments(self, window: Window) -> tuple[int, int, int, int]:
         """As the library takes them: the simulated camera counts unbinned pixels."""
         if self.plan.platform.code != DEMO:
             return window
         across, down = self.binning
         return window.x * across, window.y * down, window.width, window.height
 
-    def _delivered(self, request: Request) -> Window:
-        rows, columns = self.shape()
-        if request.window is None:
-            return Window(0, 0, columns, rows)
-        x, y, width, height = request.window
-        if request.frames is not None and self.plan.platform.code not in (DEMO, *_UNOD):
-            # A series begins with the sensor's first row. Half of the dark ones lie ahead of the
-            # image.
-            vertical = self.binning.vertical
-            y = -(self.ccd.Dummy[vertical - 1] // 2) if vertical <= 4 else 0
-        return Window(x, y, width & ~1, height)
+    def begins_at_the_edge(self) -> bool:
+        """Whether series begin with the row that leaves the sensor first."""
+        return self.plan.platform.code not in (DEMO, *UNOD)
 
     def _read(self, request: Request) -> Frame:
-        window = self._delivered(request)
+        window = _reading.delivered(self, request)
         count = window.width * window.height
         frames = request.frames or 1
         try:
             pixels = np.zeros((frames, count + _PIXELS_BEHIND), np.uint16)
-        except MemoryError:
+        except (MemoryError, ValueError):
             raise self.library.error(16, f"taking {frames} frames of {count} pixels") from None
-        metadata = self._metadata(request, window)
+        metadata = describe(self, request, window)
+        builds = self._builds(request)
+        metadata = self._timed(request, metadata, lambda: _reading.take(self, request, pixels))
+        if builds:
+            self.note_pattern()
+        self._judge(request)
+        metadata = replace(
+            metadata, pattern_hash=self.pattern_hash, temperature_end=self._after(request)
+        )
+        image = pixels[:, :count].reshape(frames, window.height, window.width)
+        return Frame(image if request.frames is not None else image[0], metadata)
+
+    def _read_heads(self, request: Request) -> dict[int, Frame]:
+        columns, rows = self.ccd.Xpix, self.ccd.Ypix
+        heads = request.heads or {}
+        try:
+            pixels = {head: np.zeros((rows, columns), np.uint16) for head in heads}
+        except MemoryError:
+            raise self.library.error(
+                16, f"taking {len(heads)} frames of {rows * columns} pixels"
+            ) from None
+        metadata = describe(self, request, Window(0, 0, columns, rows))
+
+        def read() -> None:
+            _reading.take_heads(self, request, pixels)
+
+        metadata = self._timed(request, metadata, read)
+        metadata = replace(metadata, temperature_end=self._after(request))
+        silent = [head for head, image in pixels.items() if _reading.is_marked(image[-1:])]
+        frames = {}
+        for head, seconds in heads.items():
+            _reading.clear_marks(pixels[head])
+            exposed = min(seconds, metadata.exposure)
+            told = replace(
+                metadata,
+                head=head,
+                requested=seconds,
+                exposure=exposed,
+                aborted=exposed < seconds,
+                temperature=metadata.temperature if head == self.number else None,
+                temperature_end=metadata.temperature_end if head == self.number else None,
+            )
+            if head not in silent:
+                frames[head] = Frame(pixels[head], told)
+        if silent:
+            raise HeadFailure(f"taking the frames ({self.name()})", silent, frames)
+        return frames
+
+    def _timed(self, request: Request, metadata: Metadata, read: Callable[[], None]) -> Metadata:
+        """Reads, and tells what the metadata are behind it."""
         start = self.library.utc()
         request.begun = self.library.seconds()
         self._request = request
         request.phase = "exposing"
+        keeps_clean = self._dll.QV_GetMode(self.number) & OPTION_KEEP_CLEAN
+        if request.trigger:  # it was cleared ahead of the wait
+            self._dll.QV_SetMode(OPTION_KEEP_CLEAN, 0, self.number)
         try:
-            self._call(request, pixels)
+            read()
         finally:
             self._request = None
             request.phase = "done"
-        self._judge(request)
-        image = pixels[:, :count].reshape(frames, window.height, window.width)
-        exposed = request.exposed()
-        metadata = replace(
+            self._dll.QV_SetMode(keeps_clean, 1, self.number)
+        return replace(
             metadata,
             start=start,
             end=self.library.utc(),
-            exposure=exposed,
-            aborted=exposed < request.seconds or request.broken_in_series(),
+            exposure=request.exposed(),
+            aborted=request.was_broken(),
         )
-        return Frame(image if request.frames is not None else image[0], metadata)
 
-    def _call(self, request: Request, pixels: np.ndarray[Any, np.dtype[np.uint16]]) -> None:
-        shutter = int(request.light)
-        rows = [row.ctypes.data_as(_records.PIXELS) for row in pixels]
-        if request.window is None:
-            self._dll.QV_FGetCCD(shutter, request.seconds, rows[0], self.number)
-            return
-        place = self._window_arguments(request.window)
-        if request.frames is None:
-            self._dll.QV_FGetWinCCD(shutter, request.seconds, *place, rows[0], self.number)
-            return
-        self._dll.QV_Kinetics(
-            shutter,
-            request.seconds,
-            request.frames,
-            *place,
-            (_records.PIXELS * len(rows))(*rows),
-            self.number,
-        )
-        # A series that failed has not given back its hold, and the camera keeps one only.
-        if self._dll.QV_Status(self.number) != 0:
-            self._dll.QV_StartNow(self.number)
+    def _after(self, request: Request) -> Optional[float]:
+        """The temperature behind a frame."""
+        return None if request.seconds < 0.0 else self.recent()
 
     def _judge(self, request: Request) -> None:
         """The status tells of the read alone; a pattern that was not built shows otherwise."""
@@ -524,42 +699,6 @@ class Driver:
             self._pattern_lost = True
             raise self.library.error(request.pattern_code, doing)
         self.check(doing)
-
-    def _metadata(self, request: Request, window: Window) -> Metadata:
-        cooling = self.cooler.target is not None
-        binning = self.binning
-        now = self.library.utc()
-        return Metadata(
-            start=now,
-            end=now,
-            exposure=request.seconds,
-            requested=request.seconds,
-            aborted=False,
-            light=request.light,
-            temperature=self.recent(),
-            set_point=self.cooler.set_point,
-            cooler_power=self.power() if cooling else 0.0,
-            gain=self._dll.QV_GetGain(self.number),
-            binning=binning,
-            window=window,
-            full_frame=request.window is None,
-            platform=self.plan.platform.code,
-            platform_name=self.plan.platform.name,
-            sensor=self.plan.sensor.code,
-            sensor_name=self.plan.sensor.name,
-            serial_number=self.serial_number,
-            pixel_size=(
-                self.ccd.XpixDim * binning.horizontal,
-                self.ccd.YpixDim * binning.vertical,
-            ),
-            saturation=self.saturation,
-            filter=self.filter,
-            camera=self.number,
-            options=self._dll.QV_GetMode(self.number) & ~OPTION_REGULATION,
-            virtual=self.plan.virtual,
-            number=request.number,
-            frames=request.frames or 1,
-        )
 
     def power(self) -> float:
         return float(self._dll.QV_GetPower(self.number))

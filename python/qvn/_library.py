@@ -14,6 +14,7 @@ from pathlib import Path
 from typing import TYPE_CHECKING, Any, ContextManager, Iterator, Optional, Union
 
 from . import _records
+from ._checks import text
 from .errors import DefinitionError, LibraryNotFound, QvnError, error_of
 
 if TYPE_CHECKING:
@@ -27,6 +28,7 @@ FOLDER_VARIABLE = "QVN_FOLDER"
 
 _LONGEST_PATH = 1023
 _LONGEST_DELAY_MS = 500
+_VERSION_ROOM = 128
 
 
 _shared = threading.RLock()
@@ -49,10 +51,26 @@ class Library:
         self.cameras: dict[int, Driver] = {}  #: those that are open
         self.choosing = threading.RLock()  #: held while a camera number is chosen
         self._taken: set[int] = set()
+        #: Kept for good: a closed camera's record has them still, and a pattern may be built in it.
+        self.callbacks = (
+            _records.ExposureCallback(self._exposing),
+            _records.ProgressCallback(self._progressing),
+        )
+        self.left = False  #: the process was forked from one with open cameras
         self.virtual_time = False
         self._one_thread = threading.RLock()
         self._midnight = (0.0, datetime.now(timezone.utc))
-        self._scratch: Optional[tempfile.TemporaryDirectory[str]] = None
+        self._scratch: Optional[Path] = None
+
+    def _exposing(self, text: Optional[bytes], camera: int) -> None:
+        driver = self.cameras.get(camera)
+        if driver is not None:
+            driver.exposing()
+
+    def _progressing(self, text: Optional[bytes], percent: int, camera: int) -> None:
+        driver = self.cameras.get(camera)
+        if driver is not None:
+            driver.progressing(text, percent)
 
     # --- clock ---
 
@@ -91,6 +109,26 @@ class Library:
                 for driver in list(self.cameras.values()):
                     driver.turn_if_due()
 
+    # --- forked processes ---
+
+    def leave(self, shared: threading.RLock, in_world: bool) -> None:
+        """What is open belongs to the process that this one was forked from."""
+        self.shared = shared
+        self.choosing, self._one_thread = threading.RLock(), threading.RLock()
+        self.left = self.left or in_world or bool(self.cameras)
+        for driver in self.cameras.values():
+            driver.closed = True
+        self.cameras.clear()
+        self._scratch = None
+
+    def need_own(self, doing: str) -> None:
+        if self.left:
+            raise QvnError(
+                doing,
+                "this process was forked from one with open cameras",
+                "start it anew, as the method spawn of multiprocessing does",
+            )
+
     # --- camera numbers ---
 
     def is_taken(self, number: int) -> bool:
@@ -110,10 +148,10 @@ class Library:
 
     def text_of(self, code: int) -> str:
         known = code >= 0 or hasattr(self.dll, "QVB_ErrorMessage")
-        text: Optional[bytes] = None
+        told: Optional[bytes] = None
         if known:
-            text = (self.dll.QV_ErrorMessage if code >= 0 else self.dll.QVB_ErrorMessage)(code)
-        return text.decode("latin-1") if text else ""
+            told = (self.dll.QV_ErrorMessage if code >= 0 else self.dll.QVB_ErrorMessage)(code)
+        return told.decode("latin-1") if told else ""
 
     def error(self, code: int, doing: str, hint: str = "") -> QvnError:
         return error_of(code, self.text_of(code), doing, hint)
@@ -132,7 +170,7 @@ class Library:
                     f"cameras are open with {self.folder}",
                     "close them first; all cameras share one folder",
                 )
-            path = os.fsencode(folder)
+            path = text("folder", folder)
             if len(path) > _LONGEST_PATH:
                 raise DefinitionError(
                     "choosing the folder of qvn.cfg",
@@ -169,17 +207,25 @@ class Library:
     def _copy(self, folder: Path) -> Path:
         """The library writes its clock pattern beside qvn.cfg, so samples are copied."""
         if self._scratch is None:
-            self._scratch = tempfile.TemporaryDirectory(prefix="qvn-")
+            self._scratch = Path(tempfile.mkdtemp(prefix="qvn-"))
+            atexit.register(_remove, self._scratch, os.getpid())
         for name in ("qvn.cfg", "camera.cfg", "starfield.raw"):
             if (folder / name).is_file():
-                shutil.copyfile(folder / name, Path(self._scratch.name) / name)
-        return Path(self._scratch.name)
+                shutil.copyfile(folder / name, self._scratch / name)
+        return self._scratch
+
+
+def _remove(folder: Path, process: int) -> None:
+    if os.getpid() == process:
+        shutil.rmtree(folder, ignore_errors=True)
 
 
 def _sample_folders() -> Iterator[Path]:
-    """Of the installation that this package belongs to, or of the source tree."""
+    """Of the installation that this package belongs to, or of the source tree, or of the system."""
     for parent in Path(__file__).resolve().parents:
         yield parent / "share" / "qvn"
+    yield Path("/usr/local/share/qvn")
+    yield Path("/usr/share/qvn")
 
 
 def _load(name: str) -> ctypes.CDLL:
@@ -238,6 +284,19 @@ def _close_all() -> None:
 
 atexit.register(_close_all)
 
+
+def _leave_to_the_parent() -> None:
+    """In a forked process: links and threads of open cameras are the parent's alone."""
+    global _shared, _loading
+    _shared, _loading = threading.RLock(), threading.Lock()
+    for library in _loaded.values():
+        library.leave(_shared, bool(_worlds))
+    _worlds.clear()
+
+
+if hasattr(os, "register_at_fork"):
+    os.register_at_fork(after_in_child=_leave_to_the_parent)
+
 _worlds: list[Library] = []
 
 
@@ -248,6 +307,13 @@ def current() -> Library:
 
 def is_virtual() -> bool:
     return bool(_worlds)
+
+
+def library_version() -> str:
+    """Version and date of build of the library under this package."""
+    buffer = ctypes.create_string_buffer(_VERSION_ROOM)
+    current().dll.QV_Ver(buffer)
+    return buffer_text(buffer)
 
 
 def enter_world(library: Library) -> None:

@@ -2,13 +2,14 @@
 from __future__ import annotations
 
 import queue
+import sys
 import threading
 import time
-from concurrent.futures import Future, TimeoutError as FutureTimeout
+from concurrent.futures import CancelledError, Future, TimeoutError as FutureTimeout
 from dataclasses import dataclass, field
 from typing import Any, Callable, Generic, Optional, TypeVar
 
-from .errors import CameraTimeout
+from .errors import Aborted, CameraClosed, CameraTimeout
 
 Result = TypeVar("Result")
 
@@ -51,35 +52,47 @@ class Worker:
         return job
 
     def call(self, doing: str, run: Callable[[], Result], limit: float = 60.0) -> Result:
-        return self.wait(self.submit(doing, run, limit))
+        """Submits a job and waits for it. Who stops waiting takes it back if it has not begun."""
+        job = self.submit(doing, run, limit)
+        try:
+            return self.wait(job)
+        except BaseException:
+            job.future.cancel()
+            raise
 
     def busy(self) -> bool:
         return self._current is not None or not self._jobs.empty()
 
     def wait(self, job: Job[Result]) -> Result:
         """The job's result. No wait lasts longer than the time limits of the jobs ahead."""
-        while True:
+        while not job.future.done():
             try:
-                return job.future.result(_LOOK)
+                job.future.result(_LOOK)
             except FutureTimeout:
-                if job.future.done():
-                    return job.future.result()
                 self.look(job)
+            except BaseException:
+                if not job.future.done():
+                    raise  # it came to who waits, as Ctrl-C does
+        try:
+            return job.future.result()
+        except CancelledError:
+            raise Aborted(job.doing) from None
 
     def look(self, job: Job[Any]) -> None:
-        """Raises CameraTimeout if the job, or the one that it waits for, takes too long."""
+        """Raises if the job will not come: it, or the one that it waits for, takes too long."""
         current = self._current
-        if current is None or not current.overdue():
-            return
-        raise CameraTimeout(
-            job.doing,
-            f"{current.doing} has not come back for {current.limit:.0f} s",
-            "check cable and power; a USB plug that is pulled ends most waits; "
-            "else this camera needs a new process",
-        )
+        if current is not None and current.overdue():
+            raise CameraTimeout(
+                job.doing,
+                f"{current.doing} has not come back for {current.limit:.0f} s",
+                "check cable and power; a USB plug that is pulled ends most waits; "
+                "else this camera needs a new process",
+            )
+        if not self._thread.is_alive() and not job.future.done():
+            raise CameraClosed(job.doing, "the camera was closed meanwhile, or in another process")
 
     def allow(self, seconds: float) -> None:
-        """Gives the job that runs so much more time, from now on: it was told to end."""
+        """Gives the job that runs so much more time, from now on."""
         current = self._current
         if current is not None and current.started is not None:
             current.limit = time.monotonic() - current.started + seconds
@@ -103,14 +116,19 @@ class Worker:
             try:
                 job = self._jobs.get(timeout=self._until_turn())
             except queue.Empty:
-                self._turn_if_due()
+                self._turn()
                 continue
             if job is None:
+                self.cancel_waiting()  # what came behind the close
                 return
-            self._turn_if_due()
+            self._turn()
             if job.future.set_running_or_notify_cancel():
                 self._run(job)
             del job  # and with it a frame that nobody else keeps
+
+    def _turn(self) -> None:
+        # Nobody waits for a turn, and the jobs behind it must not be lost with it.
+        _tell(self._turn_if_due)
 
     def _run(self, job: Job[Any]) -> None:
         job.started = time.monotonic()
@@ -119,7 +137,20 @@ class Worker:
             result = job.run()
         except BaseException as error:
             self._current = None
-            job.future.set_exception(error)
+            failure = error
+            _tell(lambda: job.future.set_exception(failure))
         else:
             self._current = None
-            job.future.set_result(result)
+            _tell(lambda: job.future.set_result(result))
+
+
+def _tell(run: Callable[[], None]) -> None:
+    """Runs what may raise anything, such as callbacks of a host, and goes on behind it."""
+    try:
+        run()
+    except BaseException:
+        kind, error, trace = sys.exc_info()
+        assert kind is not None
+        threading.excepthook(
+            threading.ExceptHookArgs((kind, error, trace, threading.current_thread()))
+        )

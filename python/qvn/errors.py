@@ -37,7 +37,7 @@ class LibraryNotFound(QvnError, ImportError):
 
 
 class UnsupportedPlatform(QvnError):
-    """The platform has no driver."""
+    """The platform has no driver, or not what was asked for."""
 
 
 class CameraNotFound(QvnError):
@@ -62,6 +62,18 @@ class LinkError(QvnError):
 
 class LinkFailure(LinkError):
     """A frame or a temperature did not arrive."""
+
+
+class HeadFailure(LinkFailure):
+    """Frames of an array's heads did not arrive. ``heads`` failed, ``frames`` has the others'."""
+
+    def __init__(self, doing: str, heads: list[int], frames: dict[int, Frame]) -> None:
+        names = ", ".join(str(head) for head in heads)
+        super().__init__(
+            doing, f"nothing came from head {names}", "check its cable, and heads=", 2
+        )
+        self.heads = heads
+        self.frames = frames
 
 
 class PatternError(QvnError):

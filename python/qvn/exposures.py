@@ -2,43 +2,56 @@
 from __future__ import annotations
 
 import asyncio
-from typing import AsyncIterator, Callable, Generator, Iterator, Optional
+from typing import AsyncIterator, Callable, Generator, Generic, Iterator, Optional, TypeVar
 
-from ._driver import Driver, Request
+from ._driver import Driver
+from ._request import Request
 from ._worker import Job
 from .errors import Aborted, CameraTimeout, QvnError
 from .frames import Frame
 
+Result = TypeVar("Result")
+_Self = TypeVar("_Self", bound="Running[object]")
 
-class Exposure:
-    """A frame that is being taken. It can be waited for, awaited, and broken off."""
 
-    def __init__(self, driver: Driver, request: Request, limit: Optional[float]) -> None:
+class Running(Generic[Result]):
+    """Something that is being taken. It can be waited for, awaited, and broken off."""
+
+    def __init__(
+        self,
+        owner: object,
+        driver: Driver,
+        request: Request,
+        run: Callable[[Request], Result],
+    ) -> None:
+        self._owner = owner  # a camera that nobody holds is closed
         self._driver = driver
         self._request = request
-        self._job: Job[Frame] = driver.submit(request, limit)
+        self._job: Job[Result] = driver.submit(request, run)
 
     @property
     def state(self) -> str:
-        """"waiting" for the camera, "exposing", "reading" or "done"."""
+        """"waiting" for the camera, "trigger", "exposing", "reading" or "done"."""
         return "done" if self.done() else self._request.phase
 
     @property
     def time_left(self) -> float:
         """Of the exposure, seconds; the readout comes behind it."""
-        if self._request.phase == "waiting":
-            return self._request.seconds
-        if self._request.phase != "exposing":
+        phase = self._request.phase
+        if phase in ("waiting", "trigger"):
+            return self._request.asked()
+        if phase != "exposing":
             return 0.0
         gone = self._driver.library.seconds() - self._request.begun
-        return max(0.0, self._request.seconds - gone)
+        return max(0.0, self._request.asked() - gone)
 
     @property
     def percent(self) -> int:
-        """Of the readout; 0 ahead of it."""
+        """Of the readout, percent; 0 ahead of it."""
         return 100 if self.done() else self._request.percent
 
     def done(self) -> bool:
+        """Whether the frame is there, or has failed."""
         return self._job.future.done()
 
     def abort(self) -> None:
@@ -49,32 +62,34 @@ class Exposure:
         if not self._job.future.cancel():
             self._driver.abort_request(self._request)
 
-    def add_done_callback(self, call: Callable[[Exposure], object]) -> None:
-        """Calls it when the frame is there or has failed, in the camera's thread."""
+    def add_done_callback(self: _Self, call: Callable[[_Self], object]) -> None:
+        """Calls it when the frame is there or has failed, in the camera's thread.
+
+        call: a function of the exposure. What it raises is reported and changes nothing.
+        """
         self._job.future.add_done_callback(lambda _: call(self))
 
-    def result(self) -> Frame:
-        """Waits for the frame. On Ctrl-C the exposure is broken off."""
+    def result(self) -> Result:
+        """Waits for the frame. On Ctrl-C the exposure is broken off, and read if it can be."""
         try:
             return self._settled()
         except KeyboardInterrupt:
             self.abort()
-            try:
-                self._settled()
-            except QvnError:
-                pass
+            if self._request.can_be_broken():
+                try:
+                    self._settled()
+                except QvnError:
+                    pass
             raise
 
-    def _settled(self) -> Frame:
-        if self._job.future.cancelled():
-            raise Aborted(f"taking a frame ({self._driver.name()})")
+    def _settled(self) -> Result:
         try:
             return self._driver.worker.wait(self._job)
         except CameraTimeout:
             self.abort()
             raise
 
-    async def _wait(self) -> Frame:
+    async def _wait(self) -> Result:
         future = asyncio.wrap_future(self._job.future)
         try:
             while not (await asyncio.wait([future], timeout=0.25))[0]:
@@ -86,8 +101,16 @@ class Exposure:
             raise Aborted(f"taking a frame ({self._driver.name()})")
         return future.result()
 
-    def __await__(self) -> Generator[object, None, Frame]:
+    def __await__(self) -> Generator[object, None, Result]:
         return self._wait().__await__()
+
+
+class Exposure(Running[Frame]):
+    """A frame that is being taken. It can be waited for, awaited, and broken off."""
+
+
+class ArrayExposure(Running[dict[int, Frame]]):
+    """The frames of an array's heads that are being taken, by head."""
 
 
 class Series:

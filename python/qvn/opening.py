@@ -4,11 +4,14 @@ from __future__ import annotations
 import ctypes
 import os
 from dataclasses import replace
-from typing import Optional, Union
+from typing import Iterable, Iterator, Optional, Union
 
 from . import _records
+from ._checks import text, whole
 from ._driver import OPTION_KEEP_CLEAN, OPTIONS_REFUSED, Driver, Plan
 from ._library import CAMERAS, Library, PathLike, current, is_virtual
+from ._reading import HEADS
+from .array import Array
 from .camera import Camera
 from .catalogue import DEMO, Entry, Key, find_platform, find_sensor
 from .errors import DefinitionError, QvnError
@@ -31,6 +34,8 @@ def open(
     address: Optional[int] = None,
     decoder: Optional[int] = None,
     wheel: Union[int, str, None] = None,
+    sub_camera: Optional[int] = None,
+    output: Optional[int] = None,
     clean: bool = True,
     attach: bool = False,
     options: int = 0,
@@ -50,25 +55,113 @@ def open(
     decoder: serial decoder on the cable: 0 none, 1 or 3.
     wheel: filter wheel: a name of `qvn.wheel.KINDS` or 0 to 4; without it none, or that of the
         virtual camera.
+    sub_camera: of several behind one link, 0 to 3.
+    output: output amplifier of the sensor, 0 to 3.
     clean: clear the sensor ahead of each exposure, of the charge that gathered meanwhile.
     attach: keep what a running camera does, so its cooler; else it is reset.
-    options: QV_OPTION_... bits of qvn.h. Regulation and reports are this package's. A frame that
-        waits for an external trigger (0x4) cannot be broken off until it has come.
+    options: QV_OPTION_... bits of qvn.h. Regulation and reports are this package's. With 0x4 all
+        frames begin with the external trigger. On platforms 29 and 400 the camera itself waits for
+        it, and nothing breaks that off.
     """
     library = current()
+    library.need_own("opening a camera")
     library.use_folder(folder)
     with library.choosing:
         plan = _plan(library, platform, sensor, camera, config, link, address, decoder)
         record = plan.config
         if wheel is not None:
             record.FilterWheel = wheel_kind(wheel)
-        if options & OPTIONS_REFUSED:
-            raise ValueError(f"options {options & OPTIONS_REFUSED:#06x} are not for this package")
-        record.Activity = (record.Activity & ~OPTIONS_REFUSED) | options
-        if clean:
-            record.Activity |= OPTION_KEEP_CLEAN
+        if sub_camera is not None:
+            record.CameraAddress = whole("sub_camera", sub_camera, 0, 3)
+        if output is not None:
+            record.CcdOutput = whole("output", output, 0, 3)
+        _set_options(record, options, clean)
         library.take_number(plan.number)
-    return Camera(Driver(library, replace(plan, attach=attach)))
+    return Camera(Driver(library, replace(plan, attach=bool(attach))))
+
+
+def open_array(
+    platform: Optional[Key] = None,
+    sensor: Optional[Key] = None,
+    *,
+    heads: Optional[Iterable[int]] = None,
+    camera: Optional[int] = None,
+    folder: Optional[PathLike] = None,
+    wheel: Union[int, str, None] = None,
+    options: int = 0,
+) -> Array:
+    """Opens the heads behind the first interface card as one array; use it as a context.
+
+    platform: code or name: 42 or 44; without it the array of the virtual world.
+    sensor: code or name, of all heads; without it the platform's usual one.
+    heads: the numbers of those that are fitted, 0 to 7; without it those of the virtual world.
+    camera: number, 0 to 7: also that of the head that the cooler and settings are about. Without
+        it the first head's.
+    folder: of qvn.cfg, as for `qvn.open`.
+    wheel: filter wheel of that head, as for `qvn.open`.
+    options: QV_OPTION_... bits of qvn.h, as for `qvn.open`.
+    """
+    library = current()
+    library.need_own("opening an array")
+    library.use_folder(folder)
+    with library.choosing:
+        instrument = _array_of(library, camera)
+        plan = _array_plan(library, platform, sensor, heads, camera, instrument)
+        if wheel is not None:
+            plan.config.FilterWheel = wheel_kind(wheel)
+        _set_options(plan.config, options, False)
+        library.take_number(plan.number)
+    return Array(Driver(library, plan))
+
+
+def _set_options(record: _records.CameraConfig, options: int, clean: bool) -> None:
+    bits = whole("options", options, 0, 0xFFFF)
+    if bits & OPTIONS_REFUSED:
+        raise ValueError(f"options {bits & OPTIONS_REFUSED:#06x} are not for this package")
+    record.Activity = (record.Activity & ~OPTIONS_REFUSED) | bits
+    if clean:
+        record.Activity |= OPTION_KEEP_CLEAN
+
+
+def _array_of(library: Library, camera: Optional[int]) -> Optional[_records.Instrument]:
+    """The array of the virtual world."""
+    for instrument in _instruments(library):
+        if instrument.Heads != 0 and camera in (None, instrument.Camera):
+            return instrument
+    return None
+
+
+def _array_plan(
+    library: Library,
+    platform: Optional[Key],
+    sensor: Optional[Key],
+    heads: Optional[Iterable[int]],
+    camera: Optional[int],
+    instrument: Optional[_records.Instrument],
+) -> Plan:
+    if instrument is not None:
+        platform = instrument.Platform if platform is None else platform
+        sensor = instrument.Sensor if sensor is None else sensor
+        heads = range(instrument.Heads) if heads is None else heads
+    if platform is None or heads is None:
+        raise QvnError(
+            "choosing the array", "nothing tells which heads are fitted", "platform= and heads="
+        )
+    fitted = tuple(sorted({whole("head", head, 0, HEADS - 1) for head in heads}))
+    if not fitted:
+        raise ValueError("an array has one head at least")
+    found = find_platform(library, platform)
+    carried = find_sensor(library, found, sensor)
+    record = _records.CameraConfig()
+    library.dll.QV_InitCfg(record)
+    record.Platform, record.CCD, record.InterfaceType = found.code, carried.code, LINKS["pci"]
+    if camera is None:
+        camera = fitted[0] if instrument is None else instrument.Camera
+    number = whole("camera", camera, 0, CAMERAS - 1)
+    record.PciIndex = number
+    if instrument is not None:
+        record.FilterWheel = instrument.FilterWheel
+    return Plan(number, found, carried, record, False, False, instrument is not None, fitted)
 
 
 def _plan(
@@ -98,19 +191,25 @@ def _instrument_of(
     library: Library, camera: Optional[int], platform: Optional[Key]
 ) -> Optional[_records.Instrument]:
     """The camera of the virtual world that is meant."""
-    if not hasattr(library.dll, "QVB_Instrument"):
-        return None
     wanted = None if platform is None else find_platform(library, platform).code
-    for index in range(library.dll.QVB_InstrumentCount()):
-        instrument = _records.Instrument()
-        library.dll.QVB_Instrument(index, ctypes.byref(instrument))
+    for instrument in _instruments(library):
         if instrument.Heads != 0:
-            continue  # an array, which this package does not open
+            continue  # an array, which `open_array` opens
         free = not library.is_taken(instrument.Camera)
         suits = camera is None and free and wanted in (None, instrument.Platform)
         if suits or camera == instrument.Camera:
             return instrument
     return None
+
+
+def _instruments(library: Library) -> Iterator[_records.Instrument]:
+    """Those of the virtual world, if there is one."""
+    if not hasattr(library.dll, "QVB_Instrument"):
+        return
+    for index in range(library.dll.QVB_InstrumentCount()):
+        instrument = _records.Instrument()
+        library.dll.QVB_Instrument(index, ctypes.byref(instrument))
+        yield instrument
 
 
 def _camera_config(
@@ -119,15 +218,15 @@ def _camera_config(
     camera: Optional[int],
     instrument: Optional[_records.Instrument],
 ) -> tuple[_records.CameraConfig, Optional[int]]:
-    if camera is not None and not 0 <= camera < CAMERAS:
-        raise ValueError(f"camera {camera} is not 0 to {CAMERAS - 1}")
+    if camera is not None:
+        camera = whole("camera", camera, 0, CAMERAS - 1)
     record = _records.CameraConfig()
     library.dll.QV_InitCfg(record)
     if file is None:
         number = instrument.Camera if camera is None and instrument is not None else camera
         return record, number
     with library.shared:
-        state = library.dll.QV_LoadCameraConfig(os.fsencode(file), record)
+        state = library.dll.QV_LoadCameraConfig(text("config", file), record)
     if state != 0:
         raise DefinitionError(
             f"reading {os.fspath(file)}",
@@ -172,18 +271,23 @@ def _set_link(
     instrument: Optional[_records.Instrument],
     from_file: bool,
 ) -> None:
-    if isinstance(link, str):
-        if link not in LINKS:
-            raise ValueError(f"link {link!r} is none of {', '.join(LINKS)}")
-        link = LINKS[link]
     if link is not None:
-        record.InterfaceType = link
+        record.InterfaceType = link_code(link)
     elif not from_file:
         _usual_link(record, platform, instrument)
     if address is not None:
-        record.InterfaceAddress = address
+        record.InterfaceAddress = whole("address", address, -1, 0xFFFF)
     if decoder is not None:
-        record.InterfaceLink = decoder
+        record.InterfaceLink = whole("decoder", decoder, 0, 255)
+
+
+def link_code(link: Union[int, str]) -> int:
+    """The code of a link, by its code or its name."""
+    if not isinstance(link, str):
+        return whole("link", link, 0, 255)
+    if link not in LINKS:
+        raise ValueError(f"link {link!r} is none of {', '.join(LINKS)}")
+    return LINKS[link]
 
 
 def _usual_link(

@@ -12,12 +12,13 @@ import numpy as np
 from numpy.typing import NDArray
 
 from . import _library, _records
-from ._library import CAMERAS, Library, PathLike
-from .camera import WindowLike
+from ._checks import MOST_INT32, whole
+from ._library import Library, PathLike
+from .camera import WindowLike, as_window
 from .catalogue import Entry, Key, find_platform, find_sensor
-from .errors import PatternError, QvnError
-from .frames import Window
-from .opening import LINKS
+from .definitions import closed_number
+from .errors import PatternError
+from .opening import link_code
 
 Words = NDArray[np.unsignedinteger[Any]]
 
@@ -104,11 +105,12 @@ def pattern(
     request = _records.WaveRequest()
     library.dll.QVB_InitWaveRequest(request)
     request.Platform, request.Sensor = found.code, carried.code
-    request.InterfaceType = LINKS[link] if isinstance(link, str) else link
+    request.InterfaceType = link_code(link)
     if window is not None:
-        request.X, request.Y, request.Width, request.Height = Window(*window)
-    across, down = (binning, binning) if isinstance(binning, int) else binning
-    request.HorBinning, request.VerBinning = across, down
+        request.X, request.Y, request.Width, request.Height = as_window(window)
+    across, down = binning if isinstance(binning, tuple) else (binning, binning)
+    request.HorBinning = whole("binning", across, 1, MOST_INT32)
+    request.VerBinning = whole("binning", down, 1, MOST_INT32)
     with library.shared, library.calling():
         return _build(library, request, found, carried)
 
@@ -117,7 +119,7 @@ def _build(
     library: Library, request: _records.WaveRequest, platform: Entry, sensor: Entry
 ) -> Pattern:
     doing = f"building the pattern of {platform.name} with {sensor.name}"
-    request.Camera = _closed_number(library, doing)
+    request.Camera = closed_number(library, doing)
     wave, lines = _records.Wave(), _records.WaveLines()
     with tempfile.TemporaryDirectory(prefix="qvn-") as scratch:
         path = Path(scratch) / "wave.bin"
@@ -158,11 +160,3 @@ def _line_name(library: Library, request: _records.WaveRequest, line: int) -> st
         request.Platform, request.Sensor, request.InterfaceType, line, buffer, _NAME_ROOM
     )
     return _library.buffer_text(buffer)
-
-
-def _closed_number(library: Library, doing: str) -> int:
-    """The builder borrows the record of a camera that is not open."""
-    for number in reversed(range(CAMERAS)):
-        if not library.dll.QV_IsOn(number):
-            return number
-    raise QvnError(doing, f"{CAMERAS} cameras are open", "close one")

@@ -2,16 +2,20 @@
 from __future__ import annotations
 
 import operator
-from typing import Callable, Optional, Sequence, Union
+from typing import TYPE_CHECKING, Callable, Optional, Sequence, Union
 
+from ._checks import whole
 from ._driver import Driver
-from .errors import CameraClosed
+
+if TYPE_CHECKING:
+    from .instrument import Instrument
 
 #: Kinds of wheels: CameraConfig.FilterWheel of qvn.h.
 KINDS = {"none": 0, "stepper-8": 1, "stepper-6": 2, "controller-nibble": 3, "controller-byte": 4}
 
 _POSITIONS = {1: 8, 2: 6}
 _MOST_POSITIONS = 15
+_MOST_STEPS = 32767
 _LIMIT = 120.0  # seconds for a search of the zero position
 
 
@@ -23,14 +27,36 @@ def wheel_kind(kind: Union[int, str]) -> int:
     return code
 
 
-class FilterWheel:
-    """A filter wheel. Positions count from 1."""
+class WheelState:
+    """What is known of a wheel."""
 
-    def __init__(self, driver: Driver, kind: int) -> None:
+    def __init__(self, kind: int) -> None:
+        self.kind = kind
+        self.names: Sequence[str] = ()
+        self.position: Optional[int] = None
+
+
+class FilterWheel:
+    """A filter wheel; `camera.wheel` makes it. Positions count from 1."""
+
+    def __init__(self, camera: Instrument, driver: Driver, state: WheelState) -> None:
+        self._camera = camera
         self._driver = driver
-        self.kind = kind  #: code of KINDS
-        self.names: Sequence[str] = ()  #: of the filters, from position 1 on; may be set
-        self._position: Optional[int] = None
+        self._state = state
+
+    @property
+    def kind(self) -> int:
+        """Its code, of KINDS."""
+        return self._state.kind
+
+    @property
+    def names(self) -> Sequence[str]:
+        """Of the filters, from position 1 on; may be set."""
+        return self._state.names
+
+    @names.setter
+    def names(self, names: Sequence[str]) -> None:
+        self._state.names = tuple(names)
 
     @property
     def positions(self) -> Optional[int]:
@@ -40,10 +66,13 @@ class FilterWheel:
     @property
     def position(self) -> Optional[int]:
         """Where it was sent, from 1; None ahead of the first move. No wheel can be asked."""
-        return self._position
+        return self._state.position
 
     def move(self, filter: Union[int, str]) -> None:
-        """Moves to a position, or to the filter of a name of `names`, and waits for the end."""
+        """Moves to a position, or to a filter, and waits for the end.
+
+        filter: a position from 1 on, or a name of `names`.
+        """
         if isinstance(filter, str):
             if filter not in self.names:
                 raise ValueError(f"filter {filter!r} is none of names: {', '.join(self.names)}")
@@ -71,23 +100,31 @@ class FilterWheel:
         hold: 0 takes the current from a stepper after each move.
         zero_offset: steps from the zero sensor to position 1.
         """
+        values = _values(setting, hold, zero_offset)
         dll, number = self._driver.library.dll, self._driver.number
-        self._call(
-            "setting up the filter wheel",
-            lambda: dll.QV_OpenFW(setting, hold, zero_offset, number),
-        )
+        self._call("setting up the filter wheel", lambda: dll.QV_OpenFW(*values, number))
         self._note(1)
 
+    def store(self, setting: int, hold: int, zero_offset: int) -> None:
+        """Hands the wheel its values as `set_up` does, without a search of the zero position.
+
+        A controller goes to zero first on platforms 22 to 47, a stepper has the values with its
+        next move.
+        setting, hold, zero_offset: as for `set_up`, in steps.
+        """
+        values = _values(setting, hold, zero_offset)
+        dll, number = self._driver.library.dll, self._driver.number
+        self._call("storing the wheel's values", lambda: dll.QV_SetFW(*values, number))
+
     def _note(self, position: int) -> None:
-        self._position = position
+        self._state.position = position
         known = position <= len(self.names)
         self._driver.filter = self.names[position - 1] if known else str(position)
 
     def _call(self, doing: str, run: Callable[[], object]) -> None:
         driver = self._driver
-        self._position = driver.filter = None  # until it is known to have arrived
-        if driver.closed:
-            raise CameraClosed(doing, "the camera is closed")
+        self._camera._need_open(doing)
+        self._state.position = driver.filter = None  # until it is known to have arrived
 
         def move() -> None:
             driver.fresh_status()
@@ -95,4 +132,12 @@ class FilterWheel:
                 run()
                 driver.check(doing)
 
-        driver.worker.call(doing, move, _LIMIT)
+        self._camera._call(doing, move, _LIMIT)
+
+
+def _values(setting: int, hold: int, zero_offset: int) -> tuple[int, int, int]:
+    return (
+        whole("setting", setting, -_MOST_STEPS, _MOST_STEPS),
+        whole("hold", hold, -_MOST_STEPS, _MOST_STEPS),
+        whole("zero_offset", zero_offset, -_MOST_STEPS, _MOST_STEPS),
+    )

@@ -3,6 +3,7 @@ from __future__ import annotations
 
 import copy
 import pickle
+from dataclasses import replace
 from datetime import timedelta, timezone
 
 import numpy as np
@@ -182,20 +183,69 @@ def test_arithmetic_does_not_wrap_round(flat: qvn.Camera) -> None:
         np.add(light, 1, out=light)  # as light += 1: would have to be 16 bits again
 
 
-def test_results_are_ordinary_arrays(flat: qvn.Camera) -> None:
+def test_sums_and_products_are_frames_that_tell_what_was_done(flat: qvn.Camera) -> None:
+    light, dark = flat.expose(0.1), flat.expose(0.2, dark=True)
+    done = (light - dark) / 2
+    assert isinstance(done, qvn.Frame) and done.dtype == np.float64
+    assert (done == 10000.0).all()
+    when = dark.metadata.start.strftime("%Y-%m-%dT%H:%M:%S.")
+    millis = f"{dark.metadata.start.microsecond // 1000:03d}"
+    history = (f"minus Dark Frame of 0.2 s, {when}{millis}", "divided by 2")
+    assert done.metadata == replace(light.metadata, history=history)
+    assert (10 * light).metadata.history == ("10 times the frame",)
+    assert (light + np.ones(light.shape)).metadata.history == ("plus an array",)
+    # What stands first is what the result is of.
+    assert not (dark - light).metadata.light
+    done -= 100.0
+    assert done.metadata.history[-1] == "minus 100" and (done == 9900.0).all()
+
+
+def test_other_results_are_ordinary_arrays(flat: qvn.Camera) -> None:
     frame = flat.expose(0.1)
-    for result in (frame - 1, frame > 3, np.sqrt(frame), frame.sum(axis=0), np.asarray(frame)):
+    cube = np.zeros((2, *frame.shape))
+    for result in (frame > 3, np.sqrt(frame), frame.sum(axis=0), np.asarray(frame), cube + frame):
         assert not isinstance(result, qvn.Frame) and isinstance(result, np.ndarray)
 
 
-def test_parts_are_as_careful_but_have_no_metadata(flat: qvn.Camera) -> None:
+def test_a_part_cut_out_tells_its_window(ramp: qvn.Camera) -> None:
+    frame = ramp.expose(0.1, window=(100, 50, 40, 30))
+    part = frame[5:15, -8:]
+    assert part.metadata == replace(frame.metadata, window=qvn.Window(132, 55, 8, 10))
+    assert part[0, 0] == 132 + 55
+    assert part[2:].metadata.window == (132, 57, 8, 8)
+    assert frame[..., 1:].metadata.window == (101, 50, 39, 30)
+    assert frame[:].metadata == frame.metadata
+    whole = ramp.expose(0.1)
+    assert whole[:, :].metadata.full_frame and not whole[1:].metadata.full_frame
+    assert (part - part).metadata.window == (132, 55, 8, 10)
+
+
+def test_a_frame_of_a_series_tells_its_place(ramp: qvn.Camera) -> None:
+    cube = ramp.kinetics(0.01, 3, window=(10, 0, 8, 16))
+    assert (cube[-1].metadata.number, cube[-1].metadata.frames) == (3, 1)
+    assert (cube[1:].metadata.number, cube[1:].metadata.frames) == (2, 2)
+    assert [frame.metadata.number for frame in cube] == [1, 2, 3]
+    assert cube[1, 2:4].metadata.window == (10, -2, 8, 2)
+    assert cube.metadata.number == 1 and cube[:, :, 2:].metadata.frames == 3
+
+
+def test_other_parts_are_as_careful_but_have_no_metadata(flat: qvn.Camera) -> None:
     light = flat.expose(0.1)
     dark = flat.expose(0.1, dark=True)
     assert (dark[2:4, ::2] - light[2:4, ::2] == -20000.0).all()
-    for part in (light[2:4], light.T):
+    mask = np.zeros(light.shape, bool)
+    parts = (light[::2], light.T, light[3], light[5:5], light[[1, 2]], light[mask], light[None])
+    for part in parts:
         assert isinstance(part, qvn.Frame)
         with pytest.raises(AttributeError, match="part of a frame"):
             part.metadata
+    assert light[3, 4] == 20000
+
+
+def test_another_type_of_pixels_keeps_the_metadata(flat: qvn.Camera) -> None:
+    frame = flat.expose(0.1)
+    assert frame.astype(np.float32).metadata == frame.metadata
+    assert frame.astype(float).dtype == np.float64
 
 
 def test_a_copy_is_a_frame_of_its_own(flat: qvn.Camera) -> None:
