@@ -118,7 +118,11 @@ typedef struct QvnsStart {
      * return; the watchdog looks in the callbacks and wherever qvns_watch is called.
      */
     int32_t Mode;
-    /* A clock that never goes back, in seconds; null: the system's. QVB_Seconds in virtual time. */
+    /*
+     * A clock in seconds, from 0 on; null: the system's, which is never set back. QVB_Seconds in
+     * virtual time. Called with the layer's lock held, so that it must not call the layer. If it
+     * goes back, what was measured stands until it goes on, and no time is lost or won.
+     */
     double (*Seconds)(void);
     /*
      * Finds the functions of qvn.h by name, for hosts that load the library themselves; null: those
@@ -266,19 +270,20 @@ typedef struct QvnsState {
     int32_t Ready;        /* 1: the frame can be fetched */
     int32_t FrameResult;  /* its code, in READY, FAILED and ABORTED */
     int32_t Percent;      /* of its readout, 0 to 100 */
-    double Elapsed;       /* seconds of the exposure that have passed */
-    double Left;          /* seconds until the frame is ready, as expected; 0 from then on */
-    double Expected;      /* seconds from start to ready, as expected at the start */
-    int32_t Work;         /* QVNS_WORK_..., what the worker does now */
-    double WorkSeconds;   /* since when */
-    double WorkExpected;  /* how long it should take, seconds */
-    int32_t OverTime;     /* 1: it takes longer */
-    int32_t OverTimes;    /* how often that happened since open */
-    int32_t Queued;       /* pieces of work that wait, the frame among them */
-    int32_t Recoveries;   /* since open, that succeeded */
-    int32_t Failures;     /* frames and temperatures that failed since open */
-    int32_t LastError;    /* code of the last failure since open, 0: none */
-    int32_t Serial;       /* serial number, -1: none; asked once, at open */
+    double Elapsed;      /* seconds of the exposure that have passed, also in its readout; else 0 */
+    double Left;         /* seconds until the frame is ready, as expected; 0 from then on */
+    double Expected;     /* seconds from start to ready, as expected at the start */
+    int32_t Work;        /* QVNS_WORK_..., what the worker does now */
+    double WorkSeconds;  /* since when */
+    double WorkExpected; /* how long it should take, seconds */
+    int32_t OverTime;    /* 1: it takes longer */
+    int32_t OverTimes;   /* how often that happened since open */
+    int32_t Queued;      /* pieces of work that wait, the frame among them */
+    int32_t Recoveries;  /* since open, that succeeded */
+    int32_t Failures;    /* since open: each frame, temperature and setting that failed, not those
+                            that were broken off, and each loss of the camera */
+    int32_t LastError;   /* code of the last failure since open, 0: none */
+    int32_t Serial;      /* serial number, -1: none; asked once, at open */
     char Wait[QVNS_TEXT]; /* what the worker waits for, where OverTime is 1; else what was waited
                              for when something last was over time, "" if nothing was */
 } QvnsState;
@@ -298,7 +303,9 @@ typedef struct QvnsExposure {
                               lowest bit is cleared, and the window must lie on the sensor */
     int32_t HorBinning;    /* both 0: as they are; else 1 or more, set ahead of the frame */
     int32_t VerBinning;
-    int32_t Trigger;     /* 1: waits for the external trigger, as with the option */
+    int32_t Trigger;     /* 1: waits for the external trigger, as with the option. On platforms 48,
+                            300, 400 and 450 the exposure may begin late: when cameras that read
+                            with another binning are done, see QvnsMetadata.StartUnix */
     double TriggerLimit; /* seconds that the trigger may take; 0: any time. Then the frame fails
                             with QVNS_ERROR_OVER_TIME */
 } QvnsExposure;
@@ -328,12 +335,13 @@ QVNS_API int32_t qvns_expected(int32_t camera, const QvnsExposure* exposure,
 
 /*
  * Puts an exposure into the queue and returns at once. `frame`, which may be null, takes its
- * number, from 1. A frame that is there and was not fetched is dropped, but not with _NO_MEMORY.
- * If a change of binning ahead in the queue moves the window off the sensor, the frame fails with
- * QVNS_ERROR_ARGUMENT. In CAMERA_FAULT the camera
- * is recovered first, if QvnsOpen.AutoRecover is 1. Results: 0; QVNS_ERROR_ARGUMENT, also for a
- * window that does not lie on the sensor; _BUSY: one is under way, or is being broken off; _FAULT:
- * without AutoRecover; _NO_MEMORY.
+ * number: from 1 on, and none twice for a camera number between qvns_start and qvns_stop, also
+ * where the camera is closed and opened meanwhile. A frame that is there and was not fetched is
+ * dropped, but not with _NO_MEMORY. If a change of binning ahead in the queue moves the window off
+ * the sensor, the frame fails with QVNS_ERROR_ARGUMENT. In CAMERA_FAULT the camera is recovered
+ * first, if QvnsOpen.AutoRecover is 1. Results: 0; QVNS_ERROR_ARGUMENT, also for a window that does
+ * not lie on the sensor; _BUSY: one is under way, or is being broken off; _FAULT: without
+ * AutoRecover; _NO_MEMORY.
  */
 QVNS_API int32_t qvns_start_exposure(int32_t camera, const QvnsExposure* exposure, uint32_t* frame);
 
@@ -348,8 +356,9 @@ QVNS_API int32_t qvns_wait(int32_t camera, uint32_t frame, double limit);
 
 /*
  * Ends the exposure that runs; the frame is read as it is, and its metadata tell the time. Of
- * exposures above 0.5 seconds; others, and other states, are left alone: QVNS_ERROR_NO_FRAME.
- * Callbacks too.
+ * exposures above 0.5 seconds, but not of light ones on platforms 22, 23 and 24, whose counter
+ * cannot be stopped (QV_OPTION_EXTERNAL_EXPOSURE: these too). Others, and other states, are left
+ * alone: QVNS_ERROR_NO_FRAME. Callbacks too.
  */
 QVNS_API int32_t qvns_finish(int32_t camera);
 
@@ -379,16 +388,19 @@ typedef struct QvnsMetadata {
     int32_t Gain;            /* setting */
     int32_t MaxValue;        /* the largest pixel value */
     int32_t CcdOutput;       /* of CameraConfig */
-    int32_t CoolerOn;        /* 1: a target is set */
+    int32_t CoolerOn;        /* 1: by qvns_cool, or by the host in qvns_run */
     double GainFactor;       /* of the setting, by the definition; 0: unknown */
     double Seconds;          /* exposure that was asked for */
     double Exposed;          /* and that was made: shorter where qvns_finish ended it */
-    double TemperatureStart; /* degrees Celsius, last reading ahead of the exposure */
-    double TemperatureEnd;   /* the last one at its end */
-    double SetPoint;         /* of the regulation at the start, degrees Celsius */
-    double Power;            /* of the cooler at the start, percent */
-    double StartUnix;        /* start of the exposure, seconds since 1970, UTC */
-    double EndUnix;          /* frame there */
+    double TemperatureStart; /* degrees Celsius, last reading ahead of the exposure; not a number
+                                (isnan): none since open has succeeded */
+    double TemperatureEnd;   /* the last one at its end, in the same way */
+    double SetPoint;         /* of qvns_cool at the start, degrees Celsius; not a number: none */
+    double Power;            /* of the cooler at the start, percent, as the temperature */
+    double StartUnix;        /* start of the exposure by the system's clock, seconds since 1970,
+                                UTC */
+    double EndUnix;          /* frame there: the start and what has passed since, also where the
+                                system's clock was set meanwhile */
     double Expected;         /* seconds that it should take from start to end */
     double Took;             /* that it took */
     uint32_t Options;        /* QV_OPTION_..., with those that the layer keeps */
@@ -433,7 +445,20 @@ QVNS_API int32_t qvns_find_filters(int32_t camera, double limit);
  * camera but those of opening, closing, windows, kinetics and binning; its result is that of the
  * call. `expected` is how long it should take, seconds, 0 to 86400: the watchdog grants its
  * patience on top. With QVNS_ERROR_TIME or _LOST the function may still run: `context` must outlive
- * it. The temperatures are not read meanwhile.
+ * it.
+ *
+ * The temperatures are read meanwhile only in exposures of more than a second that it takes;
+ * QvnsOpen.Countdown tells of these too. qvns_abort does not end them, QV_BrkFlg does. Ahead of it
+ * the pattern of the full frame is loaded if the camera holds that of a window; if that fails, its
+ * code is returned and nothing is run. On platforms 48, 300, 400 and 450 it waits for cameras that
+ * read with another binning.
+ *
+ * What it has set is asked of the library afterwards: QV_SetGain and QV_SetUsrGain, QV_SetMode.
+ * They count from then on, are told in the metadata and restored by a recovery; the bits of
+ * QV_SetMode that the layer keeps are taken back. The library does not tell the target of
+ * QV_SetTemp nor a fan: after qvns_cool the layer sends its own set point again behind the
+ * function, and otherwise CoolerOn is 1, SetPoint no number, and a recovery does not switch that
+ * cooler on again. QV_SetFanSpeed counts until a recovery.
  */
 QVNS_API int32_t qvns_run(int32_t camera, int32_t (*function)(int32_t camera, void* context),
                           void* context, double expected, double limit);
@@ -460,8 +485,10 @@ QVNS_API void qvns_init_cooling(QvnsCooling* cooling);
 /*
  * Cools, or changes the target; returns at once. A ramp begins at the temperature of the sensor, or
  * where the one before it stands. The set point moves in steps of a tenth of a degree, also while
- * an exposure of more than a second runs, and does not run ahead of the sensor by more than 5
- * degrees. Also works in CAMERA_FAULT: it is taken up after the recovery.
+ * an exposure of more than a second runs. On a ramp, warm-ups too, it is never more than 5 degrees
+ * from the last reading: one that was, as that of a target set at once, comes back to there. Also
+ * works in CAMERA_FAULT: it is taken up after the recovery; a target that had been reached by a
+ * ramp is then reached by a ramp again.
  */
 QVNS_API int32_t qvns_cool(int32_t camera, const QvnsCooling* cooling);
 
@@ -472,7 +499,10 @@ QVNS_API int32_t qvns_cool(int32_t camera, const QvnsCooling* cooling);
  */
 QVNS_API int32_t qvns_warm_up(int32_t camera, double target, double degreesPerMinute);
 
-/* Switches the cooler off now; returns at once. */
+/*
+ * Switches the cooler off now, whoever has switched it on; returns at once, qvns_wait_stable when
+ * it is done.
+ */
 QVNS_API int32_t qvns_cooler_off(int32_t camera);
 
 typedef struct QvnsTemperature {
@@ -482,8 +512,8 @@ typedef struct QvnsTemperature {
     int32_t Readings;  /* since open */
     int32_t ReadFailures; /* since open */
     int32_t Fresh;        /* 1: the reading is at most 5 seconds old */
-    double Measured;      /* degrees Celsius, last reading */
-    double SetPoint;      /* of the ramp now, degrees Celsius */
+    double Measured;      /* degrees Celsius, last reading; 0 where Age is below 0 */
+    double SetPoint;      /* of the ramp now, degrees Celsius; with the cooler off, the last one */
     double Target;        /* degrees Celsius */
     double Power;         /* percent */
     double Age;           /* of the reading, seconds; below 0: none yet */

@@ -2,6 +2,7 @@
 // what must not wait for the end of an exposure.
 #include "supervisor/callbacks.h"
 
+#include <cstdlib>
 #include <cstring>
 
 #include "supervisor/cooling.h"
@@ -49,10 +50,13 @@ void NoteReport(Slot* slot, ReportKind kind, int32_t percent)
 {
     // A call that did not return in time has come back: the pattern file may be another's.
     if (slot->state == QVNS_CAMERA_LOST) {
-        if (kind == PatternBegins) TakeShared(slot);
+        if (kind != PatternBegins) return;
+        TakeShared(slot);
+        ChangeWork(slot, QVNS_WORK_LOAD, UsualSeconds(QVNS_WORK_OPEN));
         return;
     }
     if (kind == PatternLoaded) slot->patternLoaded = true;
+    slot->hostExposed = slot->hostExposed || slot->runsHost;
     switch (slot->frame.stage) {
     case StageNone: return;
     case StageLoad:
@@ -82,7 +86,7 @@ void OnProgress(const char* text, int32_t percent, int32_t camera)
     if (tells) slot->open.Progress(camera, text, percent, slot->open.Context);
 }
 
-void OnExposure(const char*, int32_t camera)
+void OnExposure(const char* text, int32_t camera)
 {
     Slot* const slot = FindSlot(camera);
     Seam.Lock();
@@ -91,7 +95,10 @@ void OnExposure(const char*, int32_t camera)
         BeginExposing(slot);
     }
     const bool lost = slot->state == QVNS_CAMERA_LOST;
-    const double left = ExposureLeft(*slot);
+    // An exposure that the host takes by itself is known by its report alone.
+    const bool isHosts = slot->runsHost && text != nullptr;
+    const double left = isHosts ? strtod(text, nullptr) : ExposureLeft(*slot);
+    slot->hostExposed = slot->hostExposed || slot->runsHost;
     if (slot->frame.breakWanted) {
         Library.BrkFlg(camera);
     } else if (!lost && left >= QuietSeconds) {

@@ -10,22 +10,13 @@
 
 namespace {
 
-double (*HostSeconds)();
 double UnixAtZero; // of the host's clock
 CallerStep Step;
-
-uint64_t NowUs()
-{
-    if (HostSeconds != nullptr) return ToUs(HostSeconds());
-    const auto now = std::chrono::steady_clock::now().time_since_epoch();
-    return static_cast<uint64_t>(
-        std::chrono::duration_cast<std::chrono::microseconds>(now).count());
-}
 
 // At the start the system's; from there by the host's clock.
 double UnixSeconds()
 {
-    return UnixAtZero + ToSeconds(NowUs());
+    return UnixAtZero + ToSeconds(ClockUs());
 }
 
 bool StartNoThread(void (*)(int32_t), int32_t)
@@ -40,7 +31,7 @@ void Wait(uint64_t untilUs)
     constexpr uint64_t LongestUs = UsPerSecond;
     uint64_t due = Never;
     if (Step != nullptr && Step(&due)) return;
-    const uint64_t now = NowUs();
+    const uint64_t now = ClockUs();
     const uint64_t end = std::min({due, untilUs, now + LongestUs});
     if (end <= now) return;
     const uint64_t ms = (end - now + UsPerMs - 1) / UsPerMs;
@@ -56,9 +47,9 @@ void SetCallerStep(CallerStep step)
 
 void UseCaller(double (*seconds)())
 {
-    HostSeconds = seconds;
+    SetClock(seconds);
     const auto unixNow = std::chrono::system_clock::now().time_since_epoch();
-    UnixAtZero = std::chrono::duration<double>(unixNow).count() - ToSeconds(NowUs());
-    Seam = {NowUs, UnixSeconds, StartNoThread, Nothing, Nothing,
-            Wait,  Nothing,     malloc,        free,    false};
+    UnixAtZero = std::chrono::duration<double>(unixNow).count() - ToSeconds(ClockUs());
+    Seam = {ClockUs, UnixSeconds, StartNoThread, Nothing, Nothing,
+            Wait,    Nothing,     malloc,        free,    false};
 }

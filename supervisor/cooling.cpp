@@ -43,6 +43,7 @@ void NoteReading(Slot* slot, bool failed, double measured, double power)
         ++cooling.failures;
         ++cooling.failuresInARow;
         cooling.stableUs = 0;
+        NoteFailure(slot, QV_ERROR_LINK_FAILURE);
         return;
     }
     ++cooling.readings;
@@ -53,21 +54,23 @@ void NoteReading(Slot* slot, bool failed, double measured, double power)
     NoteStability(&cooling, now);
 }
 
+// The host may ask for something else meanwhile; whoever waits for it to be off waits for the
+// call.
 void SwitchOff(Slot* slot)
 {
     slot->cooling.mode = QVNS_COOLING_OFF;
-    slot->cooling.sent = false;
     BeginWork(slot, QVNS_WORK_SETTING, UsualSeconds(QVNS_WORK_SETTING));
     Library.Cooler(0, slot->camera);
-    EndWork(slot);
+    if (EndWork(slot)) slot->cooling.sent = slot->cooling.hostCools = false;
 }
 
 void SendSetPoint(Slot* slot, bool gently)
 {
     Cooling& cooling = slot->cooling;
     const double point = Tenths(cooling.setPoint);
-    if (cooling.sent && point == cooling.sentPoint) return;
+    if (cooling.sent && !cooling.sendAgain && point == cooling.sentPoint) return;
     cooling.sent = true;
+    cooling.hostCools = cooling.sendAgain = false;
     cooling.sentPoint = point;
     BeginWork(slot, QVNS_WORK_SETTING, UsualSeconds(QVNS_WORK_SETTING));
     if (gently) Library.SetPower(FirstPower, slot->camera);
@@ -75,7 +78,8 @@ void SendSetPoint(Slot* slot, bool gently)
     EndWork(slot);
 }
 
-// Toward the target by the time that has passed, and not too far ahead of the sensor.
+// Toward the target by the time that has passed, and never far from the sensor: a point that was
+// set at once, or that the sensor has left, comes back to it.
 void MoveRamp(Cooling* cooling)
 {
     const uint64_t now = Seam.NowUs();
@@ -83,15 +87,9 @@ void MoveRamp(Cooling* cooling)
     const double way = cooling->wanted.DegreesPerMinute * minutes;
     const double target = cooling->wanted.Target;
     cooling->rampUs = now;
-    if (target < cooling->setPoint) {
-        const double lowest = cooling->measured - LongestLead;
-        const double next = std::max({target, cooling->setPoint - way, lowest});
-        cooling->setPoint = std::min(cooling->setPoint, next);
-    } else {
-        const double highest = cooling->measured + LongestLead;
-        const double next = std::min({target, cooling->setPoint + way, highest});
-        cooling->setPoint = std::max(cooling->setPoint, next);
-    }
+    const double next = std::clamp(target, cooling->setPoint - way, cooling->setPoint + way);
+    cooling->setPoint =
+        std::clamp(next, cooling->measured - LongestLead, cooling->measured + LongestLead);
 }
 
 // The sensor has followed, or there is no cooling left that could be taken away.
@@ -118,7 +116,7 @@ void TakeUpCooling(Cooling* cooling)
 void UpdateCooling(Slot* slot)
 {
     Cooling& cooling = slot->cooling;
-    const bool gently = cooling.mode == QVNS_COOLING_RAMP && !cooling.sent;
+    const bool gently = cooling.mode == QVNS_COOLING_RAMP && !cooling.sent && !cooling.hostCools;
     if (cooling.changed) TakeUpCooling(&cooling);
     switch (cooling.mode) {
     case QVNS_COOLING_RAMP:
@@ -145,7 +143,7 @@ void ServeTemperature(Slot* slot)
     slot->backgroundUs = Seam.NowUs() + (taken ? PeriodUs : AgainUs);
     if (!taken) return;
     const Work outer = slot->work;
-    const bool idle = slot->frame.stage == StageNone;
+    const bool idle = slot->frame.stage == StageNone && !slot->runsHost;
     BeginWork(slot, QVNS_WORK_TEMPERATURE, UsualSeconds(QVNS_WORK_TEMPERATURE));
     bool failed = idle && !LinkAnswers(*slot);
     if (!failed) {
@@ -172,7 +170,7 @@ void Background(Slot* slot)
     ServeTemperature(slot);
     if (slot->state != QVNS_CAMERA_OPEN) return;
     if (slot->cooling.failuresInARow >= MostFailures) {
-        EnterFault(slot, QV_ERROR_LINK_FAILURE);
+        EnterFault(slot);
         return;
     }
     if (!HasOption(*slot, QV_OPTION_KEEP_CLEAN) || slot->frame.step == FrameInTrigger) return;
@@ -186,7 +184,12 @@ void Background(Slot* slot)
 int32_t RestoreCooling(Slot* slot)
 {
     Cooling& cooling = slot->cooling;
-    if (!cooling.sent) return QV_ERROR_NONE;
+    const bool off = cooling.mode == QVNS_COOLING_OFF;
+    cooling.hostCools = false;
+    if (!cooling.sent || off) return QV_ERROR_NONE;
+    // The sensor may have warmed up meanwhile.
+    const bool ramps = cooling.wanted.DegreesPerMinute > 0.0;
+    if (cooling.mode == QVNS_COOLING_HOLD && ramps) cooling.mode = QVNS_COOLING_RAMP;
     cooling.rampUs = Seam.NowUs();
     BeginWork(slot, QVNS_WORK_SETTING, UsualSeconds(QVNS_WORK_SETTING));
     Library.SetPower(cooling.power, slot->camera);

@@ -112,7 +112,13 @@ int32_t qvns_cooler_off(int32_t camera)
     Seam.Lock();
     Slot* slot = nullptr;
     const int32_t code = LookUp(camera, &slot);
-    if (code == QV_ERROR_NONE) Want(slot, QVNS_COOLING_OFF);
+    if (code == QV_ERROR_NONE) {
+        // Also one that an earlier process, or the host by itself, has switched on.
+        Cooling& cooling = slot->cooling;
+        if (!cooling.sent) cooling.setPoint = cooling.measured;
+        cooling.sent = true;
+        Want(slot, QVNS_COOLING_OFF);
+    }
     Seam.Unlock();
     return code;
 }

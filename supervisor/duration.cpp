@@ -110,14 +110,11 @@ double ReadoutSeconds(const Slot& slot, const Geometry& geometry)
     return skipped + RegisterSeconds(slot) + height * line + Ms(CallMs);
 }
 
-// On Tarn the call that starts the shutter waits for its counter to run down; short exposures
-// are waited for once more behind it.
+// On Tarn short exposures are waited for once more behind the counter.
 double ExposureSeconds(const Slot& slot, const QvnsExposure& exposure)
 {
     constexpr double LongestShort = 0.5;
-    const int32_t platform = slot.open.Config.Platform;
-    const bool isTarn = platform == 22 || platform == 23 || platform == 24;
-    const bool twice = isTarn && exposure.Light != 0 && exposure.Seconds <= LongestShort;
+    const bool twice = AwaitsCounter(slot, exposure) && exposure.Seconds <= LongestShort;
     return exposure.Seconds * (twice ? 2.0 : 1.0) + SettlingSeconds(slot);
 }
 
@@ -125,6 +122,13 @@ double ExposureSeconds(const Slot& slot, const QvnsExposure& exposure)
 constexpr uint64_t PixelsBehind = 4;
 
 } // namespace
+
+bool AwaitsCounter(const Slot& slot, const QvnsExposure& exposure)
+{
+    const int32_t platform = slot.open.Config.Platform;
+    const bool isTarn = platform == 22 || platform == 23 || platform == 24;
+    return isTarn && exposure.Light != 0 && !HasOption(slot, QV_OPTION_EXTERNAL_EXPOSURE);
+}
 
 Geometry WantedGeometry(const Slot& slot, const QvnsExposure& exposure)
 {

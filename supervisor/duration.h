@@ -4,6 +4,10 @@
 
 QvnsDuration ExpectedDuration(const Slot& slot, const QvnsExposure& exposure);
 
+// A light exposure whose counter the library waits for without looking at breaks; a break that
+// comes meanwhile would start the counter once more.
+bool AwaitsCounter(const Slot& slot, const QvnsExposure& exposure);
+
 // The binning of an exposure, and the geometry that it needs.
 Geometry WantedGeometry(const Slot& slot, const QvnsExposure& exposure);
 bool IsBuilt(const Slot& slot, const Geometry& geometry);

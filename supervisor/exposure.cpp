@@ -12,7 +12,6 @@
 namespace {
 
 constexpr double LongestExposure = 1e6; // seconds: more than the library's clock can count
-constexpr double ShortestBroken = 0.5;  // the library looks at breaks above this
 constexpr double LongerSeconds = 1.0;
 
 bool IsSensible(const QvnsExposure& exposure)
@@ -41,7 +40,7 @@ int32_t QueueFrame(Slot* slot, const QvnsExposure& exposure)
     frame.startUs = Seam.NowUs();
     frame.exposeUs = frame.breakUs = 0;
     frame.order = ++slot->orders;
-    ++frame.number;
+    frame.number = frame.number == UINT32_MAX ? 1 : frame.number + 1;
     frame.step = FrameQueued;
     frame.state = QVNS_FRAME_QUEUED;
     Seam.Signal();
@@ -55,8 +54,9 @@ void AbortFrame(Slot* slot)
     frame.state = QVNS_FRAME_ABORTED;
     frame.result = QVNS_ERROR_ABORTED;
     if (frame.step == FrameQueued) frame.step = FrameIdle;
-    if (frame.stage == StageLoad || frame.stage == StageExpose) frame.breakWanted = true;
-    if (frame.stage == StageExpose) Library.BrkFlg(slot->camera);
+    const bool ahead = frame.stage == StageLoad || frame.stage == StageExpose;
+    if (ahead) frame.breakWanted = CanBreak(*slot);
+    if (frame.stage == StageExpose && frame.breakWanted) Library.BrkFlg(slot->camera);
 }
 
 // Finds frame `number`, 0 being the last one.
@@ -65,7 +65,7 @@ int32_t LookUpFrame(int32_t camera, uint32_t number, Slot** slot)
     const int32_t code = LookUp(camera, slot);
     if (code != QV_ERROR_NONE) return code;
     const Frame& frame = (*slot)->frame;
-    const bool there = frame.number != 0 && (number == 0 || number == frame.number);
+    const bool there = number == 0 || number == frame.number;
     return there && frame.state != QVNS_FRAME_NONE ? QV_ERROR_NONE : QVNS_ERROR_NO_FRAME;
 }
 
@@ -172,7 +172,7 @@ int32_t qvns_finish(int32_t camera)
     if (code == QV_ERROR_NONE) {
         Frame& frame = slot->frame;
         const bool runs = frame.stage == StageExpose && IsUnderWay(frame);
-        if (runs && frame.request.Seconds > ShortestBroken) {
+        if (runs && CanBreak(*slot)) {
             if (!frame.breakWanted) frame.breakUs = Seam.NowUs();
             frame.breakWanted = true;
             Library.BrkFlg(camera);

@@ -18,6 +18,7 @@ namespace {
 
 constexpr uint64_t TriggerPollUs = UsPerMs;
 constexpr int32_t TarnU = 29; // announces the download ahead of the exposure
+constexpr double LongestUnbrokenMs = 500.0;
 
 bool IsPatternError(int32_t code)
 {
@@ -55,12 +56,9 @@ void FinishFrame(Slot* slot, int32_t code)
 void FailFrame(Slot* slot, int32_t code)
 {
     FinishFrame(slot, code);
+    NoteFailure(slot, code);
     const bool innocent = IsPatternError(code) || code == QV_ERROR_IMAGE_BUFFER || code < 0;
-    if (innocent) {
-        NoteFailure(slot, code);
-    } else {
-        EnterFault(slot, code);
-    }
+    if (!innocent) EnterFault(slot);
 }
 
 // The status of the read alone hides a pattern that could not be built or loaded.
@@ -100,7 +98,8 @@ void CallRead(const QvnsExposure& request, uint16_t* pixels, int32_t camera)
     }
 }
 
-// Another camera may have told the library its own binning.
+// Another camera may have told the library its own binning. Without a wait: what waits for it
+// does so ahead of the frame, or in its trigger step.
 int32_t TakeBinning(Slot* slot)
 {
     const Geometry& geometry = slot->frame.geometry;
@@ -211,6 +210,24 @@ void EndTriggerWait(Slot* slot)
     FinishFrame(slot, QVNS_ERROR_OVER_TIME);
 }
 
+// Behind the trigger cameras that read with another binning may still be waited for.
+bool AskTrigger(Slot* slot, uint64_t now)
+{
+    Frame& frame = slot->frame;
+    BeginWork(slot, QVNS_WORK_TRIGGER, UsualSeconds(QVNS_WORK_TRIGGER));
+    const bool triggered = Library.Trigger(0, slot->camera) == 1;
+    if (!EndWork(slot) || !IsUnderWay(frame)) return true;
+    frame.pollUs = Seam.NowUs() + TriggerPollUs;
+    const double limit = frame.request.TriggerLimit;
+    if (triggered) {
+        frame.metadata.Triggered = 1;
+        frame.pollUs = 0;
+    } else if (limit > 0.0 && ToSeconds(now - frame.triggerUs) >= limit) {
+        EndTriggerWait(slot);
+    }
+    return true;
+}
+
 } // namespace
 
 bool IsUnderWay(const Frame& frame)
@@ -234,9 +251,11 @@ void BeginFrame(Slot* slot)
     Frame& frame = slot->frame;
     frame.step = FrameInCall;
     if (slot->state == QVNS_CAMERA_FAULT) {
-        FinishFrame(slot, QVNS_ERROR_FAULT);
+        FailFrame(slot, QVNS_ERROR_FAULT);
         return;
     }
+    const Geometry wanted = WantedGeometry(*slot, frame.request);
+    HoldBinning(slot, wanted.hbin, wanted.vbin);
     frame.duration = ExpectedDuration(*slot, frame.request);
     frame.startUs = Seam.NowUs();
     ClearStatus(slot);
@@ -258,6 +277,7 @@ void BeginFrame(Slot* slot)
         ExposeFrame(slot);
         return;
     }
+    LeaveBinning(slot);
     frame.step = FrameInTrigger;
     frame.triggerUs = frame.pollUs = Seam.NowUs();
     MoveTo(&frame, QVNS_FRAME_TRIGGER);
@@ -266,27 +286,23 @@ void BeginFrame(Slot* slot)
 bool TriggerStep(Slot* slot, uint64_t* dueUs)
 {
     Frame& frame = slot->frame;
-    const uint64_t now = Seam.NowUs();
-    if (!IsUnderWay(frame) || slot->state != QVNS_CAMERA_OPEN) {
-        FinishFrame(slot, QVNS_ERROR_FAULT);
+    if (!IsUnderWay(frame)) {
+        FinishFrame(slot, QVNS_ERROR_ABORTED);
         return true;
     }
+    if (slot->state != QVNS_CAMERA_OPEN) {
+        FailFrame(slot, QVNS_ERROR_FAULT);
+        return true;
+    }
+    const uint64_t now = Seam.NowUs();
     if (now < frame.pollUs) {
         *dueUs = std::min(*dueUs, frame.pollUs);
         return false;
     }
-    BeginWork(slot, QVNS_WORK_TRIGGER, UsualSeconds(QVNS_WORK_TRIGGER));
-    const bool triggered = Library.Trigger(0, slot->camera) == 1;
-    if (!EndWork(slot)) return true;
-    frame.pollUs = Seam.NowUs() + TriggerPollUs;
-    if (!IsUnderWay(frame)) return true;
-    const uint64_t limit = ToUs(frame.request.TriggerLimit);
-    if (triggered) {
-        frame.metadata.Triggered = 1;
-        ExposeFrame(slot);
-    } else if (limit != 0 && limit != Never && now - frame.triggerUs >= limit) {
-        EndTriggerWait(slot);
-    }
+    frame.pollUs = now + TriggerPollUs;
+    if (frame.metadata.Triggered == 0) return AskTrigger(slot, now);
+    if (!MayHoldBinning(*slot, frame.geometry.hbin, frame.geometry.vbin)) return false;
+    ExposeFrame(slot);
     return true;
 }
 
@@ -309,7 +325,7 @@ void BeginReading(Slot* slot)
 {
     Frame& frame = slot->frame;
     frame.stage = StageRead;
-    frame.metadata.TemperatureEnd = slot->cooling.measured;
+    frame.metadata.TemperatureEnd = LastTemperature(slot->cooling);
     MoveTo(&frame, QVNS_FRAME_READING);
     ChangeWork(slot, QVNS_WORK_READ, frame.duration.Readout);
 }
@@ -321,12 +337,19 @@ void NotePercent(Slot* slot, int32_t percent)
     if (percent > 0) MoveTo(&frame, QVNS_FRAME_DOWNLOADING);
 }
 
+// Whole milliseconds count.
+bool CanBreak(const Slot& slot)
+{
+    const QvnsExposure& request = slot.frame.request;
+    return request.Seconds * 1000.0 >= LongestUnbrokenMs + 1.0 && !AwaitsCounter(slot, request);
+}
+
 double ExposureElapsed(const Slot& slot)
 {
     const Frame& frame = slot.frame;
     if (frame.stage == StageNone || frame.stage == StageLoad) return 0.0;
-    const uint64_t now = Seam.NowUs();
-    const double passed = ToSeconds(now - std::min(now, frame.exposeUs));
+    const uint64_t end = frame.breakUs != 0 ? frame.breakUs : Seam.NowUs();
+    const double passed = ToSeconds(end - std::min(end, frame.exposeUs));
     return std::min(passed, frame.request.Seconds);
 }
 

@@ -17,6 +17,9 @@ void BeginReading(Slot* slot);
 bool TellsReadout(const Slot& slot);
 void NotePercent(Slot* slot, int32_t percent);
 
+// The library looks at breaks in it.
+bool CanBreak(const Slot& slot);
+
 double ExposureElapsed(const Slot& slot);
 double ExposureLeft(const Slot& slot);
 

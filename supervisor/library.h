@@ -28,6 +28,7 @@
     FUNCTION(GetTemp)                                                                              \
     FUNCTION(ReadTemp)                                                                             \
     FUNCTION(Cooler)                                                                               \
+    FUNCTION(CoolerStatus)                                                                         \
     FUNCTION(SetPower)                                                                             \
     FUNCTION(GetPower)                                                                             \
     FUNCTION(TemperatureHandle)                                                                    \
@@ -35,7 +36,9 @@
     FUNCTION(SetFilter)                                                                            \
     FUNCTION(CalibFW)                                                                              \
     FUNCTION(SetBinning)                                                                           \
+    FUNCTION(GetBinning)                                                                           \
     FUNCTION(SetGain)                                                                              \
+    FUNCTION(GetGain)                                                                              \
     FUNCTION(ReadEP)                                                                               \
     FUNCTION(RDReg)                                                                                \
     FUNCTION(GetStatus)                                                                            \

@@ -1,12 +1,14 @@
 #include "supervisor/metadata.h"
 
 #include <algorithm>
+#include <limits>
 
 #include "supervisor/duration.h"
 
 namespace {
 
 constexpr int32_t TableGains = 4;
+constexpr double Unknown = std::numeric_limits<double>::quiet_NaN();
 
 void FillGeometry(const Slot& slot, QvnsMetadata* metadata)
 {
@@ -21,13 +23,19 @@ void FillGeometry(const Slot& slot, QvnsMetadata* metadata)
 
 void FillCooling(const Cooling& cooling, QvnsMetadata* metadata)
 {
-    metadata->CoolerOn = cooling.mode != QVNS_COOLING_OFF ? 1 : 0;
-    metadata->TemperatureStart = metadata->TemperatureEnd = cooling.measured;
-    metadata->SetPoint = cooling.setPoint;
-    metadata->Power = cooling.power;
+    const bool rules = cooling.mode != QVNS_COOLING_OFF;
+    metadata->CoolerOn = rules || cooling.hostCools ? 1 : 0;
+    metadata->TemperatureStart = metadata->TemperatureEnd = LastTemperature(cooling);
+    metadata->SetPoint = rules ? cooling.setPoint : Unknown;
+    metadata->Power = cooling.readings != 0 ? cooling.power : Unknown;
 }
 
 } // namespace
+
+double LastTemperature(const Cooling& cooling)
+{
+    return cooling.readings != 0 ? cooling.measured : Unknown;
+}
 
 void FillMetadata(Slot* slot)
 {
@@ -61,9 +69,10 @@ void CompleteMetadata(Slot* slot)
     QvnsMetadata& metadata = slot->frame.metadata;
     metadata.PatternHash = slot->pattern.hash;
     metadata.Exposed = frame.request.Seconds;
-    if (frame.breakUs > frame.exposeUs) {
+    if (frame.breakUs != 0) {
         metadata.Exposed = std::min(ToSeconds(frame.breakUs - frame.exposeUs), metadata.Seconds);
     }
-    metadata.EndUnix = Seam.UnixSeconds();
-    metadata.Took = ToSeconds(Seam.NowUs() - frame.startUs);
+    const uint64_t now = Seam.NowUs();
+    metadata.EndUnix = metadata.StartUnix + ToSeconds(now - frame.exposeUs);
+    metadata.Took = ToSeconds(now - frame.startUs);
 }

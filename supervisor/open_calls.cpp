@@ -37,7 +37,6 @@ void PrepareSlot(Slot* slot, int32_t camera, const QvnsOpen& open)
     slot->overTimes = slot->recoveries = slot->failures = 0;
     slot->lastError = QV_ERROR_NONE;
     slot->frame.state = QVNS_FRAME_NONE;
-    slot->frame.number = 0;
     slot->state = QVNS_CAMERA_OPENING;
 }
 

@@ -12,11 +12,6 @@
 
 namespace {
 
-// What the layer does itself; see the header.
-constexpr uint32_t KeptOptions = QV_OPTION_SERVICE | QV_OPTION_REGULATION | QV_OPTION_KEEP_CLEAN |
-                                 QV_OPTION_EXTERNAL_TRIGGER | QV_OPTION_SILENT |
-                                 QV_OPTION_INTERNAL_BUFFERS;
-
 void CallOpen(const Slot& slot)
 {
     CameraConfig config = slot.open.Config;
@@ -187,6 +182,7 @@ int32_t RunRecover(Slot* slot, const Job&)
 int32_t Recover(Slot* slot)
 {
     slot->state = QVNS_CAMERA_RECOVERING;
+    HoldBinning(slot, 1, 1);
     Seam.Signal();
     int32_t code = CloseLibrary(slot);
     if (code == QV_ERROR_NONE) code = OpenAgain(slot);
@@ -208,9 +204,9 @@ int32_t Recover(Slot* slot)
 void CloseLost(Slot* slot)
 {
     TakeShared(slot);
-    Seam.Unlock();
+    BeginWork(slot, QVNS_WORK_CLOSE, UsualSeconds(QVNS_WORK_CLOSE));
     Library.Close(slot->camera);
-    Seam.Lock();
+    EndWork(slot);
     ReleaseShared(slot);
     ForgetCamera(slot);
 }

@@ -1,8 +1,17 @@
 #include "supervisor/seam.h"
 
+#include <chrono>
+
 namespace {
 
 constexpr double LongestSeconds = 3.2e9;
+
+struct HostClock {
+    double (*seconds)();
+    uint64_t last; // that it told
+    uint64_t now;  // what has passed of it
+};
+HostClock Host;
 
 // Until the layer is started.
 constexpr SeamTable Nothing = {
@@ -21,6 +30,27 @@ constexpr SeamTable Nothing = {
 } // namespace
 
 SeamTable Seam = Nothing;
+
+void SetClock(double (*seconds)())
+{
+    const uint64_t first = seconds != nullptr ? ToUs(seconds()) : 0;
+    Host = {seconds, first, first};
+}
+
+uint64_t ClockUs()
+{
+    if (Host.seconds == nullptr) {
+        const auto now = std::chrono::steady_clock::now().time_since_epoch();
+        return static_cast<uint64_t>(
+            std::chrono::duration_cast<std::chrono::microseconds>(now).count());
+    }
+    const double seconds = Host.seconds();
+    const uint64_t told = ToUs(seconds);
+    if (told == Never || seconds != seconds) return Host.now;
+    if (told > Host.last) Host.now += told - Host.last;
+    Host.last = told;
+    return Host.now;
+}
 
 uint64_t ToUs(double seconds)
 {

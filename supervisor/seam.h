@@ -8,7 +8,7 @@
 #include "include/qvn_supervisor.h"
 
 struct SeamTable {
-    uint64_t (*NowUs)();
+    uint64_t (*NowUs)();     // with the lock held; never goes back
     double (*UnixSeconds)(); // UTC
     // Runs body(argument) in a thread of its own; false: there is none. Where there are no
     // threads, true: the steps are done elsewhere.
@@ -34,6 +34,11 @@ void UseCaller(double (*seconds)());
 // and true; else false, and when the next one falls due.
 using CallerStep = bool (*)(uint64_t* dueUs);
 void SetCallerStep(CallerStep step);
+
+// The clock of both fillings: the host's, or null for the system's. What the host's goes back is
+// left out, as is a time that is no number.
+void SetClock(double (*seconds)());
+uint64_t ClockUs();
 
 inline constexpr uint64_t UsPerSecond = 1'000'000;
 inline constexpr uint64_t UsPerMs = 1000;

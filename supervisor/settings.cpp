@@ -44,9 +44,9 @@ int32_t SetFan(Slot* slot, double percent)
 
 int32_t BinCamera(Slot* slot, int32_t horizontal, int32_t vertical)
 {
-    ClearStatus(slot);
     const bool held = slot->holdsBinning;
     HoldBinning(slot, horizontal, vertical);
+    ClearStatus(slot);
     TakeShared(slot);
     slot->patternLoaded = false;
     BeginWork(slot, QVNS_WORK_LOAD, UsualSeconds(QVNS_WORK_OPEN));
@@ -112,20 +112,14 @@ int32_t RunFindFilters(Slot* slot, const Job&)
     return EndSetting(slot, Library.Status(slot->camera));
 }
 
-// Its result is the host's own, and no failure of the camera.
-int32_t RunHost(Slot* slot, const Job& job)
-{
-    const HostFunction function = job.function;
-    void* const context = job.context;
-    BeginWork(slot, QVNS_WORK_HOST, job.value);
-    const int32_t code = function(slot->camera, context);
-    return EndWork(slot) ? code : QVNS_ERROR_LOST;
-}
-
 int32_t RestoreSettings(Slot* slot, int32_t hbin, int32_t vbin)
 {
     int32_t code = QV_ERROR_NONE;
-    if (hbin != 1 || vbin != 1) code = BinCamera(slot, hbin, vbin);
+    if (!MayHoldBinning(*slot, hbin, vbin)) {
+        slot->built.hbin = 0; // the next frame does it
+    } else if (hbin != 1 || vbin != 1) {
+        code = BinCamera(slot, hbin, vbin);
+    }
     if (code == QV_ERROR_NONE && slot->gain != 0) code = SetGain(slot, slot->gain);
     if (code == QV_ERROR_NONE && slot->fan >= 0.0) code = SetFan(slot, slot->fan);
     return code == QV_ERROR_NONE ? RestoreCooling(slot) : code;

@@ -8,7 +8,6 @@ int32_t RunFan(Slot* slot, const Job& job);
 int32_t RunClear(Slot* slot, const Job& job);
 int32_t RunFilter(Slot* slot, const Job& job);
 int32_t RunFindFilters(Slot* slot, const Job& job);
-int32_t RunHost(Slot* slot, const Job& job);
 
 // The full frame with this binning, as built and loaded anew.
 int32_t BinCamera(Slot* slot, int32_t horizontal, int32_t vertical);

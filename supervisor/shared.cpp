@@ -33,16 +33,11 @@ bool IsBinning(int32_t hbin, int32_t vbin)
     return !Binning.changing && Binning.hbin == hbin && Binning.vbin == vbin;
 }
 
-void AwaitSignal()
-{
-    Seam.Wait(Seam.NowUs() + UsPerSecond);
-}
-
 } // namespace
 
 void TakeShared(Slot* slot)
 {
-    while (Owner != nullptr && Owner != slot) AwaitSignal();
+    while (Owner != nullptr && Owner != slot) Seam.Wait(Seam.NowUs() + UsPerSecond);
     Owner = slot;
 }
 
@@ -61,7 +56,6 @@ bool MayHoldBinning(const Slot& slot, int32_t hbin, int32_t vbin)
 bool HoldBinning(Slot* slot, int32_t hbin, int32_t vbin)
 {
     if (!SharesBinning(*slot)) return false;
-    while (!MayHoldBinning(*slot, hbin, vbin)) AwaitSignal();
     slot->holdsBinning = true;
     if (IsBinning(hbin, vbin)) return false;
     Binning.changing = true;

@@ -9,9 +9,10 @@ void ReleaseShared(Slot* slot); // if the camera has it
 // Platforms 48, 300, 400 and 450 share one binning, that of the last build, which their reads
 // go by: those with the same binning may read together, others wait for each other.
 //
-// Waits until no other camera reads with another binning, and keeps it so until LeaveBinning.
-// True if the library has to be told this binning.
+// No other camera reads with another binning: HoldBinning keeps it so until LeaveBinning. True if
+// the library has to be told this binning. There is no wait for it: work that needs a binning is
+// not due before.
+bool MayHoldBinning(const Slot& slot, int32_t hbin, int32_t vbin);
 bool HoldBinning(Slot* slot, int32_t hbin, int32_t vbin);
-bool MayHoldBinning(const Slot& slot, int32_t hbin, int32_t vbin); // without a wait
-void NoteBinning(const Slot& slot, int32_t hbin, int32_t vbin);    // the library has been told
+void NoteBinning(const Slot& slot, int32_t hbin, int32_t vbin); // the library has been told
 void LeaveBinning(Slot* slot);

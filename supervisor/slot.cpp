@@ -40,9 +40,8 @@ void NoteFailure(Slot* slot, int32_t code)
     slot->lastError = code;
 }
 
-void EnterFault(Slot* slot, int32_t code)
+void EnterFault(Slot* slot)
 {
-    NoteFailure(slot, code);
     slot->state = QVNS_CAMERA_FAULT;
     slot->recoverUs = Seam.NowUs();
     slot->cooling.stableUs = 0;

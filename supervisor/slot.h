@@ -5,6 +5,11 @@
 
 inline constexpr int32_t JobRoom = 8;
 
+// What the layer does itself; see the header.
+inline constexpr uint32_t KeptOptions = QV_OPTION_SERVICE | QV_OPTION_REGULATION |
+                                        QV_OPTION_KEEP_CLEAN | QV_OPTION_EXTERNAL_TRIGGER |
+                                        QV_OPTION_SILENT | QV_OPTION_INTERNAL_BUFFERS;
+
 enum JobKind : int32_t {
     JobOpen,
     JobClose,
@@ -100,6 +105,8 @@ struct Cooling {
     QvnsCooling wanted;
     bool changed;    // the worker has not taken it up yet
     bool sent;       // a set point has been sent since the cooler was off
+    bool sendAgain;  // the host may have set another
+    bool hostCools;  // by calls of its own in qvns_run; the set point is not known then
     double setPoint; // of the ramp
     double sentPoint;
     uint64_t rampUs; // when the ramp was moved last
@@ -114,6 +121,8 @@ struct Slot {
     int32_t state;  // QVNS_CAMERA_...
     bool hasWorker;
     bool stepping;     // the worker is in a step
+    bool runsHost;     // a function of the host's, by qvns_run
+    bool hostExposed;  // and there were reports from it
     bool holdsBinning; // see shared.h
     QvnsOpen open;
     Job jobs[JobRoom];
@@ -158,6 +167,6 @@ bool HasOption(const Slot& slot, uint32_t bits);
 // The sensor is to be cleared ahead of a frame.
 bool NeedsClear(const Slot& slot);
 
-// The link has failed: nothing more is sent until a recovery.
-void EnterFault(Slot* slot, int32_t code);
 void NoteFailure(Slot* slot, int32_t code);
+// The link has failed: nothing more is sent until a recovery.
+void EnterFault(Slot* slot);

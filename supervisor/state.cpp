@@ -20,7 +20,9 @@ double FrameLeft(const Slot& slot)
     switch (frame.stage) {
     case StageLoad:
         return std::max(duration.Load - passed, 0.0) + duration.Exposure + duration.Readout;
-    case StageExpose: return std::max(duration.Exposure - passed, 0.0) + duration.Readout;
+    case StageExpose:
+        if (frame.breakUs != 0) return duration.Readout;
+        return std::max(duration.Exposure - passed, 0.0) + duration.Readout;
     case StageRead: return std::max(duration.Readout - passed, 0.0);
     default: return duration.Total;
     }
@@ -47,7 +49,7 @@ void TellFrame(const Slot& slot, QvnsState* state)
 {
     const Frame& frame = slot.frame;
     state->Frame = frame.state;
-    state->FrameNumber = frame.number;
+    state->FrameNumber = frame.state != QVNS_FRAME_NONE ? frame.number : 0;
     state->Ready = frame.state == QVNS_FRAME_READY ? 1 : 0;
     state->FrameResult = frame.state >= QVNS_FRAME_READY ? frame.result : QV_ERROR_NONE;
     state->Percent = frame.percent;

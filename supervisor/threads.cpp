@@ -1,4 +1,5 @@
 // The seam's filling with threads of the system.
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <cstdlib>
@@ -11,10 +12,9 @@
 namespace {
 
 using std::chrono::microseconds;
-using std::chrono::steady_clock;
 
 // A host's own clock may run at another rate.
-constexpr uint64_t LongestWaitUs = 50 * UsPerMs;
+constexpr uint64_t HostWaitUs = 50 * UsPerMs;
 
 // Workers may still wait when the process ends, so these are never destroyed.
 union Forever {
@@ -27,14 +27,7 @@ union Forever {
 };
 
 Forever Kept;
-double (*HostSeconds)();
-
-uint64_t NowUs()
-{
-    if (HostSeconds != nullptr) return ToUs(HostSeconds());
-    const auto now = steady_clock::now().time_since_epoch();
-    return static_cast<uint64_t>(std::chrono::duration_cast<microseconds>(now).count());
-}
+uint64_t LongestUs; // of a wait without a look at the clock
 
 double UnixSeconds()
 {
@@ -64,11 +57,10 @@ void Unlock()
 
 void Wait(uint64_t untilUs)
 {
-    const uint64_t now = NowUs();
+    const uint64_t now = ClockUs();
     if (untilUs <= now) return;
-    const uint64_t left = untilUs - now;
-    const uint64_t longest = HostSeconds == nullptr ? 60 * UsPerSecond : LongestWaitUs;
-    Kept.shared.wake.wait_for(Kept.shared.lock, microseconds(left < longest ? left : longest));
+    const uint64_t left = std::min(untilUs - now, LongestUs);
+    Kept.shared.wake.wait_for(Kept.shared.lock, microseconds(left));
 }
 
 void Signal()
@@ -80,6 +72,7 @@ void Signal()
 
 void UseThreads(double (*seconds)())
 {
-    HostSeconds = seconds;
-    Seam = {NowUs, UnixSeconds, StartThread, Lock, Unlock, Wait, Signal, malloc, free, true};
+    SetClock(seconds);
+    LongestUs = seconds == nullptr ? 60 * UsPerSecond : HostWaitUs;
+    Seam = {ClockUs, UnixSeconds, StartThread, Lock, Unlock, Wait, Signal, malloc, free, true};
 }

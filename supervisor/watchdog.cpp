@@ -36,7 +36,7 @@ void NoteOverTime(Slot* slot)
     NoteWait(slot, slot->work.kind);
     if (slot->work.kind != QVNS_WORK_EXPOSE) return;
     slot->frame.overTime = true;
-    slot->frame.breakWanted = true;
+    slot->frame.breakWanted = CanBreak(*slot);
 }
 
 // By the clock, where the camera does not tell.
@@ -49,11 +49,16 @@ bool IsExposed(const Slot& slot)
 void Watch(Slot* slot)
 {
     const Work& work = slot->work;
-    if (work.kind == QVNS_WORK_NONE || slot->state == QVNS_CAMERA_LOST) return;
+    if (work.kind == QVNS_WORK_NONE) return;
     if (IsExposed(*slot)) BeginReading(slot);
     const uint64_t now = Seam.NowUs();
     const uint64_t passed = now - std::min(now, work.sinceUs);
     const uint64_t late = passed - std::min(passed, work.expectedUs);
+    if (slot->state == QVNS_CAMERA_LOST) {
+        // What it took when it came back, and hangs in again.
+        if (late > work.patienceUs) ReleaseShared(slot);
+        return;
+    }
     if (late > SlackUs + work.expectedUs / 2 && !work.overTime) NoteOverTime(slot);
     if (late > work.patienceUs) {
         GiveUp(slot);

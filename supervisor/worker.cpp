@@ -4,6 +4,7 @@
 
 #include "supervisor/cooling.h"
 #include "supervisor/frame.h"
+#include "supervisor/host.h"
 #include "supervisor/opening.h"
 #include "supervisor/queue.h"
 #include "supervisor/settings.h"
@@ -21,10 +22,17 @@ constexpr JobFunction JobFunctions[JobKinds] = {
     RunFan,  RunClear, RunFilter,  RunFindFilters, RunHost,
 };
 
-// A binning that others read against waits in the queue.
+// What needs a binning waits in the queue while others read with another one, where its caller
+// can take it back.
 bool IsJobDue(const Slot& slot, const Job& job)
 {
-    return job.kind != JobBinning || MayHoldBinning(slot, job.first, job.second);
+    switch (job.kind) {
+    case JobOpen:
+    case JobRecover: return MayHoldBinning(slot, 1, 1);
+    case JobBinning: return MayHoldBinning(slot, job.first, job.second);
+    case JobHost: return MayHoldBinning(slot, slot.hbin, slot.vbin);
+    default: return true;
+    }
 }
 
 bool MayRun(const Slot& slot, JobKind kind)
@@ -47,7 +55,14 @@ void RunJob(Slot* slot, Job* job)
 
 bool IsRecoveryDue(const Slot& slot)
 {
-    return slot.state == QVNS_CAMERA_FAULT && slot.open.AutoRecover != 0;
+    return slot.state == QVNS_CAMERA_FAULT && slot.open.AutoRecover != 0 &&
+           MayHoldBinning(slot, 1, 1);
+}
+
+// A set point needs a reading to begin with.
+bool IsCoolingDue(const Cooling& cooling)
+{
+    return cooling.changed && (cooling.mode == QVNS_COOLING_OFF || cooling.readings != 0);
 }
 
 // What falls due by the clock. False: nothing did.
@@ -67,7 +82,7 @@ bool TimedStep(Slot* slot, uint64_t* dueUs)
         return true;
     }
     *dueUs = std::min(*dueUs, slot->backgroundUs);
-    if (!slot->cooling.changed || slot->cooling.readings == 0) return false;
+    if (!IsCoolingDue(slot->cooling)) return false;
     UpdateCooling(slot);
     return true;
 }

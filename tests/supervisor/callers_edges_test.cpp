@@ -22,6 +22,12 @@ int32_t Hold(int32_t, void*)
     return 0;
 }
 
+void HoldCooler(int32_t on, int32_t camera)
+{
+    if (on == 0) Hold(camera, nullptr);
+    QV_Cooler(on, camera);
+}
+
 class Callers : public testing::Test {
 protected:
     std::vector<std::thread> hands;
@@ -130,6 +136,21 @@ TEST_F(Callers, CameraWithAFullQueueIsClosed)
     Release();
     closing.join();
     EXPECT_EQ(StateOf(0).Camera, QVNS_CAMERA_CLOSED);
+}
+
+TEST_F(Callers, WaitForTheCoolerToBeOffWaitsForTheCall)
+{
+    Library.Cooler = HoldCooler;
+    Open(0);
+    QvnsCooling cooling;
+    qvns_init_cooling(&cooling);
+    ASSERT_EQ(qvns_cool(0, &cooling), 0);
+    while (TemperatureOf(0).Power == 0.0) std::this_thread::yield();
+    ASSERT_EQ(qvns_cooler_off(0), 0);
+    while (!holding) std::this_thread::yield();
+    EXPECT_EQ(qvns_wait_stable(0, 0.1), QVNS_ERROR_TIME);
+    Release();
+    EXPECT_EQ(qvns_wait_stable(0, Patient), 0);
 }
 
 // The camera that keeps its worker is closed when it lets it go.

@@ -4,6 +4,7 @@
 
 #include "emulator/bus_camera.h"
 #include "emulator/emulator.h"
+#include "supervisor/library.h"
 #include "tests/supervisor/layer.h"
 
 namespace {
@@ -121,6 +122,86 @@ TEST_F(CoolingTest, RampDoesNotRunAheadOfTheSensor)
         const QvnsTemperature now = TemperatureOf(0);
         EXPECT_GE(now.SetPoint, now.Measured - 5.5) << second;
     }
+}
+
+// 110 degrees below the sensor, then a ramp: it begins 5 degrees below it at the most.
+TEST_F(CoolingTest, RampBehindATargetSetAtOnceComesBackToTheSensor)
+{
+    const QvnsCooling once = To(-90.0, 0.0);
+    ASSERT_EQ(qvns_cool(0, &once), 0);
+    qvns_idle(2.0);
+    EXPECT_EQ(TemperatureOf(0).SetPoint, -90.0);
+    const QvnsCooling ramp = To(-80.0, 1.0);
+    ASSERT_EQ(qvns_cool(0, &ramp), 0);
+    for (int32_t second = 0; second < 60; ++second) {
+        qvns_idle(1.0);
+        const QvnsTemperature now = TemperatureOf(0);
+        EXPECT_EQ(now.Mode, QVNS_COOLING_RAMP);
+        EXPECT_NEAR(now.SetPoint, now.Measured, 5.1) << second;
+    }
+}
+
+TEST_F(CoolingTest, RampUpwardDoesNotRunAheadEither)
+{
+    const QvnsCooling cold = To(-20.0, 0.0);
+    ASSERT_EQ(qvns_cool(0, &cold), 0);
+    ASSERT_EQ(qvns_wait_stable(0, 7200.0), 0);
+    const QvnsCooling once = To(15.0, 0.0);
+    ASSERT_EQ(qvns_cool(0, &once), 0);
+    qvns_idle(2.0);
+    ASSERT_EQ(qvns_warm_up(0, 18.0, 1.0), 0);
+    qvns_idle(1.0);
+    const QvnsTemperature now = TemperatureOf(0);
+    EXPECT_LT(now.Measured, -10.0);
+    EXPECT_NEAR(now.SetPoint, now.Measured + 5.0, 0.1);
+}
+
+// The sensor warms up while its camera is away: what a ramp has reached is reached by one again.
+TEST_F(CoolingTest, TargetOfARampIsReachedByARampBehindAFault)
+{
+    const QvnsCooling ramp = To(-10.0, 5.0);
+    ASSERT_EQ(qvns_cool(0, &ramp), 0);
+    ASSERT_EQ(qvns_wait_stable(0, 7200.0), 0);
+    EmuBusPower(bus, false);
+    qvns_idle(7200.0);
+    EmuBusPower(bus, true);
+    qvns_idle(5.0);
+    ASSERT_EQ(StateOf(0).Recoveries, 1);
+    const QvnsTemperature now = TemperatureOf(0);
+    EXPECT_GT(now.Measured, 10.0);
+    EXPECT_EQ(now.Mode, QVNS_COOLING_RAMP);
+    EXPECT_GE(now.SetPoint, now.Measured - 5.1);
+    ASSERT_EQ(qvns_wait_stable(0, 7200.0), 0);
+    EXPECT_NEAR(TemperatureOf(0).Measured, -10.0, 0.5);
+}
+
+TEST_F(CoolingTest, SwitchedOffInAFaultItStaysOffBehindIt)
+{
+    const QvnsCooling cooling = To(0.0, 0.0);
+    ASSERT_EQ(qvns_cool(0, &cooling), 0);
+    qvns_idle(5.0);
+    EmuBusPower(bus, false);
+    qvns_idle(5.0);
+    ASSERT_EQ(qvns_cooler_off(0), 0);
+    Library.SetTemp = [](double, int32_t, int32_t) { ADD_FAILURE() << "a target is sent"; };
+    EmuBusPower(bus, true);
+    ASSERT_EQ(qvns_wait_stable(0, 30.0), 0);
+    EXPECT_EQ(EmuBusCoolerOn(bus), false);
+}
+
+// A process before this one has left it cooling.
+TEST_F(CoolingTest, CoolerOfAnAttachedCameraIsSwitchedOff)
+{
+    QV_SetTemp(-20.0, QV_CELSIUS, 0);
+    ASSERT_EQ(qvns_close(0, 0.0), 0);
+    QvnsOpen open = Request(BriarCamera);
+    open.Attach = 1;
+    ASSERT_EQ(qvns_open(0, &open), 0);
+    qvns_idle(2.0);
+    ASSERT_EQ(EmuBusCoolerOn(bus), true);
+    ASSERT_EQ(qvns_cooler_off(0), 0);
+    ASSERT_EQ(qvns_wait_stable(0, 10.0), 0);
+    EXPECT_EQ(EmuBusCoolerOn(bus), false);
 }
 
 TEST_F(CoolingTest, RampGoesOnInALongExposure)

@@ -38,6 +38,20 @@ void ReadSlowly(int32_t shutter, double exposure, uint16_t* buffer, int32_t came
     QV_Delay(5000);
 }
 
+int32_t FailToRead(int32_t)
+{
+    return -1;
+}
+
+double back; // seconds that the host's clock has gone back
+
+double WrongSeconds()
+{
+    return 5000.0 + Now() - back;
+}
+
+double unixNow;
+
 std::set<int32_t> seen; // states of the frame in the countdown
 double finishAt;        // seconds left
 
@@ -100,6 +114,104 @@ TEST_F(Edges, TriggerLimitBelowNothingIsRefused)
         exposure.TriggerLimit = limit;
         EXPECT_EQ(qvns_start_exposure(0, &exposure, nullptr), QVNS_ERROR_ARGUMENT) << limit;
     }
+}
+
+// The first reading falls due ahead of the first frame.
+TEST_F(Edges, TemperaturesThatWereNeverReadAreNoNumbers)
+{
+    Library.TemperatureHandle = FailToRead;
+    OpenCamera();
+    const QvnsExposure exposure = Light(0.0);
+    ASSERT_EQ(qvns_start_exposure(0, &exposure, nullptr), 0);
+    ASSERT_EQ(qvns_wait(0, 0, 60.0), 0);
+    QvnsMetadata about = {};
+    ASSERT_EQ(qvns_fetch(0, 0, nullptr, 0, &about), 0);
+    EXPECT_TRUE(std::isnan(about.TemperatureStart));
+    EXPECT_TRUE(std::isnan(about.TemperatureEnd));
+    EXPECT_TRUE(std::isnan(about.Power));
+    EXPECT_TRUE(std::isnan(about.SetPoint));
+    EXPECT_LT(TemperatureOf(0).Age, 0.0);
+}
+
+TEST_F(Edges, EachTemperatureThatFailsCounts)
+{
+    OpenCamera();
+    qvns_idle(1.0);
+    Library.TemperatureHandle = FailToRead;
+    qvns_idle(0.5);
+    Library.TemperatureHandle = QV_TemperatureHandle;
+    qvns_idle(2.0);
+    EXPECT_EQ(TemperatureOf(0).ReadFailures, 1);
+    EXPECT_EQ(StateOf(0).Failures, 1);
+    EXPECT_EQ(StateOf(0).LastError, QV_ERROR_LINK_FAILURE);
+    EXPECT_EQ(StateOf(0).Camera, QVNS_CAMERA_OPEN);
+}
+
+TEST_F(Edges, ThreeTemperaturesThatFailAreThree)
+{
+    Plug(BriarCamera);
+    QvnsOpen open = Request(BriarCamera);
+    open.AutoRecover = 0;
+    ASSERT_EQ(qvns_open(0, &open), 0);
+    Library.TemperatureHandle = FailToRead;
+    qvns_idle(5.0);
+    EXPECT_EQ(StateOf(0).Camera, QVNS_CAMERA_FAULT);
+    EXPECT_EQ(TemperatureOf(0).ReadFailures, 3);
+    EXPECT_EQ(StateOf(0).Failures, 3);
+}
+
+// Set back by an hour within a wait of three seconds, which it would make an hour longer.
+TEST_F(Edges, HostClockThatGoesBackStretchesNothing)
+{
+    ASSERT_EQ(qvns_stop(1.0), 0);
+    back = 0.0;
+    QvnsStart start;
+    qvns_init_start(&start);
+    start.Mode = QVNS_CALLER;
+    start.Seconds = WrongSeconds;
+    ASSERT_EQ(qvns_start(&start), 0);
+    OpenCamera();
+    EmuSchedule(
+        EmuMicroseconds() + 1'000'000, [](int32_t) { back = 3600.0; }, 0);
+    QvnsExposure exposure = Light(0.5);
+    exposure.Trigger = 1;
+    ASSERT_EQ(qvns_start_exposure(0, &exposure, nullptr), 0);
+    const double from = Now();
+    EXPECT_EQ(qvns_wait(0, 0, 3.0), QVNS_ERROR_TIME);
+    EXPECT_NEAR(Now() - from, 3.0, 0.1);
+    EXPECT_NEAR(StateOf(0).WorkSeconds, 3.0, 0.1);
+    EXPECT_EQ(TemperatureOf(0).Fresh, 1);
+}
+
+TEST_F(Edges, HostClockThatIsNoNumberStandsStill)
+{
+    static double told;
+    told = 2.0;
+    SetClock([] { return told; });
+    EXPECT_EQ(ClockUs(), 2'000'000u);
+    for (const double strange : {std::nan(""), Infinity, 1.0, -1.0}) {
+        told = strange;
+        EXPECT_EQ(ClockUs(), 2'000'000u) << strange;
+    }
+    told = 1.0; // a second after what counts as 0
+    EXPECT_EQ(ClockUs(), 3'000'000u);
+    SetClock(Now);
+}
+
+TEST_F(Edges, SystemClockThatIsSetBackDoesNotEndAFrameAheadOfItsStart)
+{
+    OpenCamera();
+    unixNow = 1000.0;
+    Seam.UnixSeconds = [] { return unixNow; };
+    EmuSchedule(
+        EmuMicroseconds() + 1'000'000, [](int32_t) { unixNow = 10.0; }, 0);
+    const QvnsExposure exposure = Light(2.0);
+    ASSERT_EQ(qvns_start_exposure(0, &exposure, nullptr), 0);
+    ASSERT_EQ(qvns_wait(0, 0, 60.0), 0);
+    QvnsMetadata about = {};
+    ASSERT_EQ(qvns_fetch(0, 0, nullptr, 0, &about), 0);
+    EXPECT_EQ(about.StartUnix, 1000.0);
+    EXPECT_NEAR(about.EndUnix, 1002.0, 0.3);
 }
 
 // One attempt at once, and, with the usual two seconds, no more than thirty in a minute.

@@ -9,8 +9,11 @@
 namespace {
 
 constexpr size_t Pixels = size_t{ImageColumns} * ImageRows;
+constexpr VirtualSetup TarnCamera = {22, 255, 2, "BuildWaveTarn3Kaf"};
 
 int32_t BusIndex;
+int32_t finished; // result of the last qvns_finish
+QvnsState midway;
 
 class Exposures : public LayerTest {
 protected:
@@ -39,6 +42,16 @@ void PullTheTrigger(int32_t)
 void Finish()
 {
     EXPECT_EQ(qvns_finish(0), 0);
+}
+
+void TryToFinish(int32_t)
+{
+    finished = qvns_finish(0);
+}
+
+void LookMidway(int32_t)
+{
+    midway = StateOf(0);
 }
 
 } // namespace
@@ -201,6 +214,80 @@ TEST_F(Exposures, FinishReadsTheFrameAndTellsTheTime)
     ASSERT_EQ(Fetch(), 0);
     EXPECT_NEAR(about.Exposed, 3.0, 0.1);
     EXPECT_EQ(about.Seconds, 100.0);
+}
+
+// Its counter runs down whatever is asked, and would be started once more.
+TEST_F(Exposures, LightOfTarnIsNotFinishedEarly)
+{
+    OpenCamera(TarnCamera);
+    const uint32_t before = EmuBusExposures(bus);
+    const QvnsExposure exposure = Light(10.0);
+    ASSERT_EQ(qvns_start_exposure(0, &exposure, nullptr), 0);
+    EmuSchedule(EmuMicroseconds() + 3'000'000, TryToFinish, 0);
+    ASSERT_EQ(qvns_wait(0, 0, 60.0), 0);
+    EXPECT_EQ(finished, QVNS_ERROR_NO_FRAME);
+    EXPECT_EQ(EmuBusExposures(bus), before + 1);
+    ASSERT_EQ(Fetch(), 0);
+    EXPECT_EQ(about.Exposed, 10.0);
+    EXPECT_NEAR(about.EndUnix - about.StartUnix, 10.0, 0.5);
+}
+
+TEST_F(Exposures, DarkOfTarnIsFinishedEarly)
+{
+    OpenCamera(TarnCamera);
+    QvnsExposure exposure = Light(10.0);
+    exposure.Light = 0;
+    ASSERT_EQ(qvns_start_exposure(0, &exposure, nullptr), 0);
+    EmuSchedule(EmuMicroseconds() + 3'000'000, TryToFinish, 0);
+    ASSERT_EQ(qvns_wait(0, 0, 60.0), 0);
+    EXPECT_EQ(finished, 0);
+    ASSERT_EQ(Fetch(), 0);
+    EXPECT_NEAR(about.Exposed, 3.0, 0.1);
+}
+
+TEST_F(Exposures, LightOfTarnThatIsBrokenOffCountsDownOnce)
+{
+    OpenCamera(TarnCamera);
+    const double start = Now();
+    const QvnsExposure exposure = Light(10.0);
+    ASSERT_EQ(qvns_start_exposure(0, &exposure, nullptr), 0);
+    WatchAsAThread(60.0);
+    EmuSchedule(
+        EmuMicroseconds() + 3'000'000, [](int32_t) { qvns_abort(0, 0.0); }, 0);
+    EXPECT_EQ(qvns_wait(0, 0, 60.0), QVNS_ERROR_ABORTED);
+    EXPECT_EQ(qvns_abort(0, 60.0), 0);
+    EXPECT_NEAR(Now() - start, 10.0, 1.0);
+}
+
+// The readout stands still for two seconds.
+TEST_F(Exposures, ElapsedStaysWhereTheExposureWasEnded)
+{
+    OpenCamera();
+    EmuBusMute(bus, 30);
+    const QvnsExposure exposure = Light(100.0);
+    ASSERT_EQ(qvns_start_exposure(0, &exposure, nullptr), 0);
+    EmuSchedule(EmuMicroseconds() + 3'000'000, TryToFinish, 0);
+    EmuSchedule(EmuMicroseconds() + 4'500'000, LookMidway, 0);
+    EXPECT_EQ(qvns_wait(0, 0, 60.0), QV_ERROR_LINK_FAILURE);
+    EXPECT_EQ(midway.Work, QVNS_WORK_READ);
+    EXPECT_NEAR(midway.Elapsed, 3.0, 0.1);
+    EXPECT_LT(midway.Left, 1.0);
+    EmuBusMute(bus, 0xFFFFFFFF);
+}
+
+TEST_F(Exposures, NumbersAreNotUsedAgainBehindAnotherOpen)
+{
+    OpenCamera();
+    Take(Light(0.0));
+    EXPECT_EQ(about.Frame, 1u);
+    ASSERT_EQ(qvns_close(0, 0.0), 0);
+    const QvnsOpen open = Request(BriarCamera);
+    ASSERT_EQ(qvns_open(0, &open), 0);
+    EXPECT_EQ(StateOf(0).FrameNumber, 0u);
+    EXPECT_EQ(qvns_wait(0, 1, 1.0), QVNS_ERROR_NO_FRAME);
+    Take(Light(0.0));
+    EXPECT_EQ(about.Frame, 2u);
+    EXPECT_EQ(qvns_fetch(0, 1, nullptr, 0, &about), QVNS_ERROR_NO_FRAME);
 }
 
 TEST_F(Exposures, TooSmallABufferIsToldAndLeftAlone)
