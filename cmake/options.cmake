@@ -10,9 +10,13 @@ if(QVN_SANITIZE)
     -fsanitize=${QVN_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_link_options(qvn_options INTERFACE -fsanitize=${QVN_SANITIZE})
 endif()
+# What the tests are to reach is counted, the tests themselves are not.
 if(QVN_COVERAGE)
-  target_compile_options(qvn_options INTERFACE --coverage -O0)
-  target_link_options(qvn_options INTERFACE --coverage)
+  set(measured "qvn_objects;qvn_emulator;qvn_bench_objects;qvn_supervisor_objects;qvn_program")
+  string(APPEND measured ";qvn_samples;standin_ftd2xx;standin_kzbusb")
+  target_compile_options(qvn_options INTERFACE
+    "$<$<IN_LIST:$<TARGET_PROPERTY:NAME>,${measured}>:--coverage;-O0>")
+  target_link_options(qvn_options INTERFACE --coverage -Wl,-u,__gcov_dump)
 endif()
 
 # Sources are named from the tree's root, so that another copy of the tree finds what this
