@@ -173,10 +173,30 @@ TEST_F(Series, ChangesTheWordBehindTheDummiesForHighBinnings)
 TEST_F(Series, WithAbsurdBinningChangesNoWordAtAll)
 {
     Begin(42, 0);
-    record.VerBinning = 34;
-    const CcdDefinition before = record.Ccd;
-    Kinetics(1, 0.0, 1, 0, 0, 6, 2, buffers, 0);
-    EXPECT_EQ(memcmp(&before, &record.Ccd, sizeof before), 0);
+    for (const int32_t binning : {34, 0, -1}) {
+        record.VerBinning = binning;
+        const CcdDefinition before = record.Ccd;
+        Kinetics(1, 0.0, 1, 0, 0, 6, 2, buffers, 0);
+        EXPECT_EQ(memcmp(&before, &record.Ccd, sizeof before), 0) << binning;
+    }
+}
+
+// Without a binning the image has no rows.
+TEST_F(Series, InTheSensorOfNoRowsReadsNone)
+{
+    Begin(42, 0);
+    record.VerBinning = 0;
+    KineticsCCD(1, 0.0, 0, 4, pixels, 0);
+    EXPECT_EQ(FakeTexts("ReadFrame"), (Texts{"ReadFrame 1 20 0 0.000000"}));
+}
+
+TEST_F(Series, InTheSensorByNoLinesShiftsNothing)
+{
+    Begin(44, 0);
+    KineticsCCD(1, 0.0, 2, 0, pixels, 0);
+    KineticsCCD(1, 0.0, 2, -4, pixels, 0);
+    EXPECT_EQ(FakeTexts("ShiftRows"), Texts{});
+    EXPECT_EQ(FakeTexts("ReadFrame").size(), 2u);
 }
 
 TEST_F(Series, InTheSensorShiftsItAndReadsOneFrame)

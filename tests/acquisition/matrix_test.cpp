@@ -24,6 +24,7 @@ TEST_F(InternalBuffers, ClosedRecordHasNone)
     for (int32_t index = 0; index < 16; ++index) EXPECT_EQ(QV_MatrixPointer(index, 0), nullptr);
     EXPECT_EQ(QV_MatrixGet(0), 0);
     EXPECT_EQ(QV_MatrixRead(0, 0, 0), 0);
+    EXPECT_EQ(QV_MatrixSize(0), 0);
 }
 
 TEST_F(InternalBuffers, AllocationTakesTheFirstFreeEntryAndMakesItCurrent)

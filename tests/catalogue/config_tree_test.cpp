@@ -99,8 +99,10 @@ TEST(ConfigTree, ElementsAreThoseOfArraysAndLists)
 
 TEST(ConfigTree, IntegersAreNeverMadeOfFloats)
 {
-    Tree tree("a = 47.9; b = 0x1F; c = 2147483648L; d = -2147483648L; e = 2147483647L;");
+    Tree tree("a = 47.9; b = 0x1F; c = 2147483648L; d = -2147483648L; e = 2147483647L; "
+              "f = -2147483649L;");
     EXPECT_EQ(ConfigInt(tree["a"]), 0);
+    EXPECT_EQ(ConfigInt(tree["f"]), 0);
     EXPECT_EQ(ConfigInt(tree["b"]), 31);
     EXPECT_EQ(ConfigInt(tree["c"]), 0);
     EXPECT_EQ(ConfigInt(tree["d"]), INT32_MIN);
@@ -272,10 +274,12 @@ TEST(ConfigTree, IntegersHoldWholeFloatsUpToTheirEnds)
     EXPECT_TRUE(ConfigHoldsFloat(tree["a"], 2147483647.0));
     EXPECT_TRUE(ConfigHoldsFloat(tree["a"], -2147483648.0));
     EXPECT_FALSE(ConfigHoldsFloat(tree["a"], 2147483648.0));
+    EXPECT_FALSE(ConfigHoldsFloat(tree["a"], -2147483649.0));
     EXPECT_FALSE(ConfigHoldsFloat(tree["a"], 0.5));
     EXPECT_TRUE(ConfigHoldsFloat(tree["b"], 9223372036854774784.0));
     EXPECT_TRUE(ConfigHoldsFloat(tree["b"], -9223372036854775808.0));
     EXPECT_FALSE(ConfigHoldsFloat(tree["b"], 9223372036854775808.0));
+    EXPECT_FALSE(ConfigHoldsFloat(tree["b"], -9223372036854777856.0));
 }
 
 TEST_F(ConfigTreeFile, AFileThatCannotBeReadIsNotOpened)

@@ -81,6 +81,14 @@ TEST_F(LibraryStart, FolderQvnBelowTheWorkingDirectoryIsUsed)
     EXPECT_STREQ(LibraryPath, "/home/observer/qvn/");
 }
 
+TEST_F(LibraryStart, FolderQvnBelowTheRootHasOneSlashAheadOfIt)
+{
+    EmuSetCurrentDirectory("/");
+    EmuSetEnterableDirectory("/qvn/");
+    QV_LibraryInit();
+    EXPECT_STREQ(LibraryPath, "/qvn/");
+}
+
 TEST_F(LibraryStart, WithoutThatFolderThePathIsEmpty)
 {
     EmuSetCurrentDirectory("/home/observer");

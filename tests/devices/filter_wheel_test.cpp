@@ -72,6 +72,17 @@ uint32_t ReadStatus(int32_t selector, int32_t /*camera*/)
     return BusyReads-- > 0 ? ~StatusAnswer : StatusAnswer;
 }
 
+// The mark is there at the end of the search, and three steps away again when the wheel has
+// come to rest.
+uint32_t ReadSlippingSensors(int32_t selector, int32_t camera)
+{
+    static int32_t seen = 0;
+    const uint32_t sensors = ReadSensors(selector, camera);
+    seen = (sensors & 2) != 0 ? seen + 1 : 0;
+    if (seen == 20) Turntable.steps += 3;
+    return sensors;
+}
+
 class FilterWheel : public FakeTest {
 protected:
     CameraRecord& record = CameraTable[0];
@@ -356,6 +367,25 @@ TEST_F(LineStepper, SearchGivesUpAfter1200Steps)
     EXPECT_EQ(Turntable.motor & 0x1000, 0);
 }
 
+// 30 steps of 20 ms, and three more of 10 ms, down from where it rests to the mark.
+TEST_F(LineStepper, SearchGoesOnFromWhereTheWheelRests)
+{
+    BeginLines(1, -30);
+    Turntable.up = Turntable.down = 0;
+    const uint64_t start = EmuMicroseconds();
+    CalibFW(0);
+    const uint64_t steady = EmuMicroseconds() - start;
+    EXPECT_EQ(Turntable.down, 30);
+    BeginLines(1, -30);
+    Turntable.up = Turntable.down = 0;
+    record.Ops.ReadStatus = ReadSlippingSensors;
+    const uint64_t again = EmuMicroseconds();
+    CalibFW(0);
+    EXPECT_EQ(Turntable.down, 33);
+    EXPECT_EQ(EmuMicroseconds() - again, steady + 30000);
+    EXPECT_EQ(Error(), 99);
+}
+
 TEST_F(Nibble, OfTarnStandsInRegister11UntilItIsDone)
 {
     BeginController(24, 3, 0);
@@ -571,8 +601,22 @@ TEST_F(FilterWheel, ThatThePlatformDoesNotHaveDoesNothing)
         CalibFW(0);
         OpenFW(1, 2, 3, 0);
         SetFW(1, 2, 3, 0);
+        EXPECT_EQ(MoveWheel(1, 2, 0), 0);
         EXPECT_EQ(FakeTexts(), Texts{}) << pair[0];
         EXPECT_EQ(Error(), 99);
+    }
+}
+
+// As after definitions of another platform, loaded while a camera is open.
+TEST_F(FilterWheel, OfAPlatformWhoseDriverIsNotBoundDoesNothing)
+{
+    for (const int32_t platform : {48, 300, 450}) {
+        Begin(platform, 0);
+        SetFilter(2, 0);
+        CalibFW(0);
+        OpenFW(1, 2, 3, 0);
+        SetFW(1, 2, 3, 0);
+        EXPECT_EQ(FakeTexts(), Texts{}) << platform;
     }
 }
 

@@ -226,12 +226,32 @@ TEST_F(CardTest, NoMemoryForTheBufferIsOne)
 TEST_F(CardTest, PagesThatLieApartAreNoBuffer)
 {
     OpenIt();
-    Fake.lockPages = 2;
-    Fake.scatter = 4096;
+    Fake.pages = {{0x400000, 4096}, {0x402000, 4096}};
     EXPECT_EQ(AllocateDma(2000, Camera), 1);
     EXPECT_EQ(Accesses(), "lock=1.4512 unlock=1 lock=4.4512 unlock=1");
-    Fake.scatter = 0;
+    Fake.pages = {{0x400000, 4096}, {0x401000, 4096}};
     EXPECT_EQ(AllocateDma(2000, Camera), 0);
+}
+
+// What stands behind the pages that were asked for is not looked at, and one without bytes
+// is none.
+TEST_F(CardTest, MorePagesThanTheRecordHoldsAreNotLookedAt)
+{
+    OpenIt();
+    Fake.pagesTold = 0xFFFFFFFF;
+    EXPECT_EQ(AllocateDma(100, Camera), 0);
+    Fake.pages = {{0x400000, 4096}, {0x401000, 4096}, {0x900000, 4096}}; // two were asked for
+    EXPECT_EQ(AllocateDma(100, Camera), 0);
+    EXPECT_EQ(record.DmaAddress, 0x400000u);
+}
+
+TEST_F(CardTest, DriversMemoryWithoutAnAddressIsUnlocked)
+{
+    OpenIt();
+    Fake.hasAddress = false;
+    EXPECT_EQ(AllocateDma(100, Camera), 0);
+    EXPECT_EQ(Accesses(), "lock=1.712 unlock=1 lock=4.712");
+    EXPECT_EQ(record.DmaBuffer, record.DmaMemory);
 }
 
 TEST_F(CardTest, TooManyPixelsForTheRecordsSizeFieldAreRefused)

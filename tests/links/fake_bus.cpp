@@ -1,5 +1,6 @@
 #include "tests/links/fake_bus.h"
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
@@ -117,12 +118,12 @@ void LockBuffer(WD_DMA* lock, uint32_t bytes)
     lock->hDMA = 1;
     if (isKernel) {
         Fake.kernelBuffer.assign(lock->dwBytes / 2, 0xAAAA);
-        lock->pUserAddr = reinterpret_cast<uintptr_t>(Fake.kernelBuffer.data());
+        if (Fake.hasAddress) {
+            lock->pUserAddr = reinterpret_cast<uintptr_t>(Fake.kernelBuffer.data());
+        }
     }
-    lock->dwPages = Fake.lockPages;
-    for (uint32_t i = 0; i < Fake.lockPages; ++i) {
-        lock->Page[i] = {0x400000 + i * (4096 + Fake.scatter), 4096};
-    }
+    lock->dwPages = Fake.pagesTold != 0 ? Fake.pagesTold : static_cast<uint32_t>(Fake.pages.size());
+    std::copy(Fake.pages.begin(), Fake.pages.end(), lock->Page);
 }
 
 void Sleep(const WD_SLEEP& sleep)

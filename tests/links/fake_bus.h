@@ -50,8 +50,9 @@ struct FakeBus {
     uint32_t cardHandle = 9;
     std::vector<WD_ITEM> items;
     uint32_t lockable = 3; // the options of WD_DMALock that succeed, as bits 1 and 4
-    uint32_t lockPages = 1;
-    uint32_t scatter = 0; // gap between the pages of a lock
+    std::vector<WD_DMA_PAGE> pages = {{0x400000, 4096}}; // of a lock
+    uint32_t pagesTold = 0;                              // 0: as many as there are
+    bool hasAddress = true;                              // of the driver's own memory
     std::vector<WD_DEBUG_ADD> debugLines;
     WD_DMA lastLock = {};
     uint32_t lastLockBytes = 0, lastUnlockBytes = 0;

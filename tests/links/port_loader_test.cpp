@@ -119,6 +119,23 @@ TEST_F(PortLibraryTest, IsNotLookedForWithoutTheOption)
     EXPECT_TRUE(Asked.empty());
 }
 
+TEST_F(PortLibraryTest, CarriesWordsBothWays)
+{
+    ASSERT_EQ(LoadPortLibrary(), 0);
+    record.Ops.PortWordOut(0x300, 0xBEEF); // 48879
+    EXPECT_EQ(record.Ops.PortWordIn(0x302), 0x1234);
+    EXPECT_EQ(PortCalls, (std::vector<std::string>{"wout 768 48879", "win 770"}));
+}
+
+TEST_F(PortLibraryTest, NothingIsCarriedBeforeItIsLoaded)
+{
+    record.Ops.PortOut(0x300, 1);
+    record.Ops.PortWordOut(0x300, 1);
+    EXPECT_EQ(record.Ops.PortIn(0x300), 0);
+    EXPECT_EQ(record.Ops.PortWordIn(0x300), 0);
+    EXPECT_TRUE(PortCalls.empty());
+}
+
 TEST_F(PortLibraryTest, EntryThatTheLibraryLacksDoesNothing)
 {
     Missing = "PortIn";
