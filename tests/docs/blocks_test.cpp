@@ -1,7 +1,6 @@
 // Every code block of docs/ and of the README is run as a reader would, or says why not.
 #include <gtest/gtest.h>
 
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -14,6 +13,7 @@
 
 #include "tests/docs/blocks.h"
 #include "tests/docs/text.h"
+#include "tests/support/shell.h"
 
 namespace {
 
@@ -53,23 +53,10 @@ std::string CommandOf(const CodeBlock& block)
     return command + (uses("qvn_bench.h") ? " -lqvn_bench" : " -lqvn") + Host;
 }
 
-struct Outcome {
-    int exitCode = -1;
-    std::string text;
-};
-
-Outcome Execute(const fs::path& folder, const std::string& command)
+ShellResult Execute(const fs::path& folder, const std::string& command)
 {
-    Outcome outcome;
-    const std::string line =
-        Environment + "cd '" + folder.string() + "' && { " + command + "\n} </dev/null 2>&1";
-    FILE* pipe = popen(line.c_str(), "r");
-    if (pipe == nullptr) return outcome;
-    char part[4096];
-    while (fgets(part, sizeof part, pipe) != nullptr) outcome.text += part;
-    const int status = pclose(pipe);
-    if (WIFEXITED(status)) outcome.exitCode = WEXITSTATUS(status);
-    return outcome;
+    return RunShell(Environment + "cd '" + folder.string() + "' && { " + command +
+                    "\n} </dev/null");
 }
 
 std::vector<std::string> Pages()
@@ -106,9 +93,9 @@ struct CodeOf : testing::TestWithParam<std::string> {
     {
         std::ofstream(folder / Runners.at(block.language).file)
             << block.ahead << (block.ahead.empty() ? "" : "\n") << block.text;
-        const Outcome outcome = Execute(folder, CommandOf(block));
+        const ShellResult outcome = Execute(folder, CommandOf(block));
         EXPECT_EQ(outcome.exitCode, 0) << GetParam() << ':' << block.line << '\n'
-                                       << block.text << outcome.text;
+                                       << block.text << outcome.out;
     }
 };
 

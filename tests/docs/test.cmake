@@ -2,7 +2,7 @@
 if(NOT QVN_TOOLS)
   return()
 endif()
-add_executable(test_docs ${sources})
+add_executable(test_docs ${sources} ${PROJECT_SOURCE_DIR}/tests/support/shell.cpp)
 target_link_libraries(test_docs PRIVATE qvn_options GTest::gtest GTest::gtest_main)
 target_compile_definitions(test_docs PRIVATE QVN_SOURCE_DIR="${PROJECT_SOURCE_DIR}"
   QVN_BINARY_DIR="${PROJECT_BINARY_DIR}" QVN_C_COMPILER="${CMAKE_C_COMPILER}"

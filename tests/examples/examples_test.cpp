@@ -7,31 +7,15 @@
 #include <gtest/gtest.h>
 #include <sstream>
 #include <string>
-#include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
+
+#include "tests/support/shell.h"
 
 namespace {
 
 constexpr int Columns = 64;
 constexpr int Rows = 48;
-
-struct Outcome {
-    int exitCode;
-    std::string text; // both streams
-};
-
-Outcome Execute(const std::string& command)
-{
-    Outcome outcome = {-1, ""};
-    FILE* pipe = popen((command + " 2>&1").c_str(), "r");
-    if (pipe == nullptr) return outcome;
-    char part[4096];
-    while (fgets(part, sizeof part, pipe) != nullptr) outcome.text += part;
-    const int status = pclose(pipe);
-    if (WIFEXITED(status)) outcome.exitCode = WEXITSTATUS(status);
-    return outcome;
-}
 
 struct Pgm {
     int width = 0, height = 0, maximum = 0;
@@ -94,9 +78,9 @@ protected:
     // exposure has a deviation of about 5 at 21 degrees.
     void ExpectRamp(const std::string& program) const
     {
-        const Outcome outcome = Execute(program + Quoted("") + Quoted("frame.pgm"));
-        ASSERT_EQ(outcome.exitCode, 0) << outcome.text;
-        EXPECT_NE(outcome.text.find("64 x 48 pixels"), std::string::npos) << outcome.text;
+        const ShellResult outcome = RunShell(program + Quoted("") + Quoted("frame.pgm"));
+        ASSERT_EQ(outcome.exitCode, 0) << outcome.out;
+        EXPECT_NE(outcome.out.find("64 x 48 pixels"), std::string::npos) << outcome.out;
         const Pgm image = ReadPgm(Folder / "frame.pgm");
         ASSERT_EQ(image.width, Columns);
         ASSERT_EQ(image.height, Rows);
@@ -127,13 +111,13 @@ TEST_F(Examples, MissingDefinitionsFailWithTheLibrarysTextAndAHint)
 {
     for (const char* program : {QVN_FIRST_FRAME_C, QVN_FIRST_FRAME_CPP, QVN_COOLING}) {
         const bool frame = std::string(program) != QVN_COOLING;
-        const Outcome outcome =
-            Execute(program + Quoted("nowhere") + (frame ? Quoted("frame.pgm") : ""));
+        const ShellResult outcome =
+            RunShell(program + Quoted("nowhere") + (frame ? Quoted("frame.pgm") : ""));
         EXPECT_EQ(outcome.exitCode, 1) << program;
-        EXPECT_NE(outcome.text.find("Platform definition not found! Check qvn library path"),
+        EXPECT_NE(outcome.out.find("Platform definition not found! Check qvn library path"),
                   std::string::npos)
-            << outcome.text;
-        EXPECT_NE(outcome.text.find("hint: the first argument"), std::string::npos) << outcome.text;
+            << outcome.out;
+        EXPECT_NE(outcome.out.find("hint: the first argument"), std::string::npos) << outcome.out;
         EXPECT_FALSE(std::filesystem::exists(Folder / "frame.pgm"));
     }
 }
@@ -142,30 +126,30 @@ TEST_F(Examples, MissingSourceImageFailsWithTheLibrarysTextAndAHint)
 {
     std::filesystem::remove(Folder / "ramp.raw");
     for (const char* program : {QVN_FIRST_FRAME_C, QVN_FIRST_FRAME_CPP}) {
-        const Outcome outcome = Execute(program + Quoted("") + Quoted("frame.pgm"));
+        const ShellResult outcome = RunShell(program + Quoted("") + Quoted("frame.pgm"));
         EXPECT_EQ(outcome.exitCode, 1) << program;
-        EXPECT_NE(outcome.text.find("Camera not found! Is it turned on ?"), std::string::npos)
-            << outcome.text;
-        EXPECT_NE(outcome.text.find("hint: the simulated camera needs"), std::string::npos)
-            << outcome.text;
+        EXPECT_NE(outcome.out.find("Camera not found! Is it turned on ?"), std::string::npos)
+            << outcome.out;
+        EXPECT_NE(outcome.out.find("hint: the simulated camera needs"), std::string::npos)
+            << outcome.out;
     }
 }
 
 TEST_F(Examples, UnwritablePictureFails)
 {
     for (const char* program : {QVN_FIRST_FRAME_C, QVN_FIRST_FRAME_CPP}) {
-        const Outcome outcome = Execute(program + Quoted("") + Quoted("no/such/folder.pgm"));
+        const ShellResult outcome = RunShell(program + Quoted("") + Quoted("no/such/folder.pgm"));
         EXPECT_EQ(outcome.exitCode, 1) << program;
-        EXPECT_NE(outcome.text.find("could not be written"), std::string::npos) << outcome.text;
+        EXPECT_NE(outcome.out.find("could not be written"), std::string::npos) << outcome.out;
     }
 }
 
 TEST_F(Examples, MissingArgumentsPrintTheUsage)
 {
     for (const char* program : {QVN_FIRST_FRAME_C, QVN_FIRST_FRAME_CPP, QVN_COOLING}) {
-        const Outcome outcome = Execute(program);
+        const ShellResult outcome = RunShell(program);
         EXPECT_EQ(outcome.exitCode, 1) << program;
-        EXPECT_NE(outcome.text.find("usage:"), std::string::npos) << outcome.text;
+        EXPECT_NE(outcome.out.find("usage:"), std::string::npos) << outcome.out;
     }
 }
 
@@ -173,23 +157,23 @@ TEST_F(Examples, MissingArgumentsPrintTheUsage)
 // about 21 degrees down.
 TEST_F(Examples, CoolingPrintsAFallingTemperature)
 {
-    const Outcome outcome = Execute(QVN_COOLING + Quoted("") + " 2");
-    ASSERT_EQ(outcome.exitCode, 0) << outcome.text;
+    const ShellResult outcome = RunShell(QVN_COOLING + Quoted("") + " 2");
+    ASSERT_EQ(outcome.exitCode, 0) << outcome.out;
     int firstSecond = -1, secondSecond = -1;
     double first = 0.0, second = 0.0, power = 0.0;
-    std::istringstream lines(outcome.text);
+    std::istringstream lines(outcome.out);
     std::string line;
-    ASSERT_TRUE(std::getline(lines, line)) << outcome.text;
+    ASSERT_TRUE(std::getline(lines, line)) << outcome.out;
     ASSERT_EQ(sscanf(line.c_str(), "%d s %lf C cooler %lf", &firstSecond, &first, &power), 3)
         << line;
     EXPECT_EQ(firstSecond, 0);
     EXPECT_DOUBLE_EQ(power, 30.0);
     EXPECT_NEAR(first, 21.0, 0.3);
-    ASSERT_TRUE(std::getline(lines, line)) << outcome.text;
+    ASSERT_TRUE(std::getline(lines, line)) << outcome.out;
     ASSERT_EQ(sscanf(line.c_str(), "%d s %lf C", &secondSecond, &second), 2) << line;
     EXPECT_EQ(secondSecond, 1);
     EXPECT_LT(second, first);
-    EXPECT_NE(outcome.text.find("not yet at the target"), std::string::npos) << outcome.text;
+    EXPECT_NE(outcome.out.find("not yet at the target"), std::string::npos) << outcome.out;
 }
 
 // The middle of 64 x 48 lies in the third of four fields across and the second of two down:
@@ -203,14 +187,14 @@ TEST_F(Examples, VirtualCameraCoolsAndSeesTheHostsScene)
            "  camera_platforms: { BRIAR-R3: { ADbit = [16, 0]; TimeBase = 40.0; FpgaId = 42;\n"
            "    kaf400e: { SamplingClock = [0.5, 0.5]; VerticalPhasePeriod = 5; }; }; };\n"
            "};\n";
-    const Outcome outcome = Execute(QVN_VIRTUAL_CAMERA + Quoted(""));
-    ASSERT_EQ(outcome.exitCode, 0) << outcome.text;
+    const ShellResult outcome = RunShell(QVN_VIRTUAL_CAMERA + Quoted(""));
+    ASSERT_EQ(outcome.exitCode, 0) << outcome.out;
     double before = 0.0, seconds = 0.0, after = 0.0;
     int width = 0, height = 0, middle = 0;
-    ASSERT_EQ(sscanf(outcome.text.c_str(), "before %lf C after %lf s %lf C frame %d x %d, %d",
+    ASSERT_EQ(sscanf(outcome.out.c_str(), "before %lf C after %lf s %lf C frame %d x %d, %d",
                      &before, &seconds, &after, &width, &height, &middle),
               6)
-        << outcome.text;
+        << outcome.out;
     EXPECT_NEAR(before, 20.0, 0.5);
     EXPECT_GE(seconds, 600.0);
     EXPECT_LT(after, before);
@@ -221,11 +205,11 @@ TEST_F(Examples, VirtualCameraCoolsAndSeesTheHostsScene)
 
 TEST_F(Examples, VirtualCameraWithoutDefinitionsSaysSo)
 {
-    const Outcome outcome = Execute(QVN_VIRTUAL_CAMERA + Quoted("nowhere"));
+    const ShellResult outcome = RunShell(QVN_VIRTUAL_CAMERA + Quoted("nowhere"));
     EXPECT_EQ(outcome.exitCode, 1);
-    EXPECT_NE(outcome.text.find("installing failed: platform: 44 BRIAR-R3 with sensor 255"),
+    EXPECT_NE(outcome.out.find("installing failed: platform: 44 BRIAR-R3 with sensor 255"),
               std::string::npos)
-        << outcome.text;
+        << outcome.out;
 }
 
 } // namespace

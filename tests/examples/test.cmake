@@ -2,7 +2,8 @@
 if(NOT TARGET example_first_frame)
   return()
 endif()
-add_executable(test_examples ${PROJECT_SOURCE_DIR}/tests/examples/examples_test.cpp)
+add_executable(test_examples ${folder}/examples_test.cpp
+  ${PROJECT_SOURCE_DIR}/tests/support/shell.cpp)
 target_link_libraries(test_examples PRIVATE qvn_options GTest::gtest GTest::gtest_main)
 target_compile_definitions(test_examples PRIVATE
   QVN_FIRST_FRAME_C="$<TARGET_FILE:example_first_frame>"

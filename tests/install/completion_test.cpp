@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 #include <set>
 
-#include "tests/install/shell.h"
+#include "tests/support/shell.h"
 #include "tests/support/temp_folder.h"
 
 namespace {

@@ -5,7 +5,7 @@
 #include <regex>
 #include <set>
 
-#include "tests/install/shell.h"
+#include "tests/support/shell.h"
 
 namespace {
 

@@ -4,7 +4,8 @@
 if(QVN_SANITIZE OR NOT TARGET qvn_program)
   return()
 endif()
-add_executable(test_install ${sources} ${PROJECT_SOURCE_DIR}/tests/support/temp_folder.cpp)
+add_executable(test_install ${sources} ${PROJECT_SOURCE_DIR}/tests/support/shell.cpp
+  ${PROJECT_SOURCE_DIR}/tests/support/temp_folder.cpp)
 target_link_libraries(test_install PRIVATE qvn_options GTest::gtest GTest::gtest_main)
 target_compile_options(test_install PRIVATE ${QVN_TEST_OPTIONS})
 target_compile_definitions(test_install PRIVATE

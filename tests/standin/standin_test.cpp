@@ -2,35 +2,19 @@
 // where a loader is told to look.
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
 #include <vector>
 
-#include <sys/wait.h>
+#include <unistd.h>
+
+#include "tests/support/shell.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-
-struct Outcome {
-    int exitCode;
-    std::string text; // both streams
-};
-
-Outcome Execute(const std::string& command)
-{
-    Outcome outcome = {-1, ""};
-    FILE* pipe = popen((command + " 2>&1").c_str(), "r");
-    if (pipe == nullptr) return outcome;
-    char part[4096];
-    while (fgets(part, sizeof part, pipe) != nullptr) outcome.text += part;
-    const int status = pclose(pipe);
-    if (WIFEXITED(status)) outcome.exitCode = WEXITSTATUS(status);
-    return outcome;
-}
 
 void Write(const fs::path& path, const std::string& text)
 {
@@ -59,10 +43,10 @@ struct StandIn : testing::Test {
         Write(folder / "qvn/cameras.cfg", text);
     }
 
-    Outcome RunHost(const std::string& arguments) const
+    ShellResult RunHost(const std::string& arguments) const
     {
-        return Execute("cd '" + folder.string() + "' && LD_LIBRARY_PATH='" +
-                       (folder / "lib").string() + "' '" QVN_STANDIN_HOST "' " + arguments);
+        return RunShell("cd '" + folder.string() + "' && LD_LIBRARY_PATH='" +
+                        (folder / "lib").string() + "' '" QVN_STANDIN_HOST "' " + arguments);
     }
 
     fs::path folder;
@@ -71,7 +55,7 @@ struct StandIn : testing::Test {
 // Names that a library shows, of functions and data.
 std::vector<std::string> ShownNames(const std::string& library)
 {
-    std::istringstream lines(Execute(QVN_NM " -D --defined-only '" + library + "'").text);
+    std::istringstream lines(RunShell(QVN_NM " -D --defined-only '" + library + "'").out);
     std::vector<std::string> names;
     std::string address, kind, name;
     while (lines >> address >> kind >> name) names.push_back(name);
@@ -97,24 +81,24 @@ TEST_F(StandIn, ShowsThePublicNamesAlone)
 TEST_F(StandIn, AFifoCameraGivesItsFrameToAHost)
 {
     SetCameras("platform=450\nsensor=3945\nscene=ramp\n");
-    const Outcome run = RunHost("450 3945 0 0 0 100 0 7 500");
-    EXPECT_EQ(run.text, "1024 x 1024: 0 100 507\n");
+    const ShellResult run = RunHost("450 3945 0 0 0 100 0 7 500");
+    EXPECT_EQ(run.out, "1024 x 1024: 0 100 507\n");
     EXPECT_EQ(run.exitCode, 0);
 }
 
 TEST_F(StandIn, AnAdaptorCameraGivesItsFrameToAHost)
 {
     SetCameras("platform=205\nsensor=133\nscene=ramp\n");
-    const Outcome run = RunHost("205 133 0 10 100 500 200");
-    EXPECT_EQ(run.text, "1024 x 256: 110 700\n");
+    const ShellResult run = RunHost("205 133 0 10 100 500 200");
+    EXPECT_EQ(run.out, "1024 x 256: 110 700\n");
     EXPECT_EQ(run.exitCode, 0);
 }
 
 TEST_F(StandIn, CamerasStandSideBySide)
 {
     SetCameras("platform=205\nsensor=133\nscene=flat\nplatform=450\nsensor=3945\nscene=flat\n");
-    EXPECT_EQ(RunHost("450 3945 1 512 512").text, "1024 x 1024: 20000\n");
-    EXPECT_EQ(RunHost("205 133 0 512 128").text, "1024 x 256: 20000\n");
+    EXPECT_EQ(RunHost("450 3945 1 512 512").out, "1024 x 1024: 20000\n");
+    EXPECT_EQ(RunHost("205 133 0 512 128").out, "1024 x 256: 20000\n");
 }
 
 TEST_F(StandIn, CamerasBesideTheStandInItselfAreFoundThroughALink)
@@ -124,32 +108,32 @@ TEST_F(StandIn, CamerasBesideTheStandInItselfAreFoundThroughALink)
     fs::remove(folder / "lib/libftd2xx.so");
     fs::create_symlink(folder / "installed/libftd2xx.so", folder / "lib/libftd2xx.so");
     Write(folder / "installed/cameras.cfg", "platform=450\nsensor=3945\nscene=flat\n");
-    EXPECT_EQ(RunHost("450 3945 0 512 512").text, "1024 x 1024: 20000\n");
+    EXPECT_EQ(RunHost("450 3945 0 512 512").out, "1024 x 1024: 20000\n");
 }
 
 TEST_F(StandIn, ACameraThatIsNotThereIsNotOpened)
 {
     SetCameras("platform=450\nsensor=3945\n");
-    const Outcome run = RunHost("450 3945 1");
-    EXPECT_EQ(run.text.rfind("error 18:", 0), 0u) << run.text;
+    const ShellResult run = RunHost("450 3945 1");
+    EXPECT_EQ(run.out.rfind("error 18:", 0), 0u) << run.out;
 }
 
 TEST_F(StandIn, WithoutAFileThereIsAMessageAndNoDevice)
 {
-    const Outcome run = RunHost("450 3945 0");
+    const ShellResult run = RunHost("450 3945 0");
     const std::string expected = "qvn stand-in: " + (folder / "lib/cameras.cfg").string() +
                                  ": there is no such file\nerror 17:";
-    EXPECT_EQ(run.text.rfind(expected, 0), 0u) << run.text;
+    EXPECT_EQ(run.out.rfind(expected, 0), 0u) << run.out;
 }
 
 TEST_F(StandIn, ABadFileIsToldWithItsLine)
 {
     SetCameras("# two lines\nplatform=9999\n");
-    const Outcome run = RunHost("450 3945 0");
+    const ShellResult run = RunHost("450 3945 0");
     const std::string expected =
         "qvn stand-in: " + (folder / "lib/cameras.cfg").string() + ", line 2: platform: ";
-    EXPECT_EQ(run.text.rfind(expected, 0), 0u) << run.text;
-    EXPECT_NE(run.text.find("\nerror 17:"), std::string::npos) << run.text;
+    EXPECT_EQ(run.out.rfind(expected, 0), 0u) << run.out;
+    EXPECT_NE(run.out.find("\nerror 17:"), std::string::npos) << run.out;
 }
 
 TEST_F(StandIn, WhatAStandInCannotHaveIsTold)
@@ -161,16 +145,16 @@ TEST_F(StandIn, WhatAStandInCannotHaveIsTold)
     };
     for (const auto& text : texts) {
         SetCameras(text[0]);
-        const Outcome run = RunHost("450 3945 0");
-        EXPECT_EQ(run.text.rfind(std::string("qvn stand-in: ") + text[1], 0), 0u) << run.text;
-        EXPECT_NE(run.text.find("\nerror 17:"), std::string::npos) << run.text;
+        const ShellResult run = RunHost("450 3945 0");
+        EXPECT_EQ(run.out.rfind(std::string("qvn stand-in: ") + text[1], 0), 0u) << run.out;
+        EXPECT_NE(run.out.find("\nerror 17:"), std::string::npos) << run.out;
     }
 }
 
 TEST_F(StandIn, TheAdaptorOfABadFileOpensNothing)
 {
     SetCameras("");
-    const Outcome run = RunHost("205 133 0");
-    EXPECT_EQ(run.text.rfind("qvn stand-in: platform: missing", 0), 0u) << run.text;
-    EXPECT_NE(run.text.find("\nerror 18:"), std::string::npos) << run.text;
+    const ShellResult run = RunHost("205 133 0");
+    EXPECT_EQ(run.out.rfind("qvn stand-in: platform: missing", 0), 0u) << run.out;
+    EXPECT_NE(run.out.find("\nerror 18:"), std::string::npos) << run.out;
 }

@@ -1,4 +1,4 @@
-#include "tests/install/shell.h"
+#include "tests/support/shell.h"
 
 #include <sys/wait.h>
 

@@ -1,4 +1,4 @@
-// Commands and files as the tests of the installation use them.
+// Commands and files, as tests use them that look at the programs from outside.
 #pragma once
 #include <string>
 #include <vector>
