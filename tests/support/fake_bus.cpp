@@ -5,10 +5,10 @@
 #include "core/binding.h"
 #include "core/flags.h"
 #include "core/record.h"
-#include "core/timer_service.h"
 #include "emulator/emulator.h"
 #include "links/card.h"
 #include "platform/system.h"
+#include "tests/support/unbound_records.h"
 
 FakeBusState Bus;
 
@@ -240,13 +240,7 @@ std::string ClockedBits(int32_t reg, uint16_t clock, uint16_t data)
 
 void FakeBusTest::SetUp()
 {
-    EmuReset();
-    EmuInstall();
-    ResetTimerService();
-    for (CameraRecord& record : CameraTable) {
-        record = CameraRecord{};
-        record.Ops = UnboundOps;
-    }
+    UnbindRecords();
     Bus = FakeBusState{};
     VirtualSleep = System.clock.Sleep;
     System.clock.Sleep = FakeSleep;

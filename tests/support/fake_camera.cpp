@@ -7,6 +7,7 @@
 #include "core/timer_service.h"
 #include "devices/temperature.h"
 #include "emulator/emulator.h"
+#include "tests/support/unbound_records.h"
 
 FakeState Fake;
 
@@ -159,13 +160,7 @@ std::vector<std::string> FakeTexts(const std::string& start)
 
 void FakeTest::SetUp()
 {
-    EmuReset();
-    EmuInstall();
-    ResetTimerService();
-    for (CameraRecord& record : CameraTable) {
-        record = CameraRecord{};
-        record.Ops = UnboundOps;
-    }
+    UnbindRecords();
     Fake = FakeState{};
 }
 

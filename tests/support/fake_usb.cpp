@@ -8,9 +8,9 @@
 #include "core/binding.h"
 #include "core/flags.h"
 #include "core/record.h"
-#include "core/timer_service.h"
 #include "emulator/emulator.h"
 #include "platform/system.h"
+#include "tests/support/unbound_records.h"
 
 FakeUsbState Usb;
 
@@ -286,13 +286,7 @@ std::string HexBytes(const UsbBytes& bytes)
 
 void FakeUsbTest::SetUp()
 {
-    EmuReset();
-    EmuInstall();
-    ResetTimerService();
-    for (CameraRecord& record : CameraTable) {
-        record = CameraRecord{};
-        record.Ops = UnboundOps;
-    }
+    UnbindRecords();
     Usb = FakeUsbState{};
     VirtualSleep = System.clock.Sleep;
     System.clock.Sleep = FakeSleep;

@@ -1,20 +1,15 @@
 // Two bus cameras on two cards, each read by a thread of its own while the background
 // service measures and regulates both: their frames are what they are alone.
 #include <atomic>
-#include <chrono>
 #include <thread>
 
 #include "emulator/bus_camera.h"
 #include "emulator/emulator.h"
 #include "tests/support/demo_camera.h"
 #include "tests/support/virtual_camera.h"
+#include "tests/threads/reader.h"
 
 namespace {
-
-using Clock = std::chrono::steady_clock;
-
-constexpr int32_t LeastFrames = 5;
-constexpr int32_t Options = QV_OPTION_REGULATION | QV_OPTION_SILENT;
 
 // Lines by DMA, and whole frames.
 constexpr VirtualSetup Briar = {42, 255, 2, "BuildWaveBriar", 100, 0, 0, Strobe::Position, 3, 0};
@@ -34,22 +29,8 @@ protected:
     {
         Plug(setup);
         buses[setup.camera] = bus;
-        Open(setup, Options);
+        Open(setup, ReaderOptions);
         QV_SetTemp(-20.0, QV_CELSIUS, setup.camera);
-    }
-
-    // Reads until the service has had its turn too.
-    static void ReadFrames(const std::vector<uint16_t>& wanted, int32_t camera)
-    {
-        const Clock::time_point end = Clock::now() + std::chrono::milliseconds(1500);
-        int32_t frames = 0;
-        while (frames < LeastFrames || Clock::now() < end) {
-            std::vector<uint16_t> pixels(wanted.size(), 0xAAAA);
-            QV_GetCCD(1, 0.002, pixels.data(), camera);
-            EXPECT_EQ(QV_Status(camera), 0);
-            ASSERT_EQ(pixels, wanted) << "frame " << frames << " of camera " << camera;
-            ++frames;
-        }
     }
 };
 

@@ -1,19 +1,14 @@
 // Two cameras on USB, one that plays its pattern and one that is told its geometry, each
 // read by a thread of its own while the background service measures and regulates both.
-#include <chrono>
 #include <thread>
 
 #include "emulator/emulator.h"
 #include "emulator/usb_camera.h"
 #include "tests/support/demo_camera.h"
 #include "tests/support/virtual_usb.h"
+#include "tests/threads/reader.h"
 
 namespace {
-
-using Clock = std::chrono::steady_clock;
-
-constexpr int32_t LeastFrames = 5;
-constexpr int32_t Options = QV_OPTION_REGULATION | QV_OPTION_SILENT;
 
 constexpr UsbSetup HeronPlus = {61, 255, "BuildWaveHeronPlus"};
 constexpr UsbSetup TolmE = {450, 3945, nullptr, Strobe::Bin, false, "0.5", 1};
@@ -29,22 +24,8 @@ protected:
     void OpenWithService(const UsbSetup& setup)
     {
         Plug(setup);
-        Open(setup, Options);
+        Open(setup, ReaderOptions);
         QV_SetTemp(-20.0, QV_CELSIUS, setup.camera);
-    }
-
-    // Reads until the service has had its turn too.
-    static void ReadFrames(const std::vector<uint16_t>& wanted, int32_t camera)
-    {
-        const Clock::time_point end = Clock::now() + std::chrono::milliseconds(1500);
-        int32_t frames = 0;
-        while (frames < LeastFrames || Clock::now() < end) {
-            std::vector<uint16_t> pixels(wanted.size(), 0xAAAA);
-            QV_GetCCD(1, 0.002, pixels.data(), camera);
-            EXPECT_EQ(QV_Status(camera), 0);
-            ASSERT_EQ(pixels, wanted) << "frame " << frames << " of camera " << camera;
-            ++frames;
-        }
     }
 };
 
