@@ -3,6 +3,7 @@
 #include "emulator/bus_camera.h"
 #include "emulator/bus_links.h"
 #include "emulator/emulator.h"
+#include "tests/support/families.h"
 #include "tests/support/guarded_pixels.h"
 #include "tests/support/traffic_of.h"
 #include "tests/support/virtual_camera.h"
@@ -67,11 +68,6 @@ std::string BusName(const testing::TestParamInfo<VirtualSetup>& info)
            std::to_string(info.param.interfaceType) + "_" + std::to_string(info.index);
 }
 
-std::string UsbName(const testing::TestParamInfo<UsbSetup>& info)
-{
-    return std::to_string(info.param.platform);
-}
-
 class ArmedFrames : public VirtualCameraTest, public testing::WithParamInterface<VirtualSetup> {
 protected:
     bool IsTimedByItself() const { return GetParam().platform == 47; }
@@ -99,8 +95,7 @@ class OlderCard : public ArmedFrames {};
 class NotArmed : public VirtualCameraTest, public testing::WithParamInterface<VirtualSetup> {};
 class NotArmedOnUsb : public VirtualUsbTest, public testing::WithParamInterface<UsbSetup> {};
 
-constexpr Strobe Position = Strobe::Position;
-const VirtualSetup R3 = {44, 255, 2, "BuildWaveR3", 200};
+const VirtualSetup R3 = OnBus({44, 2, 200});
 
 } // namespace
 
@@ -298,21 +293,14 @@ TEST_P(ArmedFrames, WithoutALockThereAreNone)
     EmuInstall();
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Cards, ArmedFrames,
-    testing::Values(VirtualSetup{24, 255, 2, "BuildWaveTarn4Kaf", 200},
-                    VirtualSetup{24, 255, 2, "BuildWaveTarn4Kaf", 200, 0xAAAA1},
-                    VirtualSetup{24, 255, 4, "BuildWaveTarn4Kaf", 200, 3, 3},
-                    VirtualSetup{30, 255, 2, "BuildWaveLarchKaf", 200, 0, 0, Position},
-                    VirtualSetup{30, 255, 2, "BuildWaveLarchKaf", 200, 0xAAAA2, 1, Position},
-                    VirtualSetup{42, 255, 2, "BuildWaveBriar", 200, 0, 0, Position},
-                    VirtualSetup{44, 255, 2, "BuildWaveR3", 200},
-                    VirtualSetup{44, 255, 2, "BuildWaveR3", 200, 0xAAAA2},
-                    VirtualSetup{44, 255, 2, "BuildWaveR3", 200, 3, 3},
-                    VirtualSetup{47, 255, 2, "BuildWaveR3Plus", 200},
-                    VirtualSetup{47, 255, 2, "BuildWaveR3Plus", 200, 0xAAAA2},
-                    VirtualSetup{47, 255, 2, "BuildWaveR3Plus", 200, 3, 3}),
-    BusName);
+INSTANTIATE_TEST_SUITE_P(Cards, ArmedFrames,
+                         testing::Values(OnBus({24, 2, 200}), OnBus({24, 2, 200, 0xAAAA1}),
+                                         OnBus({24, 4, 200, 3, 3}), OnBus({30, 2, 200}),
+                                         OnBus({30, 2, 200, 0xAAAA2, 1}), OnBus({42, 2, 200}),
+                                         OnBus({44, 2, 200}), OnBus({44, 2, 200, 0xAAAA2}),
+                                         OnBus({44, 2, 200, 3, 3}), OnBus({47, 2, 200}),
+                                         OnBus({47, 2, 200, 0xAAAA2}), OnBus({47, 2, 200, 3, 3})),
+                         BusName);
 
 // Over an older card the lock holds a line and 512 bytes, 280 words: the card stops there, and
 // no more of them is handed over than there are behind the first 28.
@@ -330,14 +318,8 @@ TEST_P(OlderCard, StopsAtTheEndOfItsLock)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Cards, OlderCard,
-    testing::Values(VirtualSetup{24, 255, 2, "BuildWaveTarn4Kaf"},
-                    VirtualSetup{30, 255, 2, "BuildWaveLarchKaf", 100, 0, 0, Position},
-                    VirtualSetup{42, 255, 2, "BuildWaveBriar", 100, 0, 0, Position},
-                    VirtualSetup{44, 255, 2, "BuildWaveR3"},
-                    VirtualSetup{47, 255, 2, "BuildWaveR3Plus"}),
-    BusName);
+INSTANTIATE_TEST_SUITE_P(Cards, OlderCard, testing::ValuesIn(OnTheirLinks({24, 30, 42, 44, 47})),
+                         BusName);
 
 // --- cameras that have none ---
 
@@ -367,18 +349,10 @@ TEST_P(NotArmed, NothingHappens)
     ExpectNothingHappens();
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Cards, NotArmed,
-    testing::Values(VirtualSetup{22, 255, 2, "BuildWaveTarn3Kaf", 100, 0, 0, Position},
-                    VirtualSetup{23, 255, 2, "BuildWaveTarn3Kaf", 100, 0, 0, Position},
-                    VirtualSetup{25, 255, 2, "BuildWaveTarn4pKaf", 200},
-                    VirtualSetup{28, 255, 2, "BuildWaveTarn5", 200},
-                    VirtualSetup{40, 255, 0, "BuildWaveBriar", 100, 0, 0, Position},
-                    VirtualSetup{41, 255, 1, "BuildWaveBriar", 100, 0, 0, Position},
-                    VirtualSetup{60, 255, 2, "BuildWaveHeron"}, VirtualSetup{70, 255, 70, nullptr},
-                    VirtualSetup{71, 255, 70, nullptr, 200},
-                    VirtualSetup{80, 2000, 2, "BuildWaveSepCcd442", 100, 0, 0, Position}),
-    BusName);
+INSTANTIATE_TEST_SUITE_P(Cards, NotArmed,
+                         testing::ValuesIn(OnTheirLinks({22, 23, 25, 28, 40, 41, 60, 70, 71, 80},
+                                                        200)),
+                         BusName);
 
 TEST_P(NotArmedOnUsb, NothingHappens)
 {
@@ -387,14 +361,8 @@ TEST_P(NotArmedOnUsb, NothingHappens)
     ExpectNothingHappens();
 }
 
-INSTANTIATE_TEST_SUITE_P(Families, NotArmedOnUsb,
-                         testing::Values(UsbSetup{28, 255, "BuildWaveTarn5"}, UsbSetup{29, 260},
-                                         UsbSetup{48, 255}, UsbSetup{61, 255, "BuildWaveHeronPlus"},
-                                         UsbSetup{200, 255, "BuildWaveOspreyKaf"},
-                                         UsbSetup{205, 255, "BuildWaveOspreyPlusKaf"},
-                                         UsbSetup{300, 255}, UsbSetup{400, 3945},
-                                         UsbSetup{450, 3945}),
-                         UsbName);
+INSTANTIATE_TEST_SUITE_P(Families, NotArmedOnUsb, testing::ValuesIn(UsbFamilies),
+                         FamilyName<UsbSetup>);
 
 // --- arming, timers and the service ---
 
@@ -403,9 +371,7 @@ class ArmedCamera : public VirtualCameraTest {};
 // Only 47 is told anything ahead of the start.
 TEST_F(ArmedCamera, ArmingKeepsTheExposureAndTellsTheCameraNothing)
 {
-    const VirtualSetup setups[] = {{24, 255, 2, "BuildWaveTarn4Kaf", 200},
-                                   {30, 255, 2, "BuildWaveLarchKaf", 200, 0, 0, Position},
-                                   {42, 255, 2, "BuildWaveBriar", 200, 0, 0, Position},
+    const VirtualSetup setups[] = {OnBus({24, 2, 200}), OnBus({30, 2, 200}), OnBus({42, 2, 200}),
                                    R3};
     for (const VirtualSetup& setup : setups) {
         Plug(setup);
@@ -421,7 +387,7 @@ TEST_F(ArmedCamera, ArmingKeepsTheExposureAndTellsTheCameraNothing)
 // 0.5 s of exposure and 10 ms for the shutter are timed by the camera, not the host.
 TEST_F(ArmedCamera, TimesItsExposureByItself)
 {
-    const VirtualSetup plus = {47, 255, 2, "BuildWaveR3Plus", 200};
+    const VirtualSetup plus = OnBus({47, 2, 200});
     Plug(plus);
     Open(plus);
     GuardedPixels image(size_t{W} * H);

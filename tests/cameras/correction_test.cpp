@@ -2,6 +2,7 @@
 #include "emulator/bus_camera.h"
 #include "emulator/emulator.h"
 #include "emulator/usb_camera.h"
+#include "tests/support/families.h"
 #include "tests/support/traffic_of.h"
 #include "tests/support/virtual_camera.h"
 #include "tests/support/virtual_usb.h"
@@ -43,16 +44,6 @@ protected:
 
 class CorrectionOnUsb : public VirtualUsbTest, public testing::WithParamInterface<UsbSetup> {};
 class NoCorrection : public VirtualCameraTest, public testing::WithParamInterface<VirtualSetup> {};
-
-std::string BusName(const testing::TestParamInfo<VirtualSetup>& info)
-{
-    return std::to_string(info.param.platform);
-}
-
-std::string UsbName(const testing::TestParamInfo<UsbSetup>& info)
-{
-    return std::to_string(info.param.platform);
-}
 
 } // namespace
 
@@ -222,21 +213,10 @@ TEST_P(NoCorrection, KeepsTheModeAndTellsTheCameraNothing)
     EXPECT_EQ(QV_GetDNR(0), 2);
 }
 
-constexpr Strobe Position = Strobe::Position;
-INSTANTIATE_TEST_SUITE_P(
-    Cameras, NoCorrection,
-    testing::Values(VirtualSetup{22, 255, 2, "BuildWaveTarn3Kaf", 100, 0, 0, Position},
-                    VirtualSetup{23, 255, 2, "BuildWaveTarn3Kaf", 100, 0, 0, Position},
-                    VirtualSetup{24, 255, 2, "BuildWaveTarn4Kaf"},
-                    VirtualSetup{30, 255, 2, "BuildWaveLarchKaf", 100, 0, 0, Position},
-                    VirtualSetup{40, 255, 0, "BuildWaveBriar", 100, 0, 0, Position},
-                    VirtualSetup{41, 255, 1, "BuildWaveBriar", 100, 0, 0, Position},
-                    VirtualSetup{42, 255, 2, "BuildWaveBriar", 100, 0, 0, Position},
-                    VirtualSetup{44, 255, 2, "BuildWaveR3"},
-                    VirtualSetup{60, 255, 2, "BuildWaveHeron"}, VirtualSetup{70, 255, 70, nullptr},
-                    VirtualSetup{71, 255, 70, nullptr},
-                    VirtualSetup{80, 2000, 2, "BuildWaveSepCcd442", 100, 0, 0, Position}),
-    BusName);
+INSTANTIATE_TEST_SUITE_P(Cameras, NoCorrection,
+                         testing::ValuesIn(OnTheirLinks({22, 23, 24, 30, 40, 41, 42, 44, 60, 70, 71,
+                                                         80})),
+                         FamilyName<VirtualSetup>);
 
 // A command with the mode and a byte of answer; none is error 25. The mode of noise reduction
 // is none of theirs.
@@ -265,11 +245,5 @@ TEST_P(CorrectionOnUsb, IsWhatThePlatformHas)
     EXPECT_EQ(QV_Status(0), 25);
 }
 
-INSTANTIATE_TEST_SUITE_P(Cameras, CorrectionOnUsb,
-                         testing::Values(UsbSetup{28, 255, "BuildWaveTarn5"}, UsbSetup{29, 260},
-                                         UsbSetup{48, 255}, UsbSetup{61, 255, "BuildWaveHeronPlus"},
-                                         UsbSetup{200, 255, "BuildWaveOspreyKaf"},
-                                         UsbSetup{205, 255, "BuildWaveOspreyPlusKaf"},
-                                         UsbSetup{300, 255}, UsbSetup{400, 3945},
-                                         UsbSetup{450, 3945}),
-                         UsbName);
+INSTANTIATE_TEST_SUITE_P(Cameras, CorrectionOnUsb, testing::ValuesIn(UsbFamilies),
+                         FamilyName<UsbSetup>);

@@ -1,6 +1,7 @@
 // One scene by each of the three forms of readout, with the cameras that have all
 // three: whole frames by DMA over a newer card, lines by DMA over an older one, pixels
 // one by one with QV_TGetCCD over either.
+#include "tests/support/families.h"
 #include "tests/support/virtual_camera.h"
 
 namespace {
@@ -116,13 +117,7 @@ TEST_P(ReadoutForms, WindowsByDmaAreTheSameRows)
 }
 
 INSTANTIATE_TEST_SUITE_P(Platforms, ReadoutForms,
-                         testing::Values(VirtualSetup{24, 255, 2, "BuildWaveTarn4Kaf"},
-                                         VirtualSetup{25, 255, 2, "BuildWaveTarn4pKaf"},
-                                         VirtualSetup{42, 255, 2, "BuildWaveBriar", 100, 0, 0,
-                                                      Strobe::Position},
-                                         VirtualSetup{44, 255, 2, "BuildWaveR3"},
-                                         VirtualSetup{47, 255, 2, "BuildWaveR3Plus"}),
-                         CaseName);
+                         testing::ValuesIn(OnTheirLinks({24, 25, 42, 44, 47})), CaseName);
 
 TEST_F(VirtualCameraTest, AWindowByPixelsSkipsAllDummyLines)
 {

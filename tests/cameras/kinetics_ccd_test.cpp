@@ -1,6 +1,7 @@
 // Series that are shifted in the sensor while its shutter is open, and read as one frame.
 #include "emulator/bus_camera.h"
 #include "emulator/emulator.h"
+#include "tests/support/families.h"
 #include "tests/support/guarded_pixels.h"
 #include "tests/support/virtual_camera.h"
 #include "tests/support/virtual_usb.h"
@@ -185,15 +186,17 @@ TEST_P(SlitSeries, ShiftsRowsOfTheSensorWhateverTheBinning)
     }
 }
 
+// clang-format off
 INSTANTIATE_TEST_SUITE_P(
     Forms, SlitSeries,
     testing::Values(
-        FormCase{"R3AsAWhole", {44, 255, 2, "BuildWaveR3", 200}, ReadRule::WholeFrame},
-        FormCase{"R3ByLines", {44, 255, 2, "BuildWaveR3"}, ReadRule::Lines},
-        FormCase{"R3Serial", {44, 255, 2, "BuildWaveR3", 200, 0xAAAA2}, ReadRule::WholeFrame},
-        FormCase{"R3PlusAsAWhole", {47, 255, 2, "BuildWaveR3Plus", 200}, ReadRule::WholeFrame},
-        FormCase{"R3PlusByLines", {47, 255, 2, "BuildWaveR3Plus"}, ReadRule::Lines}),
+        FormCase{"R3AsAWhole",     OnBus({44, 2, 200}),          ReadRule::WholeFrame},
+        FormCase{"R3ByLines",      OnBus({44}),                  ReadRule::Lines},
+        FormCase{"R3Serial",       OnBus({44, 2, 200, 0xAAAA2}), ReadRule::WholeFrame},
+        FormCase{"R3PlusAsAWhole", OnBus({47, 2, 200}),          ReadRule::WholeFrame},
+        FormCase{"R3PlusByLines",  OnBus({47}),                  ReadRule::Lines}),
     FormName);
+// clang-format on
 
 // These have no shutter that can be held. A counter has filled the rows; twice three of them
 // leave, and a dark frame shows the rest.
@@ -223,18 +226,13 @@ TEST_P(MovedRows, LeaveByTheRegister)
     EXPECT_EQ(frame, Delivered(rows, GetParam().rule));
 }
 
+// clang-format off
 INSTANTIATE_TEST_SUITE_P(
     Forms, MovedRows,
-    testing::Values(FormCase{"PrinterPort",
-                             {40, 255, 0, "BuildWaveBriar", 100, 0, 0, Strobe::Position},
-                             ReadRule::Pixels},
-                    FormCase{"PortCard",
-                             {41, 255, 1, "BuildWaveBriar", 100, 0, 0, Strobe::Position},
-                             ReadRule::Pixels},
-                    FormCase{"CardByLines",
-                             {42, 255, 2, "BuildWaveBriar", 100, 0, 0, Strobe::Position},
-                             ReadRule::Lines},
-                    FormCase{"CardAsAWhole",
-                             {42, 255, 2, "BuildWaveBriar", 200, 0, 0, Strobe::Position},
-                             ReadRule::WholeFrame}),
+    testing::Values(
+        FormCase{"PrinterPort",  OnBus({40, 0}),      ReadRule::Pixels},
+        FormCase{"PortCard",     OnBus({41, 1}),      ReadRule::Pixels},
+        FormCase{"CardByLines",  OnBus({42}),         ReadRule::Lines},
+        FormCase{"CardAsAWhole", OnBus({42, 2, 200}), ReadRule::WholeFrame}),
     FormName);
+// clang-format on

@@ -5,6 +5,7 @@
 #include "emulator/emulator.h"
 #include "emulator/usb_camera.h"
 #include "tests/cameras/read_rule.h"
+#include "tests/support/families.h"
 #include "tests/support/guarded_pixels.h"
 #include "tests/support/pattern_file.h"
 #include "tests/support/traffic_of.h"
@@ -72,11 +73,6 @@ void StallThirdOnUsb(const char* text, int32_t, int32_t)
     if (IsAnnouncement(text) && ++Announced == 3) EmuUsbStall(0, 5);
 }
 
-template <typename Setup> std::string PlatformName(const testing::TestParamInfo<Setup>& info)
-{
-    return std::to_string(info.param.platform) + "_" + std::to_string(info.index);
-}
-
 // Of five frames: two are whole, the fourth and fifth are as they were, all is put back.
 void ExpectFailureOfTheThird(const Buffers& buffers, const std::vector<uint16_t>& whole)
 {
@@ -88,8 +84,6 @@ void ExpectFailureOfTheThird(const Buffers& buffers, const std::vector<uint16_t>
     ExpectDummiesBack();
     EXPECT_EQ(QV_GetMode(0) & KeepClean, KeepClean);
 }
-
-constexpr Strobe Position = Strobe::Position;
 
 class BusSeries : public VirtualCameraTest, public testing::WithParamInterface<VirtualSetup> {
 protected:
@@ -199,27 +193,15 @@ TEST_P(BusSeries, InTheSensorIsAFrameBehindItsIntervals)
     EXPECT_EQ(QV_GetMode(0) & KeepClean, KeepClean);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Families, BusSeries,
-    testing::Values(VirtualSetup{22, 255, 2, "BuildWaveTarn3Kaf", 100, 0, 0, Position},
-                    VirtualSetup{22, 255, 1, "BuildWaveTarn3Kaf", 100, 0, 1, Position},
-                    VirtualSetup{23, 255, 2, "BuildWaveTarn3Kaf", 100, 0, 0, Position},
-                    VirtualSetup{24, 255, 2, "BuildWaveTarn4Kaf", 200, 0xAAAA1},
-                    VirtualSetup{25, 255, 2, "BuildWaveTarn4pKaf", 100, 3, 3},
-                    VirtualSetup{28, 255, 2, "BuildWaveTarn5"},
-                    VirtualSetup{30, 255, 2, "BuildWaveLarchKaf", 100, 0, 0, Position},
-                    VirtualSetup{30, 500, 2, nullptr},
-                    VirtualSetup{40, 255, 0, "BuildWaveBriar", 100, 0, 0, Position},
-                    VirtualSetup{41, 255, 1, "BuildWaveBriar", 100, 0, 0, Position},
-                    VirtualSetup{42, 255, 2, "BuildWaveBriar", 100, 0, 0, Position},
-                    VirtualSetup{42, 255, 2, "BuildWaveBriar", 200, 0, 0, Position},
-                    VirtualSetup{44, 255, 2, "BuildWaveR3", 100, 0xAAAA2},
-                    VirtualSetup{47, 255, 2, "BuildWaveR3Plus", 200},
-                    VirtualSetup{60, 255, 0, "BuildWaveHeron"},
-                    VirtualSetup{60, 255, 2, "BuildWaveHeron"}, VirtualSetup{70, 255, 70, nullptr},
-                    VirtualSetup{71, 255, 70, nullptr, 200},
-                    VirtualSetup{80, 2000, 2, "BuildWaveSepCcd442", 100, 0, 0, Position}),
-    PlatformName<VirtualSetup>);
+INSTANTIATE_TEST_SUITE_P(Families, BusSeries,
+                         testing::Values(OnBus({22}), OnBus({22, 1, 100, 0, 1}), OnBus({23}),
+                                         OnBus({24, 2, 200, 0xAAAA1}), OnBus({25, 2, 100, 3, 3}),
+                                         OnBus({28}), OnBus({30}), OnBus({30, 2, 100, 0, 0, 500}),
+                                         OnBus({40, 0}), OnBus({41, 1}), OnBus({42}),
+                                         OnBus({42, 2, 200}), OnBus({44, 2, 100, 0xAAAA2}),
+                                         OnBus({47, 2, 200}), OnBus({60, 0}), OnBus({60}),
+                                         OnBus({70, 70}), OnBus({71, 70, 200}), OnBus({80})),
+                         FamilyName<VirtualSetup>);
 
 TEST_P(UsbSeries, FillsItsBuffersAndPutsTheDummyLinesBack)
 {
@@ -282,14 +264,7 @@ TEST_P(UsbSeries, InTheSensorIsAFrameBehindItsIntervals)
     EXPECT_EQ(QV_GetMode(0) & KeepClean, KeepClean);
 }
 
-INSTANTIATE_TEST_SUITE_P(Families, UsbSeries,
-                         testing::Values(UsbSetup{28, 255, "BuildWaveTarn5"}, UsbSetup{29, 260},
-                                         UsbSetup{48, 255}, UsbSetup{61, 255, "BuildWaveHeronPlus"},
-                                         UsbSetup{200, 255, "BuildWaveOspreyKaf"},
-                                         UsbSetup{205, 255, "BuildWaveOspreyPlusKaf"},
-                                         UsbSetup{300, 255}, UsbSetup{400, 3945},
-                                         UsbSetup{450, 3945}),
-                         PlatformName<UsbSetup>);
+INSTANTIATE_TEST_SUITE_P(Families, UsbSeries, testing::ValuesIn(UsbFamilies), FamilyName<UsbSetup>);
 
 // --- series on one camera ---
 

@@ -8,53 +8,11 @@
 #include "emulator/bus_camera.h"
 #include "emulator/bus_links.h"
 #include "emulator/emulator.h"
-#include "sequencer/builders/builders.h"
 #include "tests/cameras/read_rule.h"
+#include "tests/support/named_builders.h"
 #include "tests/support/virtual_camera.h"
 
 namespace {
-
-struct Builder {
-    decltype(CameraOps::BuildWave) build;
-    const char* name; // null: no pattern
-    Strobe strobe;
-};
-
-const Builder Builders[] = {
-    {BuildWaveNone, nullptr, Strobe::Bin},
-    {BuildWaveUnod, nullptr, Strobe::Bin},
-    {BuildWaveBriar, "BuildWaveBriar", Strobe::Position},
-    {BuildWaveHeron, "BuildWaveHeron", Strobe::Bin},
-    {BuildWaveR3, "BuildWaveR3", Strobe::Bin},
-    {BuildWaveR3Plus, "BuildWaveR3Plus", Strobe::Bin},
-    {BuildWaveLarchCcd4240, "BuildWaveLarchCcd4240", Strobe::Bin},
-    {BuildWaveLarchKaf, "BuildWaveLarchKaf", Strobe::Position},
-    {BuildWaveLarchKaf4300, "BuildWaveLarchKaf4300", Strobe::Position},
-    {BuildWaveSepCcd442, "BuildWaveSepCcd442", Strobe::Position},
-    {BuildWaveSepCcd485, "BuildWaveSepCcd485", Strobe::Position},
-    {BuildWaveSite, "BuildWaveSite", Strobe::Bin},
-    {BuildWaveTarn3Kaf, "BuildWaveTarn3Kaf", Strobe::Position},
-    {BuildWaveTarn4Ccd, "BuildWaveTarn4Ccd", Strobe::Bin},
-    {BuildWaveTarn4Ccd3011b, "BuildWaveTarn4Ccd3011b", Strobe::Bin},
-    {BuildWaveTarn4Ccd4210, "BuildWaveTarn4Ccd4210", Strobe::Bin},
-    {BuildWaveTarn4Ccd442, "BuildWaveTarn4Ccd442", Strobe::Position},
-    {BuildWaveTarn4Kaf, "BuildWaveTarn4Kaf", Strobe::Bin},
-    {BuildWaveTarn4pCcd4240, "BuildWaveTarn4pCcd4240", Strobe::Bin},
-    {BuildWaveTarn4pCcd4710, "BuildWaveTarn4pCcd4710", Strobe::Bin},
-    {BuildWaveTarn4pCcd4720, "BuildWaveTarn4pCcd4720", Strobe::Bin},
-    {BuildWaveTarn4pKaf, "BuildWaveTarn4pKaf", Strobe::Bin},
-    {BuildWaveTarn4pKaf16800, "BuildWaveTarn4pKaf16800", Strobe::Bin},
-    {BuildWaveTarn5, "BuildWaveTarn5", Strobe::Bin},
-    {BuildWaveTarn5Ccd, "BuildWaveTarn5Ccd", Strobe::FirstColumn},
-};
-
-const Builder* FindNamed(decltype(CameraOps::BuildWave) build)
-{
-    for (const Builder& builder : Builders) {
-        if (builder.build == build) return &builder;
-    }
-    return nullptr;
-}
 
 struct Link {
     const char* name;
@@ -129,15 +87,16 @@ std::vector<SelectionCase> BusCases()
     for (const BuilderRow* row = BuilderRows; row->platform != 0; ++row) {
         const auto links = LinksOf.find(row->platform);
         if (links == LinksOf.end() || FindPlatformBinding(row->platform) == nullptr) continue;
-        const Builder* builder = FindNamed(row->build);
+        const NamedBuilder* builder = FindNamedBuilder(row->build);
+        const char* name = builder != nullptr ? builder->name : nullptr;
+        const Strobe strobe = builder != nullptr ? builder->strobe : Strobe::Bin;
         for (const int32_t sensor : SensorsOf(*row)) {
             for (const Link& link : links->second) {
                 if (FindBuilder(row->platform, sensor, link.interfaceType) != row) continue;
-                cases.push_back(
-                    {{row->platform, sensor, link.interfaceType, builder->name, link.revision,
-                      link.decoder, link.interfaceLink, builder->strobe, ShortPhase},
-                     link.name,
-                     link.name == links->second.front().name});
+                cases.push_back({{row->platform, sensor, link.interfaceType, name, link.revision,
+                                  link.decoder, link.interfaceLink, strobe, ShortPhase},
+                                 link.name,
+                                 link.name == links->second.front().name});
             }
         }
     }

@@ -3,6 +3,7 @@
 
 #include "emulator/bus_camera.h"
 #include "emulator/emulator.h"
+#include "tests/support/families.h"
 #include "tests/support/virtual_camera.h"
 
 namespace {
@@ -52,27 +53,20 @@ TEST_P(Stall, IsErrorTwoInsideTheBufferAndTheNextFrameIsWhole)
     }
 }
 
+// clang-format off
 INSTANTIATE_TEST_SUITE_P(
     Links, Stall,
     testing::Values(
-        StallCase{"PrinterPort",
-                  {40, 255, 0, "BuildWaveBriar", 100, 0, 0, Strobe::Position},
-                  ReadRule::Pixels},
-        StallCase{"PortCard",
-                  {41, 255, 1, "BuildWaveBriar", 100, 0, 0, Strobe::Position},
-                  ReadRule::Pixels},
-        StallCase{"SerialPortCard",
-                  {22, 255, 1, "BuildWaveTarn3Kaf", 100, 0, 1, Strobe::Position},
-                  ReadRule::Pixels},
-        StallCase{"CardByPixels",
-                  {22, 255, 2, "BuildWaveTarn3Kaf", 100, 0, 0, Strobe::Position},
-                  ReadRule::Pixels},
-        StallCase{"ByteCable", {60, 255, 2, "BuildWaveHeron"}, ReadRule::Pixels},
-        StallCase{"CardByLines", {44, 255, 2, "BuildWaveR3"}, ReadRule::Lines},
-        StallCase{"CardAsAWhole", {44, 255, 2, "BuildWaveR3", 200}, ReadRule::WholeFrame},
-        StallCase{"SerialByLines", {44, 255, 2, "BuildWaveR3", 100, 0xAAAA2}, ReadRule::Lines},
-        StallCase{
-            "SerialAsAWhole", {44, 255, 2, "BuildWaveR3", 200, 0xAAAA2}, ReadRule::WholeFrame},
-        StallCase{"CountedLines", {70, 255, 70, nullptr}, ReadRule::Counted},
-        StallCase{"CountedAsAWhole", {71, 255, 70, nullptr, 200}, ReadRule::Counted}),
+        StallCase{"PrinterPort",     OnBus({40, 0}),               ReadRule::Pixels},
+        StallCase{"PortCard",        OnBus({41, 1}),               ReadRule::Pixels},
+        StallCase{"SerialPortCard",  OnBus({22, 1, 100, 0, 1}),    ReadRule::Pixels},
+        StallCase{"CardByPixels",    OnBus({22}),                  ReadRule::Pixels},
+        StallCase{"ByteCable",       OnBus({60}),                  ReadRule::Pixels},
+        StallCase{"CardByLines",     OnBus({44}),                  ReadRule::Lines},
+        StallCase{"CardAsAWhole",    OnBus({44, 2, 200}),          ReadRule::WholeFrame},
+        StallCase{"SerialByLines",   OnBus({44, 2, 100, 0xAAAA2}), ReadRule::Lines},
+        StallCase{"SerialAsAWhole",  OnBus({44, 2, 200, 0xAAAA2}), ReadRule::WholeFrame},
+        StallCase{"CountedLines",    OnBus({70, 70}),              ReadRule::Counted},
+        StallCase{"CountedAsAWhole", OnBus({71, 70, 200}),         ReadRule::Counted}),
     CaseName);
+// clang-format on

@@ -7,30 +7,10 @@
 #include "emulator/emulator.h"
 #include "emulator/usb.h"
 #include "emulator/usb_camera.h"
-#include "sequencer/builders/builders.h"
+#include "tests/support/named_builders.h"
 #include "tests/support/virtual_usb.h"
 
 namespace {
-
-struct Builder {
-    decltype(CameraOps::BuildWave) build;
-    const char* name;
-    Strobe strobe;
-};
-
-const Builder Builders[] = {
-    {BuildWaveHeronPlus, "BuildWaveHeronPlus", Strobe::Bin},
-    {BuildWaveOspreyCcd3011, "BuildWaveOspreyCcd3011", Strobe::LastColumn},
-    {BuildWaveOspreyCcd4710, "BuildWaveOspreyCcd4710", Strobe::Bin},
-    {BuildWaveOspreyKaf, "BuildWaveOspreyKaf", Strobe::Bin},
-    {BuildWaveOspreyPlusCcd4710, "BuildWaveOspreyPlusCcd4710", Strobe::Bin},
-    {BuildWaveOspreyPlusCcd3011b, "BuildWaveOspreyPlusCcd3011b", Strobe::Bin},
-    {BuildWaveOspreyPlusCcd55, "BuildWaveOspreyPlusCcd55", Strobe::FirstColumn},
-    {BuildWaveOspreyPlusKaf, "BuildWaveOspreyPlusKaf", Strobe::Bin},
-    {BuildWaveTarn5, "BuildWaveTarn5", Strobe::Bin},
-    {BuildWaveTarn5Ccd, "BuildWaveTarn5Ccd", Strobe::FirstColumn},
-    {BuildWaveTarn5Ccd442, "BuildWaveTarn5Ccd442", Strobe::FirstColumn},
-};
 
 // How a platform takes its settings.
 struct Kind {
@@ -71,10 +51,10 @@ UsbSetup SetupOf(int32_t platform, int32_t sensor)
 {
     UsbSetup setup = {platform, sensor};
     const BuilderRow* row = FindBuilder(platform, sensor, UsbInterface);
-    for (const Builder& builder : Builders) {
-        if (row == nullptr || builder.build != row->build) continue;
-        setup.builder = builder.name;
-        setup.strobe = builder.strobe;
+    const NamedBuilder* builder = row != nullptr ? FindNamedBuilder(row->build) : nullptr;
+    if (builder != nullptr) {
+        setup.builder = builder->name;
+        setup.strobe = builder->strobe;
     }
     return setup;
 }

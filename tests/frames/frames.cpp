@@ -1,5 +1,6 @@
 #include "tests/frames/frames.h"
 
+#include <cstring>
 #include <ostream>
 
 namespace {
@@ -20,7 +21,7 @@ uint32_t ExtraCount(int32_t platform)
 
 std::string BuilderName(const FrameCase& c)
 {
-    return std::string("BuildWave") + c.name;
+    return FindNamedBuilder(c.build)->name;
 }
 
 } // namespace
@@ -29,7 +30,7 @@ std::vector<FrameCase> CasesWith(Strobe strobe)
 {
     std::vector<FrameCase> cases;
     for (const FrameCase& c : FrameCases) {
-        if (c.strobe == strobe) cases.push_back(c);
+        if (FindNamedBuilder(c.build)->strobe == strobe) cases.push_back(c);
     }
     return cases;
 }
@@ -37,13 +38,13 @@ std::vector<FrameCase> CasesWith(Strobe strobe)
 std::string CaseName(const testing::TestParamInfo<FrameCase>& info)
 {
     const FrameCase& c = info.param;
-    return std::string(c.name) + "_" + std::to_string(c.platform) + "_" + std::to_string(c.sensor) +
-           (*c.variant ? "_" : "") + c.variant;
+    return BuilderName(c).substr(strlen("BuildWave")) + "_" + std::to_string(c.platform) + "_" +
+           std::to_string(c.sensor) + (*c.variant ? "_" : "") + c.variant;
 }
 
 void PrintTo(const FrameCase& c, std::ostream* out)
 {
-    *out << c.name << " on " << c.platform << " with " << c.sensor << " " << c.variant;
+    *out << BuilderName(c) << " on " << c.platform << " with " << c.sensor << " " << c.variant;
 }
 
 std::string Text(const FrameWindow& window)

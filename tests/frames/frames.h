@@ -12,6 +12,7 @@
 
 #include "emulator/line_maps.h"
 #include "emulator/sequencer.h"
+#include "tests/support/named_builders.h"
 #include "tests/support/wave_text.h"
 
 inline constexpr uint32_t FrameColumns = 12;
@@ -19,19 +20,9 @@ inline constexpr uint32_t FrameRows = 8;
 inline constexpr uint32_t FrameLeading = 4;
 inline constexpr uint32_t FrameRegister = 24;
 
-// What a strobe of a line converts.
-enum class Strobe {
-    Bin,         // the sum of its bin
-    FirstColumn, // the first column of its bin alone
-    LastColumn,  // the last column of its bin alone
-    Position,    // bins that begin where the register position is a multiple of hbin
-};
-
 struct FrameCase {
-    const char* name; // builder, without BuildWave
     WaveBuilder* build;
     int32_t platform, sensor;
-    Strobe strobe;
     const char* variant = "";
     void (*set)(CameraRecord* record) = nullptr;
 };

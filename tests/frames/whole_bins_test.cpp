@@ -120,5 +120,4 @@ TEST_P(FrameOfTarn5Sensor290, StaysDarkAtPhasesBelowThreeTicks)
 }
 
 INSTANTIATE_TEST_SUITE_P(All, FrameOfTarn5Sensor290,
-                         testing::Values(FrameCase{"Tarn5", BuildWaveTarn5, 28, 290, Strobe::Bin}),
-                         CaseName);
+                         testing::Values(FrameCase{BuildWaveTarn5, 28, 290}), CaseName);

@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <string>
 
+#include "tests/support/strobe.h"
+
 inline constexpr int32_t ImageColumns = 24, ImageRows = 16;
 // Patterns that bin by position have their bins at whole multiples: so has the image.
 inline constexpr int32_t LeadingCells = 12;
@@ -12,14 +14,6 @@ inline constexpr int32_t RegisterCells = 38;
 inline constexpr int32_t SensorRows = ImageRows + 4; // the image and what its dummy lines clock
 inline constexpr uint16_t SmallVersion = 0x2A;
 inline constexpr int32_t Dummies[] = {3, 2, 1, 4}; // above a binning of 4 there is one line
-
-// What a strobe of the pattern's line converts.
-enum class Strobe {
-    Bin,         // the sum of its bin
-    FirstColumn, // the first column of its bin alone
-    LastColumn,  // the last
-    Position,    // bins at register positions that are multiples; x counts unbinned columns
-};
 
 uint32_t SmallScene(uint32_t column, uint32_t row);
 // Of columns and rows, the last ones excluded; nothing behind the edges of `rows` rows.

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstring>
 #include <map>
 #include <set>
 #include <sstream>
@@ -12,62 +13,36 @@
 #include "catalogue/catalogue.h"
 #include "core/binding.h"
 #include "core/record.h"
-#include "sequencer/builders/builders.h"
 #include "sequencer/firmware_geometry.h"
+#include "tests/support/named_builders.h"
 
 namespace {
 
-using Build = decltype(CameraOps::BuildWave);
-
-struct Named {
-    Build build;
+struct Patternless {
+    WaveBuilder* build;
     const char* name;
 };
 
-const Named Names[] = {
+const Patternless PatternlessBuilders[] = {
     {BuildWaveNone, "None"},
-    {BuildWaveBriar, "Briar"},
-    {BuildWaveHeron, "Heron"},
-    {BuildWaveHeronPlus, "HeronPlus"},
-    {BuildWaveLarchCcd4240, "LarchCcd4240"},
-    {BuildWaveLarchKaf, "LarchKaf"},
-    {BuildWaveLarchKaf4300, "LarchKaf4300"},
-    {BuildWaveOspreyCcd3011, "OspreyCcd3011"},
-    {BuildWaveOspreyCcd4710, "OspreyCcd4710"},
-    {BuildWaveOspreyKaf, "OspreyKaf"},
-    {BuildWaveOspreyPlusCcd3011b, "OspreyPlusCcd3011b"},
-    {BuildWaveOspreyPlusCcd4710, "OspreyPlusCcd4710"},
-    {BuildWaveOspreyPlusCcd55, "OspreyPlusCcd55"},
-    {BuildWaveOspreyPlusKaf, "OspreyPlusKaf"},
-    {BuildWaveR3, "R3"},
-    {BuildWaveR3Plus, "R3Plus"},
-    {BuildWaveSepCcd442, "SepCcd442"},
-    {BuildWaveSepCcd485, "SepCcd485"},
-    {BuildWaveSite, "Site"},
-    {BuildWaveTarn3Kaf, "Tarn3Kaf"},
-    {BuildWaveTarn4Ccd, "Tarn4Ccd"},
-    {BuildWaveTarn4Ccd3011b, "Tarn4Ccd3011b"},
-    {BuildWaveTarn4Ccd4210, "Tarn4Ccd4210"},
-    {BuildWaveTarn4Ccd442, "Tarn4Ccd442"},
-    {BuildWaveTarn4Kaf, "Tarn4Kaf"},
-    {BuildWaveTarn4pCcd4240, "Tarn4pCcd4240"},
-    {BuildWaveTarn4pCcd4710, "Tarn4pCcd4710"},
-    {BuildWaveTarn4pCcd4720, "Tarn4pCcd4720"},
-    {BuildWaveTarn4pKaf, "Tarn4pKaf"},
-    {BuildWaveTarn4pKaf16800, "Tarn4pKaf16800"},
-    {BuildWaveTarn5, "Tarn5"},
-    {BuildWaveTarn5Ccd, "Tarn5Ccd"},
-    {BuildWaveTarn5Ccd442, "Tarn5Ccd442"},
     {BuildWaveUnod, "Unod"},
     {StoreBinning, "StoreBinning"},
 };
+
+// Without what all names begin with.
+std::string ShortName(const NamedBuilder& builder)
+{
+    return builder.name + strlen("BuildWave");
+}
 
 std::string Chosen(int32_t platform, int32_t sensor, int32_t link)
 {
     const BuilderRow* row = FindBuilder(platform, sensor, link);
     if (row == nullptr) return "no row";
-    for (const Named& named : Names) {
-        if (named.build == row->build) return named.name;
+    const NamedBuilder* builder = FindNamedBuilder(row->build);
+    if (builder != nullptr) return ShortName(*builder);
+    for (const Patternless& other : PatternlessBuilders) {
+        if (other.build == row->build) return other.name;
     }
     return "a builder without a name";
 }
@@ -215,7 +190,12 @@ TEST(BuilderTable, EveryBuilderIsChosenSomewhere)
 {
     std::set<std::string> chosen;
     for (const Wanted& wanted : Table) chosen.insert(wanted.builder);
-    for (const Named& named : Names) EXPECT_EQ(chosen.count(named.name), 1u) << named.name;
+    for (const NamedBuilder& builder : NamedBuilders) {
+        EXPECT_EQ(chosen.count(ShortName(builder)), 1u) << builder.name;
+    }
+    for (const Patternless& other : PatternlessBuilders) {
+        EXPECT_EQ(chosen.count(other.name), 1u) << other.name;
+    }
 }
 
 TEST(BuilderTable, NoRowStandsBehindOneThatHidesIt)

@@ -11,54 +11,10 @@
 #include "core/flags.h"
 #include "emulator/emulator.h"
 #include "sequencer/wave_load.h"
+#include "tests/support/named_builders.h"
 #include "tests/support/wave_text.h"
 
 namespace {
-
-struct NamedBuilder {
-    const char* name;
-    WaveBuilder* build;
-};
-
-#define NAMED(builder)                                                                             \
-    {                                                                                              \
-#builder, builder                                                                          \
-    }
-constexpr NamedBuilder Builders[] = {
-    NAMED(BuildWaveBriar),
-    NAMED(BuildWaveHeron),
-    NAMED(BuildWaveHeronPlus),
-    NAMED(BuildWaveLarchCcd4240),
-    NAMED(BuildWaveLarchKaf),
-    NAMED(BuildWaveLarchKaf4300),
-    NAMED(BuildWaveOspreyCcd3011),
-    NAMED(BuildWaveOspreyCcd4710),
-    NAMED(BuildWaveOspreyKaf),
-    NAMED(BuildWaveOspreyPlusCcd3011b),
-    NAMED(BuildWaveOspreyPlusCcd4710),
-    NAMED(BuildWaveOspreyPlusCcd55),
-    NAMED(BuildWaveOspreyPlusKaf),
-    NAMED(BuildWaveR3),
-    NAMED(BuildWaveR3Plus),
-    NAMED(BuildWaveSepCcd442),
-    NAMED(BuildWaveSepCcd485),
-    NAMED(BuildWaveSite),
-    NAMED(BuildWaveTarn3Kaf),
-    NAMED(BuildWaveTarn4Ccd),
-    NAMED(BuildWaveTarn4Ccd3011b),
-    NAMED(BuildWaveTarn4Ccd4210),
-    NAMED(BuildWaveTarn4Ccd442),
-    NAMED(BuildWaveTarn4Kaf),
-    NAMED(BuildWaveTarn4pCcd4240),
-    NAMED(BuildWaveTarn4pCcd4710),
-    NAMED(BuildWaveTarn4pCcd4720),
-    NAMED(BuildWaveTarn4pKaf),
-    NAMED(BuildWaveTarn4pKaf16800),
-    NAMED(BuildWaveTarn5),
-    NAMED(BuildWaveTarn5Ccd),
-    NAMED(BuildWaveTarn5Ccd442),
-};
-#undef NAMED
 
 // Writer by width, total limit and first report, told again in the writers' terms.
 struct Writer {
@@ -137,7 +93,7 @@ TEST_F(WaveBuilders, AreAllListedHereAndComparedWithTheirTableInATestOfTheirOwn)
     declared.erase("WaveBuilder");
     declared.erase("BuildWaveUnod"); // writes no file
     std::set<std::string> listed;
-    for (const NamedBuilder& builder : Builders) listed.insert(builder.name);
+    for (const NamedBuilder& builder : NamedBuilders) listed.insert(builder.name);
     EXPECT_EQ(listed, declared);
     EXPECT_EQ(declared.size(), 32u);
 
@@ -152,7 +108,7 @@ TEST_F(WaveBuilders, AreAllListedHereAndComparedWithTheirTableInATestOfTheirOwn)
 
 TEST_F(WaveBuilders, WriteTheirWidthWithTheirCaption)
 {
-    for (const NamedBuilder& builder : Builders) {
+    for (const NamedBuilder& builder : NamedBuilders) {
         SCOPED_TRACE(builder.name);
         const Writer writer = WriterOf(builder.name);
         FitWaveSensor({});
@@ -173,7 +129,7 @@ TEST_F(WaveBuilders, WriteTheirWidthWithTheirCaption)
 // limit, and one more row of binning is refused.
 TEST_F(WaveBuilders, FillTheirPatternUpToTheirLimitAndReportEightBehindIt)
 {
-    for (const NamedBuilder& builder : Builders) {
+    for (const NamedBuilder& builder : NamedBuilders) {
         SCOPED_TRACE(builder.name);
         FitWaveSensor({.registerSize = 0});
         int32_t fits = 1, fails = 65536;
@@ -196,7 +152,7 @@ TEST_F(WaveBuilders, FillTheirPatternUpToTheirLimitAndReportEightBehindIt)
 
 TEST_F(WaveBuilders, LookNeitherAtTheRowNorAtTheOption)
 {
-    for (const NamedBuilder& builder : Builders) {
+    for (const NamedBuilder& builder : NamedBuilders) {
         SCOPED_TRACE(builder.name);
         FitWaveSensor({});
         ASSERT_EQ(Build(builder.build, {.x = 1, .width = 2, .hbin = 2, .vbin = 2}), 0);
@@ -208,7 +164,7 @@ TEST_F(WaveBuilders, LookNeitherAtTheRowNorAtTheOption)
 
 TEST_F(WaveBuilders, ClearTheErrorAndTellMemoryAndFileFailures)
 {
-    for (const NamedBuilder& builder : Builders) {
+    for (const NamedBuilder& builder : NamedBuilders) {
         SCOPED_TRACE(builder.name);
         FitWaveSensor({});
         StoreFlag(&record.LastError, ErrorArm);
@@ -228,7 +184,7 @@ TEST_F(WaveBuilders, HonourExtraShiftsOnSixFamiliesOnly)
     const std::set<std::string> honour = {"BuildWaveR3",       "BuildWaveR3Plus",
                                           "BuildWaveBriar",    "BuildWaveHeron",
                                           "BuildWaveLarchKaf", "BuildWaveLarchKaf4300"};
-    for (const NamedBuilder& builder : Builders) {
+    for (const NamedBuilder& builder : NamedBuilders) {
         FitWaveSensor({});
         ASSERT_EQ(Build(builder.build, {}), 0);
         const uint32_t without = LineLength();
@@ -243,7 +199,7 @@ TEST_F(WaveBuilders, CountTheWindowInBinnedColumnsBarSeven)
     const std::set<std::string> unbinned = {
         "BuildWaveBriar",       "BuildWaveTarn3Kaf",  "BuildWaveLarchKaf", "BuildWaveLarchKaf4300",
         "BuildWaveTarn4Ccd442", "BuildWaveSepCcd442", "BuildWaveSepCcd485"};
-    for (const NamedBuilder& builder : Builders) {
+    for (const NamedBuilder& builder : NamedBuilders) {
         FitWaveSensor({.dummyColumns = 0, .registerSize = 12});
         ASSERT_EQ(Build(builder.build, {.x = 4, .width = 1, .hbin = 3}), 0);
         const std::vector<uint8_t> counted = FileBytes(path);
@@ -261,7 +217,7 @@ TEST_F(WaveBuilders, SurviveSensorsAndGeometriesWithoutSense)
         return choices[random() % sizeof...(values)];
     };
     for (int run = 0; run < 6000; ++run) {
-        const NamedBuilder& builder = Builders[static_cast<size_t>(run) % std::size(Builders)];
+        const NamedBuilder& builder = NamedBuilders[static_cast<size_t>(run) % BuilderCount];
         FitWaveSensor({.sensor = static_cast<int32_t>(pick(250, 260, 120, 133, 290, 2000)),
                        .tick = pick(0.5, 0.5, 0.7, 12.0, 0.0, -1.0, 1e-12, NAN),
                        .period = static_cast<uint16_t>(pick(5, 1, 7, 65535)),
