@@ -303,9 +303,11 @@ typedef struct QvnsExposure {
                               lowest bit is cleared, and the window must lie on the sensor */
     int32_t HorBinning;    /* both 0: as they are; else 1 or more, set ahead of the frame */
     int32_t VerBinning;
-    int32_t Trigger;     /* 1: waits for the external trigger, as with the option. On platforms 48,
-                            300, 400 and 450 the exposure may begin late: when cameras that read
-                            with another binning are done, see QvnsMetadata.StartUnix */
+    int32_t Trigger;     /* 1: waits for the external trigger, as with the option; not on platforms
+                            1, 29, 48, 61, 200, 205, 400 and, on USB, 28: it cannot be polled
+                            there. On platforms 300 and 450 the exposure may begin late: when
+                            cameras that read with another binning are done, see
+                            QvnsMetadata.StartUnix */
     double TriggerLimit; /* seconds that the trigger may take; 0: any time. Then the frame fails
                             with QVNS_ERROR_OVER_TIME */
 } QvnsExposure;
@@ -340,8 +342,8 @@ QVNS_API int32_t qvns_expected(int32_t camera, const QvnsExposure* exposure,
  * dropped, but not with _NO_MEMORY. If a change of binning ahead in the queue moves the window off
  * the sensor, the frame fails with QVNS_ERROR_ARGUMENT. In CAMERA_FAULT the camera is recovered
  * first, if QvnsOpen.AutoRecover is 1. Results: 0; QVNS_ERROR_ARGUMENT, also for a window that does
- * not lie on the sensor; _BUSY: one is under way, or is being broken off; _FAULT: without
- * AutoRecover; _NO_MEMORY.
+ * not lie on the sensor and a trigger that cannot be polled; _BUSY: one is under way, or is being
+ * broken off; _FAULT: without AutoRecover; _NO_MEMORY.
  */
 QVNS_API int32_t qvns_start_exposure(int32_t camera, const QvnsExposure* exposure, uint32_t* frame);
 

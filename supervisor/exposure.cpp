@@ -28,6 +28,7 @@ int32_t QueueFrame(Slot* slot, const QvnsExposure& exposure)
     if (frame.step != FrameIdle || frame.readers != 0) return QVNS_ERROR_BUSY;
     if (slot->state == QVNS_CAMERA_FAULT && slot->open.AutoRecover == 0) return QVNS_ERROR_FAULT;
     if (!LiesOnSensor(*slot, exposure)) return QVNS_ERROR_ARGUMENT;
+    if (WantsTrigger(*slot, exposure) && !HasTriggerInput(*slot)) return QVNS_ERROR_ARGUMENT;
     const Geometry geometry = WantedGeometry(*slot, exposure);
     if (!HasRoom(&frame, BufferPixels(*slot, geometry))) return QVNS_ERROR_NO_MEMORY;
     frame.request = exposure;

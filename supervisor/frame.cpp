@@ -20,6 +20,11 @@ constexpr uint64_t TriggerPollUs = UsPerMs;
 constexpr int32_t TarnU = 29; // announces the download ahead of the exposure
 constexpr double LongestUnbrokenMs = 500.0;
 
+// The trigger's input cannot be read there: these start by themselves when it comes. On 28 it can
+// be read on the bus.
+constexpr int32_t WithoutTrigger[] = {QV_PLATFORM_DEMO, 29, 48, 61, 200, 205, 400};
+constexpr int32_t Tarn5 = 28;
+
 bool IsPatternError(int32_t code)
 {
     return code == QV_ERROR_PATTERN_OVERFLOW || code == QV_ERROR_PATTERN_MEMORY ||
@@ -196,11 +201,6 @@ int32_t BinAhead(Slot* slot)
     return BinCamera(slot, hbin, vbin);
 }
 
-bool WantsTrigger(const Slot& slot)
-{
-    return slot.frame.request.Trigger != 0 || HasOption(slot, QV_OPTION_EXTERNAL_TRIGGER);
-}
-
 void EndTriggerWait(Slot* slot)
 {
     slot->work = {};
@@ -229,6 +229,20 @@ bool AskTrigger(Slot* slot, uint64_t now)
 }
 
 } // namespace
+
+bool WantsTrigger(const Slot& slot, const QvnsExposure& exposure)
+{
+    return exposure.Trigger != 0 || HasOption(slot, QV_OPTION_EXTERNAL_TRIGGER);
+}
+
+bool HasTriggerInput(const Slot& slot)
+{
+    const CameraConfig& config = slot.open.Config;
+    for (const int32_t platform : WithoutTrigger) {
+        if (platform == config.Platform) return false;
+    }
+    return config.Platform != Tarn5 || config.InterfaceType != QV_INTERFACE_USB;
+}
 
 bool IsUnderWay(const Frame& frame)
 {
@@ -273,7 +287,7 @@ void BeginFrame(Slot* slot)
         FinishFrame(slot, QVNS_ERROR_ABORTED);
         return;
     }
-    if (!WantsTrigger(*slot)) {
+    if (!WantsTrigger(*slot, frame.request)) {
         ExposeFrame(slot);
         return;
     }

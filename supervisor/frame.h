@@ -6,6 +6,10 @@
 bool IsFrameDue(const Slot& slot);
 void BeginFrame(Slot* slot);
 
+bool WantsTrigger(const Slot& slot, const QvnsExposure& exposure);
+// Where it cannot be read a frame would wait for good.
+bool HasTriggerInput(const Slot& slot);
+
 // A look at the external trigger. False: not yet due.
 bool TriggerStep(Slot* slot, uint64_t* dueUs);
 

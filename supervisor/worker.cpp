@@ -53,8 +53,10 @@ void RunJob(Slot* slot, Job* job)
     EndJob(job, result);
 }
 
+// A frame that waits for the trigger fails first.
 bool IsRecoveryDue(const Slot& slot)
 {
+    if (slot.frame.step == FrameInTrigger) return false;
     return slot.state == QVNS_CAMERA_FAULT && slot.open.AutoRecover != 0 &&
            MayHoldBinning(slot, 1, 1);
 }
