@@ -3,7 +3,7 @@
 
 #include "emulator/bus_camera.h"
 #include "emulator/emulator.h"
-#include "tests/supervisor/layer.h"
+#include "tests/supervisor/usb_layer.h"
 #include "tests/support/demo_camera.h"
 
 namespace {
@@ -33,6 +33,8 @@ protected:
         ASSERT_EQ(Fetch(), 0);
     }
 };
+
+using UsbExposures = UsbLayerTest;
 
 void PullTheTrigger(int32_t)
 {
@@ -366,6 +368,20 @@ TEST_F(Exposures, TriggerThatDoesNotComeEndsWithItsLimitAndIsNamed)
     EXPECT_EQ(StateOf(0).OverTimes, 1);
     EXPECT_EQ(StateOf(0).Camera, QVNS_CAMERA_OPEN);
     Take(Light(0.1));
+}
+
+// The camera starts by itself when it comes, and says nothing.
+TEST_F(UsbExposures, TriggerThatCannotBePolledIsRefused)
+{
+    OpenCamera(HeronPlusCamera, QV_OPTION_EXTERNAL_TRIGGER);
+    UsbSetup other = TolmECamera;
+    other.camera = 1;
+    OpenCamera(other);
+    QvnsExposure exposure = Light(0.1);
+    EXPECT_EQ(qvns_start_exposure(0, &exposure, nullptr), QVNS_ERROR_ARGUMENT);
+    exposure.Trigger = 1;
+    EXPECT_EQ(qvns_start_exposure(0, &exposure, nullptr), QVNS_ERROR_ARGUMENT);
+    EXPECT_EQ(qvns_start_exposure(1, &exposure, nullptr), 0);
 }
 
 // A break starts the exposure counter anew, and with it the shutter.

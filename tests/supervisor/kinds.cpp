@@ -146,6 +146,13 @@ QvnsOpen RequestOf(const CameraKind& kind, uint32_t options)
     return open;
 }
 
+QvnsState StateAt(int32_t camera)
+{
+    QvnsState state = {};
+    EXPECT_EQ(qvns_state(camera, &state), 0);
+    return state;
+}
+
 void PullPlug(int32_t camera)
 {
     if (IsOnUsb()) {
@@ -207,13 +214,29 @@ double SensorTemperature(int32_t camera)
     return IsOnUsb() ? EmuUsbTemperature(camera) : EmuBusTemperature(BusIndex[camera]);
 }
 
-void SetSensorTemperature(int32_t camera, double celsius)
+void CoolPeace()
 {
     if (IsOnUsb()) {
-        EmuUsbSetTemperature(camera, celsius);
+        EmuUsbSetTemperature(Peace, PeaceTarget);
     } else {
-        EmuBusSetTemperature(BusIndex[camera], celsius);
+        EmuBusSetTemperature(BusIndex[Peace], PeaceTarget);
     }
+    QvnsCooling cooling;
+    qvns_init_cooling(&cooling);
+    cooling.Target = PeaceTarget;
+    cooling.Tolerance = 1.0;
+    cooling.StableSeconds = 2.0;
+    ASSERT_EQ(qvns_cool(Peace, &cooling), 0);
+    ASSERT_EQ(qvns_wait_stable(Peace, 3600.0), 0);
+}
+
+void ExpectPeace()
+{
+    EXPECT_NEAR(SensorTemperature(Peace), PeaceTarget, StillCold);
+    const QvnsState state = StateAt(Peace);
+    EXPECT_EQ(state.Camera, QVNS_CAMERA_OPEN);
+    EXPECT_EQ(state.Failures, 0);
+    EXPECT_EQ(state.Recoveries, 0);
 }
 
 std::vector<uint16_t> TrueFrame(const QvnsMetadata& about, const std::vector<uint16_t>& pixels)

@@ -11,7 +11,8 @@
 #include "tests/support/small_sensor.h"
 
 inline constexpr int32_t Storm = 0, Peace = 1;
-inline constexpr double PeaceTarget = -10.0;
+// Where the drive holds it that a regulator begins with: 30 percent of 60 degrees below 20.
+inline constexpr double PeaceTarget = 2.0;
 inline constexpr double StillCold = 3.0; // degrees from it
 inline constexpr int32_t WindowWidth = 4, WindowHeight = 2;
 
@@ -25,16 +26,18 @@ struct CameraKind {
     int32_t windowOthers; // pixels at a window's end that are those of an earlier frame
     Strobe strobe;        // of its pattern's lines
     bool zeroIsDark;      // an exposure of 0 seconds has no light
+    bool hasTrigger;      // that can be polled
 };
 
 inline constexpr CameraKind TolmEOnUsb = {"Usb450", 450, 3945, 6,           nullptr, EmuOwnWheel,
-                                          1,        0,   0,    Strobe::Bin, false};
+                                          1,        0,   0,    Strobe::Bin, false,   true};
 inline constexpr CameraKind HeronPlusOnUsb = {
-    "Usb61", 61, 255, 6, "BuildWaveHeronPlus", EmuNibbleWheel, 3, 0, 0, Strobe::Bin, false};
-inline constexpr CameraKind BriarOnCard = {
-    "Card42", 42, 255, 2, "BuildWaveBriar", EmuPhaseWheel, 1, 100, 0, Strobe::Position, false};
+    "Usb61", 61, 255, 6, "BuildWaveHeronPlus", EmuNibbleWheel, 3, 0, 0, Strobe::Bin, false, false};
+inline constexpr CameraKind BriarOnCard = {"Card42",      42,  255, 2, "BuildWaveBriar",
+                                           EmuPhaseWheel, 1,   100, 0, Strobe::Position,
+                                           false,         true};
 inline constexpr CameraKind R3OnCard = {
-    "Card44", 44, 255, 2, "BuildWaveR3", EmuStepWheel, 1, 200, 4, Strobe::Bin, true};
+    "Card44", 44, 255, 2, "BuildWaveR3", EmuStepWheel, 1, 200, 4, Strobe::Bin, true, true};
 
 void PrintTo(const CameraKind& kind, std::ostream* out); // for parametrized tests
 
@@ -47,6 +50,7 @@ protected:
 // Plugs both. The functions below are about them.
 void PlugTwo(const CameraKind& kind);
 QvnsOpen RequestOf(const CameraKind& kind, uint32_t options);
+QvnsState StateAt(int32_t camera);
 
 // What happens to a camera.
 void PullPlug(int32_t camera);
@@ -57,7 +61,10 @@ void EndSilence(int32_t camera);
 void RaiseTrigger(int32_t camera);
 void DropTrigger(int32_t camera);
 double SensorTemperature(int32_t camera);
-void SetSensorTemperature(int32_t camera, double celsius); // from here it drifts on
+
+// The camera beside: it has cooled down long ago, and works.
+void CoolPeace();
+void ExpectPeace();
 
 // What a frame with these metadata must be: the full frame, or a window of 4 by 2 pixels at 1, 1.
 // Pixels that are those of an earlier frame are taken over from `pixels`.

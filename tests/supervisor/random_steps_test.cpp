@@ -125,14 +125,7 @@ void RandomSteps::Begin(uint32_t seed)
     ASSERT_EQ(qvns_start(&start), 0);
     ASSERT_EQ(qvns_set_path(DemoFolder().c_str()), 0);
     for (const int32_t camera : {Storm, Peace}) ASSERT_EQ(OpenCamera(camera), 0);
-    SetSensorTemperature(Peace, PeaceTarget); // it has cooled down long ago
-    QvnsCooling cooling;
-    qvns_init_cooling(&cooling);
-    cooling.Target = PeaceTarget;
-    cooling.Tolerance = 1.0;
-    cooling.StableSeconds = 10.0;
-    ASSERT_EQ(qvns_cool(Peace, &cooling), 0);
-    ASSERT_EQ(qvns_wait_stable(Peace, 3600.0), 0);
+    CoolPeace();
 }
 
 int32_t RandomSteps::OpenCamera(int32_t camera)
@@ -161,9 +154,9 @@ QvnsExposure RandomSteps::AnyExposure()
 QvnsExposure RandomSteps::StormExposure()
 {
     QvnsExposure exposure = AnyExposure();
-    if (Below(5) != 0) return exposure;
+    if (Below(4) != 0 || !kind.hasTrigger) return exposure;
     exposure.Trigger = 1;
-    exposure.TriggerLimit = Seconds(6.0);
+    exposure.TriggerLimit = Seconds(20.0);
     return exposure;
 }
 
@@ -201,11 +194,7 @@ void RandomSteps::Fetch(int32_t camera)
 // The camera beside: it works, and is cold.
 void RandomSteps::AskPeace()
 {
-    EXPECT_NEAR(SensorTemperature(Peace), PeaceTarget, StillCold);
-    QvnsState state;
-    ASSERT_EQ(qvns_state(Peace, &state), 0);
-    EXPECT_EQ(state.Camera, QVNS_CAMERA_OPEN);
-    EXPECT_EQ(state.Failures, 0);
+    ExpectPeace();
     if (Below(20) != 0) return;
     const QvnsExposure exposure = AnyExposure();
     ASSERT_EQ(qvns_start_exposure(Peace, &exposure, nullptr), 0);
@@ -301,9 +290,7 @@ void RandomSteps::StepAtWorld(uint32_t which)
 // The trigger comes to whoever waits for it; not always.
 void RandomSteps::StepAtTrigger()
 {
-    QvnsState state;
-    ASSERT_EQ(qvns_state(Storm, &state), 0);
-    if (state.Frame != QVNS_FRAME_TRIGGER || EmuMicroseconds() < pending) return;
+    if (StateAt(Storm).Frame != QVNS_FRAME_TRIGGER || EmuMicroseconds() < pending) return;
     const uint64_t begin = Below(1'000'000);
     Happen(begin, RaiseTrigger, Storm);
     Happen(begin + TriggerUs, DropTrigger, Storm);
@@ -328,9 +315,7 @@ void RandomSteps::EndWell()
 {
     qvns_idle(20.0); // all that was going to happen has happened
     qvns_abort(Storm, 60.0);
-    QvnsState state;
-    ASSERT_EQ(qvns_state(Storm, &state), 0);
-    if (state.Camera == QVNS_CAMERA_CLOSED) {
+    if (StateAt(Storm).Camera == QVNS_CAMERA_CLOSED) {
         EXPECT_EQ(OpenCamera(Storm), 0);
     } else {
         EXPECT_EQ(qvns_recover(Storm, 120.0), 0);
@@ -387,7 +372,7 @@ TEST_P(RandomSteps, NothingHangsNoBadFrameIsGoodAndTheOtherCameraStaysCold)
     EXPECT_GE(good[Peace], steps / 100);
     EXPECT_GE(failed, steps / 1000);
     EXPECT_GE(aborted, steps / 500);
-    EXPECT_GE(triggered, steps / 1000);
+    EXPECT_GE(triggered, kind.hasTrigger ? steps / 2000 : 0);
     EXPECT_GE(ran, steps / 500);
 }
 
