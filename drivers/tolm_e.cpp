@@ -104,7 +104,7 @@ void SetCoolerDrive(int32_t permille, int32_t camera)
 
 void SwitchTolmECooler(int32_t on, int32_t camera)
 {
-    if (!SendByteCommand(SwitchCooler, on != 0 ? 1 : 0, camera)) return;
+    if (!SendByteCommand(SwitchCooler, static_cast<uint32_t>(on), camera)) return;
     DriveFanAt(on != 0 ? CameraTable[camera].FanLevel : uint16_t{0}, camera);
 }
 

@@ -169,6 +169,16 @@ TEST_F(TolmE, FanIsSetOnlyBehindAnAcknowledgedCooler)
     EXPECT_EQ(record.LastError, 25);
 }
 
+// What is not 0 is on, and goes out as it is: the low byte of 3, and of 0x105.
+TEST_F(TolmE, CoolerStateGoesOutAsTheHostGivesIt)
+{
+    record.FanLevel = 1000; // 4096
+    record.Ops.SetCooler(3, UsbCamera);
+    EXPECT_EQ(TakeUsbWrites(), "44 04 03; 44 08 01 00 10");
+    record.Ops.SetCooler(0x105, UsbCamera);
+    EXPECT_EQ(TakeUsbWrites(), "44 04 05; 44 08 01 00 10");
+}
+
 // 100 percent is 4095, and that times 4096 / 1000 is 16773 (4185): not limited. 50 percent
 // is 2047, 8384 (20C0). 1600 percent is 65520, 268369, of which 16 bits go out: 1851.
 TEST_F(TolmE, FanIsScaledTwice)
