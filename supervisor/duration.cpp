@@ -7,23 +7,25 @@
 
 namespace {
 
+constexpr int32_t Any = -1;
+
 // What a link needs for a pixel, and to take a word of the pattern: microseconds.
 struct LinkPace {
     int32_t interfaceType;
+    int32_t platform;
     double pixelUs;
     double wordUs;
 };
 
-// The port interfaces read a pixel by some port accesses of a microsecond each; writes of
-// the bus have pauses of 10 microseconds. USB carries 30 bytes a microsecond at its best
-// and half of one with small packets.
+// The port interfaces read a pixel by five and three port accesses of 1.2 microseconds; writes
+// of the bus have pauses of 10 microseconds. Without DMA the card is asked for each pixel, in
+// rounds of 10 microseconds, or polls, and a few cycles. USB carries 30 bytes a microsecond at
+// its best and half of one with small packets. The first row that fits counts.
 constexpr LinkPace LinkPaces[] = {
-    {QV_INTERFACE_PRINTER_PORT, 12.0, 25.0},
-    {QV_INTERFACE_PORT_CARD, 6.0, 25.0},
-    {QV_INTERFACE_PCI_CARD, 1.0, 25.0},
-    {QV_INTERFACE_PCI_CARD_4, 1.0, 25.0},
-    {QV_INTERFACE_USB, 0.1, 0.5},
-    {QV_INTERFACE_PCI_CARD_70, 1.0, 25.0},
+    {QV_INTERFACE_PRINTER_PORT, Any, 6.0, 8.0}, {QV_INTERFACE_PORT_CARD, Any, 3.6, 8.0},
+    {QV_INTERFACE_PCI_CARD, 22, 13.0, 25.0},    {QV_INTERFACE_PCI_CARD, 23, 13.0, 25.0},
+    {QV_INTERFACE_PCI_CARD, 60, 8.0, 25.0},     {QV_INTERFACE_PCI_CARD, 80, 13.0, 25.0},
+    {QV_INTERFACE_USB, Any, 0.1, 0.5},          {Any, Any, 0.1, 25.0},
 };
 
 constexpr double SequenceMs = 5.0; // a section is set up
@@ -35,10 +37,13 @@ constexpr int32_t CountedBinnings = 4;
 
 LinkPace PaceOf(const Slot& slot)
 {
-    for (const LinkPace& row : LinkPaces) {
-        if (row.interfaceType == slot.open.Config.InterfaceType) return row;
+    const CameraConfig& config = slot.open.Config;
+    const LinkPace* row = LinkPaces;
+    while ((row->interfaceType != Any && row->interfaceType != config.InterfaceType) ||
+           (row->platform != Any && row->platform != config.Platform)) {
+        ++row;
     }
-    return LinkPaces[2];
+    return *row;
 }
 
 bool IsDemo(const Slot& slot)
@@ -83,10 +88,13 @@ double ClearSeconds(const Slot& slot)
     return rows * SectionSeconds(slot, RowPart) + Ms(SequenceMs) + 2.0 * RegisterSeconds(slot);
 }
 
-double LoadSeconds(const Slot& slot)
+// A window with another binning is loaded behind the full frame with it.
+double LoadSeconds(const Slot& slot, const Geometry& geometry)
 {
     if (IsDemo(slot) || !HasPattern(slot)) return 0.0;
-    return slot.pattern.words * PaceOf(slot).wordUs / 1e6 + Ms(LoadMs);
+    const bool bins = geometry.hbin != slot.built.hbin || geometry.vbin != slot.built.vbin;
+    const double once = slot.pattern.words * PaceOf(slot).wordUs / 1e6 + Ms(LoadMs);
+    return bins && geometry.isWindow ? 2.0 * once : once;
 }
 
 // The line that is loaded may be of another length than the one that is wanted.
@@ -189,7 +197,7 @@ QvnsDuration ExpectedDuration(const Slot& slot, const QvnsExposure& exposure)
     const Geometry geometry = WantedGeometry(slot, exposure);
     QvnsDuration duration = {};
     if (NeedsClear(slot)) duration.Clear = ClearSeconds(slot);
-    if (!IsBuilt(slot, geometry)) duration.Load = LoadSeconds(slot);
+    if (!IsBuilt(slot, geometry)) duration.Load = LoadSeconds(slot, geometry);
     duration.Exposure = ExposureSeconds(slot, exposure);
     duration.Readout = ReadoutSeconds(slot, geometry);
     duration.Total = duration.Clear + duration.Load + duration.Exposure + duration.Readout;
