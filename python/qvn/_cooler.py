@@ -18,11 +18,11 @@ class CoolingState:
     """The cooler as it is. Temperatures are degrees Celsius, rates degrees a minute."""
 
     state: str  #: "off", "ramping", "regulating", "at target", "no readings" or "by hand"
-    temperature: Optional[float]  #: the last reading; None: it failed
-    target: Optional[float]  #: where it shall go
-    set_point: Optional[float]  #: where it is held now, on the way to the target
-    ramp: Optional[float]  #: of the set point
-    power: float  #: drive, percent
+    temperature: Optional[float]  #: the last reading, degrees Celsius; None: it failed
+    target: Optional[float]  #: where it shall go, degrees Celsius
+    set_point: Optional[float]  #: where it is held now on the way there, degrees Celsius
+    ramp: Optional[float]  #: of the set point, degrees a minute
+    power: float  #: drive, percent; not a number for an array, which does not tell
 
 
 class Cooler:

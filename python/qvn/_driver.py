@@ -2,6 +2,7 @@
 from __future__ import annotations
 
 import ctypes
+import math
 from contextlib import ExitStack, suppress
 from dataclasses import dataclass, replace
 from typing import Callable, Optional
@@ -266,7 +267,8 @@ class Driver:
             for set_again in list(self.settings.values()):
                 set_again()
             if cooler.set_point is not None:
-                dll.QV_SetPower(power, number)
+                if not self.plan.heads:
+                    dll.QV_SetPower(power, number)
                 dll.QV_SetTemp(cooler.set_point, CELSIUS, number)
                 self._set_regulation(True)
             elif cooler.by_hand is not None:
@@ -342,10 +344,18 @@ class Driver:
         self.select()
         failed = self._dll.QV_TemperatureHandle(self.number) != 0
         self._read_at = self.library.seconds()
-        self._celsius = None if failed else self.last_reading()
+        if failed:
+            self._celsius = None
+        elif self.plan.heads:
+            # The reading that an array keeps is that of the library's own service.
+            self._celsius = float(self._dll.QV_ReadTemp(CELSIUS, self.number))
+        else:
+            self._celsius = self.last_reading()
         return self._celsius
 
     def last_reading(self) -> float:
+        if self.plan.heads and self._celsius is not None:
+            return self._celsius
         return float(self._dll.QV_GetTemp(None, CELSIUS, self.number))
 
     def recent(self) -> Optional[float]:
@@ -701,6 +711,9 @@ class Driver:
         self.check(doing)
 
     def power(self) -> float:
+        """Percent; not a number for an array, which keeps that of the library's own service."""
+        if self.plan.heads:
+            return math.nan
         return float(self._dll.QV_GetPower(self.number))
 
     def clear(self) -> None:

@@ -290,8 +290,7 @@ def _leave_to_the_parent() -> None:
     global _shared, _loading
     _shared, _loading = threading.RLock(), threading.Lock()
     for library in _loaded.values():
-        library.leave(_shared, bool(_worlds))
-    _worlds.clear()
+        library.leave(_shared, library in _worlds)
 
 
 if hasattr(os, "register_at_fork"):

@@ -1,7 +1,7 @@
 """Cameras: frames and what shapes them."""
 from __future__ import annotations
 
-from typing import Optional, Union
+from typing import Optional, Union, overload
 
 from ._checks import MOST_INT32, real, time_limit, whole
 from ._driver import UNOD
@@ -25,8 +25,16 @@ _SHIFTED = (40, 41, 42, 44, 47)
 class _BinningSetting:
     """Read as a Binning, set by a pair or by a number for both directions."""
 
-    def __get__(self, camera: Camera, kind: object = None) -> Binning:
-        return camera._driver.binning
+    @overload
+    def __get__(self, camera: None, kind: object) -> _BinningSetting:
+        ...
+
+    @overload
+    def __get__(self, camera: Camera, kind: object) -> Binning:
+        ...
+
+    def __get__(self, camera: Optional[Camera], kind: object) -> Union[Binning, _BinningSetting]:
+        return self if camera is None else camera._driver.binning
 
     def __set__(self, camera: Camera, value: Union[int, tuple[int, int]]) -> None:
         across, down = value if isinstance(value, tuple) else (value, value)
@@ -88,6 +96,14 @@ class Camera(Instrument):
             raise ValueError(f"{samples} samples are none of {SAMPLES}")
         mode = SAMPLES.index(samples)
         self._call(doing, lambda: self._driver.set_noise_reduction(mode))
+
+    def drive_cooler(self, percent: float) -> None:
+        """Switches the cooler on with a drive that nothing regulates.
+
+        percent: of its full drive, 0 to 100.
+        """
+        drive = real("percent", percent, 0.0, 100.0)
+        self._call("driving the cooler", lambda: self._driver.drive_cooler(drive))
 
     def decimate_bits(self, mode: int) -> None:
         """Lets the camera send fewer bits of a pixel; it ends a noise reduction.

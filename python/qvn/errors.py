@@ -29,7 +29,7 @@ class CatalogueError(QvnError, ValueError):
 
 
 class DefinitionError(QvnError):
-    """qvn.cfg is missing, cannot be read, or lacks what is needed."""
+    """The file qvn.cfg is missing, cannot be read, or lacks what is needed."""
 
 
 class LibraryNotFound(QvnError, ImportError):

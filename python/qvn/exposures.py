@@ -2,7 +2,7 @@
 from __future__ import annotations
 
 import asyncio
-from typing import AsyncIterator, Callable, Generator, Generic, Iterator, Optional, TypeVar
+from typing import Any, AsyncIterator, Callable, Generator, Generic, Iterator, Optional, TypeVar
 
 from ._driver import Driver
 from ._request import Request
@@ -11,7 +11,6 @@ from .errors import Aborted, CameraTimeout, QvnError
 from .frames import Frame
 
 Result = TypeVar("Result")
-_Self = TypeVar("_Self", bound="Running[object]")
 
 
 class Running(Generic[Result]):
@@ -62,7 +61,7 @@ class Running(Generic[Result]):
         if not self._job.future.cancel():
             self._driver.abort_request(self._request)
 
-    def add_done_callback(self: _Self, call: Callable[[_Self], object]) -> None:
+    def add_done_callback(self, call: Callable[[Any], object]) -> None:
         """Calls it when the frame is there or has failed, in the camera's thread.
 
         call: a function of the exposure. What it raises is reported and changes nothing.

@@ -32,6 +32,8 @@ def save_fits(
 ) -> None:
     """Writes a frame, or an array made of frames, as FITS with the usual keywords.
 
+    path: of the file.
+    image: rows and columns, or frames, rows and columns.
     metadata: of the frame that the array was made of; a frame has its own.
     The file appears whole or not at all; one that is there stays unless `overwrite` is set.
     """
@@ -39,8 +41,11 @@ def save_fits(
     if metadata is None and isinstance(image, Frame):
         metadata = image._metadata  # a part has none
     unit = fits.PrimaryHDU(np.asarray(image))
-    for key, (value, comment) in (metadata.header() if metadata is not None else {}).items():
-        unit.header[key] = (value, comment)
+    if metadata is not None:
+        for key, (value, comment) in metadata.header().items():
+            unit.header[key] = (value, comment)
+        for done in metadata.history:
+            unit.header["HISTORY"] = done
     target = Path(path)
     if target.exists() and not overwrite:
         raise FileExistsError(f"{target} exists; overwrite=True replaces it")

@@ -50,7 +50,7 @@ class Metadata:
     light: bool  #: False: a dark frame, the shutter stayed closed
     temperature: Optional[float]  #: of the sensor, degrees Celsius; None: it could not be read
     set_point: Optional[float]  #: of the cooler, degrees Celsius; None: it is not regulated
-    cooler_power: float  #: drive, percent
+    cooler_power: float  #: drive, percent; not a number for an array, which does not tell
     gain: int  #: gain setting, an index
     binning: Binning
     window: Window  #: as delivered, so its width is even

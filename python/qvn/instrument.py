@@ -303,14 +303,6 @@ class Instrument(Closing):
         rate = None if ramp is None else real("ramp", ramp, 0.1, 60.0)
         self._call("switching the cooler on", lambda: self._driver.cool(target, rate))
 
-    def drive_cooler(self, percent: float) -> None:
-        """Switches the cooler on with a drive that nothing regulates.
-
-        percent: of its full drive, 0 to 100.
-        """
-        drive = real("percent", percent, 0.0, 100.0)
-        self._call("driving the cooler", lambda: self._driver.drive_cooler(drive))
-
     def wait_until_cold(
         self, timeout: float = 3600.0, tolerance: float = 0.2, settle: float = SETTLE
     ) -> None:

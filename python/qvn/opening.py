@@ -65,6 +65,8 @@ def open(
     """
     library = current()
     library.need_own("opening a camera")
+    if camera is not None:
+        camera = whole("camera", camera, 0, CAMERAS - 1)
     library.use_folder(folder)
     with library.choosing:
         plan = _plan(library, platform, sensor, camera, config, link, address, decoder)
@@ -218,8 +220,6 @@ def _camera_config(
     camera: Optional[int],
     instrument: Optional[_records.Instrument],
 ) -> tuple[_records.CameraConfig, Optional[int]]:
-    if camera is not None:
-        camera = whole("camera", camera, 0, CAMERAS - 1)
     record = _records.CameraConfig()
     library.dll.QV_InitCfg(record)
     if file is None:

@@ -54,14 +54,18 @@ class Pattern:
         return tuple(self._sections)
 
     def section(self, name: str = "line") -> Words:
-        """The words of a section in the order in which they are played."""
+        """The words of a section, by its name, in the order in which they are played."""
         if name not in self._sections:
             raise ValueError(f"section {name!r} is none of {', '.join(self._sections)}")
         start, length = self._sections[name]
         return self.words[start : start + length][::-1]
 
     def line(self, name: Union[str, int], section: str = "line") -> NDArray[np.bool_]:
-        """The level of one line, tick by tick: by what it does, or by its bit's place."""
+        """The level of one line, tick by tick.
+
+        name: what it does, one of `lines`, or the place of its bit, from 0.
+        section: one of `sections`.
+        """
         if isinstance(name, str) and name not in self.lines:
             raise ValueError(f"line {name!r} is none of {', '.join(self.lines)}")
         bit = self.lines.index(name) if isinstance(name, str) else name
@@ -71,7 +75,10 @@ class Pattern:
         return level
 
     def active(self, name: Union[str, int], section: str = "line") -> NDArray[np.bool_]:
-        """Where a line acts, whether it does so when it is high or when it is low."""
+        """Where a line acts, whether it does so when it is high or when it is low.
+
+        name, section: as for `line`.
+        """
         bit = self.lines.index(name) if isinstance(name, str) and name in self.lines else name
         level = self.line(name, section)
         low = isinstance(bit, int) and self.inverted >> bit & 1 == 1
@@ -95,6 +102,7 @@ def pattern(
 
     platform, sensor: codes or names.
     window: (x, y, width, height) in binned pixels; None: the whole image.
+    binning: columns and rows of the sensor in a pixel; a number is both.
     link: matters on platform 28.
     folder: of qvn.cfg, as for `qvn.open`.
     """

@@ -242,8 +242,10 @@ class Service:
     # --- the interface card ---
 
     @property
-    def card_address(self) -> int:
-        """The bus address of the card's register window; 0 without a card."""
+    def card_address(self) -> Optional[int]:
+        """The bus address of the card's register window; None without a card."""
+        if self.card_revision is None:
+            return None  # the library would tell that of a card before
         return int(self._do("asking for the card's address", "QV_GetKZBPCIAddress"))
 
     @property

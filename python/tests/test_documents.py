@@ -45,6 +45,8 @@ SURROUNDINGS = {
     "## Opening": ("platform=44,sensor=kaf1600", False),
     "## Cooling": ("platform=44,sensor=kaf1600", True),
     "## Filter wheel": ("platform=300,sensor=kaf1600", False),
+    "## Arrays": ("platform=42,sensor=255,heads=2", False),
+    "## Service": ("platform=44,sensor=kaf1600", True),
     "## Virtual cameras and clock patterns": ("", False),
 }
 
@@ -98,8 +100,19 @@ def test_a_frame_is_saved_with_its_keywords(flat: qvn.Camera, tmp_path: Path) ->
     assert "SET-TEMP" not in header and "EXPREQ" not in header
     with pytest.raises(FileExistsError):
         qvn.save_fits(path, frame)
+    assert "HISTORY" not in header
     qvn.save_fits(path, np.zeros((2, 2)), overwrite=True)
     assert fits.getdata(path).shape == (2, 2)
+
+
+def test_a_difference_is_saved_with_its_history(flat: qvn.Camera, tmp_path: Path) -> None:
+    fits = pytest.importorskip("astropy.io.fits")
+    light, dark = flat.expose(0.5), flat.expose(0.5, dark=True)
+    qvn.save_fits(tmp_path / "light.fits", (light - dark)[10:20, 30:50])
+    header = fits.getheader(tmp_path / "light.fits")
+    assert (header["BITPIX"], header["XORGSUBF"], header["YORGSUBF"]) == (-64, 30, 10)
+    assert header["IMAGETYP"] == "Light Frame"
+    assert "".join(header["HISTORY"]).startswith("minus Dark Frame of 0.5 s, 20")
 
 
 def test_a_picture_can_be_the_scene(make_world: MakeWorld, tmp_path: Path) -> None:
