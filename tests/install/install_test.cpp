@@ -138,7 +138,7 @@ TEST_F(Installed, AnotherMajorVersionIsNotFound)
         "mkdir " + folder +
         " && printf 'cmake_minimum_required(VERSION 3.25)\\nproject(c NONE)\\n" +
         "find_package(qvn 8.0 REQUIRED)\\n' >" + folder + "/CMakeLists.txt && " QVN_CMAKE " -S " +
-        folder + " -B " + folder + "/build -DCMAKE_PREFIX_PATH=" + Stage);
+        folder + " -B " + folder + "/build -G '" QVN_GENERATOR "' -DCMAKE_PREFIX_PATH=" + Stage);
     EXPECT_NE(made.exitCode, 0);
     EXPECT_NE(made.out.find("requested version \"8.0\""), std::string::npos) << made.out;
 }
