@@ -22,20 +22,19 @@ using CatalogueQueriesDeathTest = CatalogueQueries;
 
 } // namespace
 
-TEST_F(CatalogueQueries, CamQueryWithANullListReturns26)
+TEST_F(CatalogueQueries, CamQueryWithANullListReturnsTheirNumber)
 {
-    EXPECT_EQ(CamQuery(nullptr), 26);
+    EXPECT_EQ(CamQuery(nullptr), PlatformListCount);
 }
 
-TEST_F(CatalogueQueries, CamQueryCopies26PlatformsAndNoMore)
+TEST_F(CatalogueQueries, CamQueryCopiesThePlatformsAndNoMore)
 {
-    int32_t list[28];
+    int32_t list[PlatformListCount + 2];
     for (int32_t& code : list) code = -7;
-    EXPECT_EQ(CamQuery(list), 26);
+    EXPECT_EQ(CamQuery(list), PlatformListCount);
     EXPECT_EQ(list[0], 90);
-    EXPECT_EQ(list[1], 44);
-    EXPECT_EQ(list[25], 80);
-    EXPECT_EQ(list[26], -7);
+    EXPECT_EQ(list[PlatformListCount - 1], 80);
+    EXPECT_EQ(list[PlatformListCount], -7);
 }
 
 TEST_F(CatalogueQueries, CCDQueryReturnsMinusOneForPlatformsWithoutARow)

@@ -198,20 +198,18 @@ bool IsGroupName(const std::string& name)
 
 } // namespace
 
-TEST(CatalogueTables, HoldThe31PlatformsInOrder)
+TEST(CatalogueTables, HoldThePlatformsInOrder)
 {
     std::vector<Platform> platforms;
     for (const PlatformName& row : PlatformNames)
         platforms.push_back({row.code, row.name, row.shortCode});
-    EXPECT_EQ(platforms.size(), 31u);
     EXPECT_TRUE(platforms == ReadPlatforms(WantedPlatforms));
 }
 
-TEST(CatalogueTables, HoldThe100SensorsWithTheirFamilies)
+TEST(CatalogueTables, HoldTheSensorsWithTheirFamilies)
 {
     std::vector<Sensor> sensors;
     for (const SensorName& row : SensorNames) sensors.push_back({row.code, row.name, row.family});
-    EXPECT_EQ(sensors.size(), 100u);
     EXPECT_TRUE(sensors == WantedSensors());
 }
 
@@ -265,13 +263,12 @@ TEST(CatalogueTables, EveryNameCanBeAGroupOfTheDefinitionFile)
     EXPECT_FALSE(IsGroupName("9abc"));
 }
 
-TEST(CatalogueTables, PlatformListHoldsThe26InTheirOrder)
+TEST(CatalogueTables, PlatformListHoldsThemInTheirOrder)
 {
     const std::vector<int32_t> wanted =
         ReadCodes("90, 44, 47, 48, 42, 1, 60, 61, 200, 205, 400, 450, 10, 20, 22, 23, 24, 25, 28, "
                   "29, 70, 71, 300, 50, 100, 80");
     const std::vector<int32_t> list(PlatformList, PlatformList + PlatformListCount);
-    EXPECT_EQ(list.size(), 26u);
     EXPECT_EQ(list, wanted);
     for (int32_t code : list) EXPECT_TRUE(IsPlatform(code)) << code;
 }
