@@ -3,6 +3,7 @@
 #include "emulator/bus_links.h"
 #include "emulator/emulator.h"
 #include "emulator/line_maps.h"
+#include "tests/support/demo_camera.h"
 #include "tests/support/guarded_pixels.h"
 #include "tests/support/traffic_of.h"
 #include "tests/support/virtual_camera.h"
@@ -13,7 +14,7 @@ using Pixels = std::vector<uint16_t>;
 
 constexpr int32_t Heads = 8, W = ImageColumns, H = ImageRows;
 constexpr int32_t Array = 1; // the camera number: the only one whose heads are regulated
-constexpr uint32_t Service = 0x1, Regulation = 0x2;
+constexpr uint32_t Service = 0x1, Regulation = 0x2, KeepClean = 0x8;
 
 // Head n sees 3000 n more than the small scene.
 constexpr uint32_t Brighter = 3000;
@@ -219,6 +220,21 @@ TEST_P(ArrayOn, IsReadInTheBackgroundUntilItsFirstStop)
     EXPECT_EQ(QV_BckGnd(Array), stopped);
 }
 
+// Two heads, each by its rows and twice its register, and no temperature.
+TEST_P(ArrayOn, IsClearedInTheBackgroundWhereWanted)
+{
+    PlugHeads(GetParam());
+    OpenHeads(GetParam(), 0x5, Service | KeepClean);
+    ASSERT_EQ(QV_Status(Array), 0);
+    EmuRecordCycles(true);
+    const std::string cycles = TrafficOf([] { QV_Delay(100); });
+    EmuRecordCycles(false);
+    size_t plays = 0;
+    for (size_t at = 0; (at = cycles.find("play page ", at)) != std::string::npos; ++at) ++plays;
+    EXPECT_EQ(plays, 6u);
+    EXPECT_EQ(QV_BckGnd(Array), 2u);
+}
+
 // The array's timer outlives it, and has nothing to do with one that wants no service.
 TEST_P(ArrayOn, ReopenedWithoutServiceHasNone)
 {
@@ -282,6 +298,16 @@ TEST_F(ArrayTest, WrongVersionOfAHeadStopsR3Alone)
     QV_Close(Array);
     EmuReset(); // the failed open keeps the kernel driver's handle
     EmuInstall();
+}
+
+TEST_F(ArrayTest, WithoutDefinitionsIsNotOpened)
+{
+    PlugHeads(R3);
+    RemoveDefinitions();
+    OpenHeads(R3, 0x3);
+    EXPECT_EQ(QV_Status(Array), 5);
+    EXPECT_EQ(QV_IsOn(Array), 0);
+    EXPECT_EQ(EmuCardsOpen(), 0u);
 }
 
 TEST_F(ArrayTest, OtherPlatformsAreRefused)

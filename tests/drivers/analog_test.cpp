@@ -82,9 +82,12 @@ TEST_F(BusAnalog, GainIndexOutsideTheTableSendsItsFirstEntry)
         Bus.log.clear();
     }
     OpenFakeBus(42, 255, 0, 2);
-    CameraTable[0].GainIndex = 7;
-    CameraTable[0].Ops.SetGain(0);
-    EXPECT_EQ(FrontEndBits(), "0000000");
+    for (const int32_t index : {7, -1}) {
+        CameraTable[0].GainIndex = index;
+        CameraTable[0].Ops.SetGain(0);
+        EXPECT_EQ(FrontEndBits(), "0000000") << index;
+        Bus.log.clear();
+    }
 }
 
 // 145 is 10010001: its upper seven bits.
@@ -312,4 +315,45 @@ TEST_F(BusAnalog, ConversionsByThePatternComeFromItsIdleSection)
                             "address 0xFFE2; reg 0 0x0040; reset link; reg 0 0x0000");
     Bus.readyWords = 79;
     EXPECT_FALSE(ConvertByPattern(&mean, 0));
+}
+
+// 4.5 V over 65536 counts and 4990 ohm: a thousandth of a degree is 0.073 counts, and 20000
+// counts are 2.06 degrees, 21000 15.8, 19500 -4.8, 18300 -21.3, 14000 -80.5, 13000 -94.3.
+TEST_F(BusAnalog, Tarn4PassesOverReadingsThatCannotBe)
+{
+    OpenFakeBus(24, 255, 0, 2);
+    CameraRecord& record = CameraTable[0];
+    record.MaxValue = 65535;
+    record.TemperatureSpan[0] = 1.0;
+    const auto celsius = [](int32_t counts) { return counts * 4.5e6 / 65536 / 4990 - 273.15; };
+    const auto read = [](uint16_t counts) {
+        Convert(0, counts);
+        return CameraTable[0].CurrentTemperature;
+    };
+    record.FirstTemperature = 1;
+    EXPECT_DOUBLE_EQ(read(20000), celsius(20000)) << "the first is taken as it is";
+    EXPECT_EQ(record.FirstTemperature, 0);
+    EXPECT_DOUBLE_EQ(read(21000), celsius(20000)) << "13.8 degrees farther from 0";
+    EXPECT_DOUBLE_EQ(read(19500), celsius(19500));
+    EXPECT_DOUBLE_EQ(read(18300), celsius(19500)) << "16.5 degrees farther from 0";
+    record.CurrentTemperature = -30.0;
+    EXPECT_DOUBLE_EQ(read(20000), celsius(20000)) << "toward 0 from as far as it likes";
+    record.CurrentTemperature = -75.0;
+    EXPECT_DOUBLE_EQ(read(14000), -75.0) << "colder than -80";
+    record.FirstTemperature = 1;
+    EXPECT_DOUBLE_EQ(read(13000), celsius(13000)) << "the first even then";
+}
+
+TEST_F(BusAnalog, ConversionsByThePatternThatStallLeaveTheOldReading)
+{
+    for (const int32_t platform : {22, 24}) {
+        OpenFakeBus(platform, 255, 0, 2);
+        CameraTable[0].CurrentTemperature = 12.5;
+        CameraTable[0].FirstTemperature = 1;
+        Bus.words = {20000};
+        Bus.readyWords = 79;
+        EXPECT_EQ(CameraTable[0].Ops.ReadTemperature(0), -1) << platform;
+        EXPECT_EQ(CameraTable[0].CurrentTemperature, 12.5) << platform;
+        EXPECT_EQ(CameraTable[0].FirstTemperature, 1) << platform;
+    }
 }

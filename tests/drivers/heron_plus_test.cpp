@@ -536,6 +536,16 @@ TEST_F(HeronPlus, MemoryWordsStandInTheDescription)
     EXPECT_EQ(TakeUsbLog(), "");
 }
 
+TEST_F(HeronPlus, DescriptionThatCannotBeReadIsEmpty)
+{
+    Usb.description = "0123456789ABCDEF071523";
+    Usb.serial = "12345678";
+    Usb.failing = {"info"};
+    EXPECT_EQ(QV_ReadEP(4, UsbCamera), 0);
+    EXPECT_EQ(QV_ReadEP(6, UsbCamera), 2000);
+    EXPECT_EQ(QV_GetSerNum(UsbCamera), 0);
+}
+
 TEST_F(HeronPlus, SerialNumberHasEightDigits)
 {
     Usb.serial = "123456789";

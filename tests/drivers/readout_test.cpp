@@ -358,6 +358,15 @@ TEST_F(BusReadout, BufferThatCannotGrowIsAnErrorAndNothingIsMoved)
     EXPECT_EQ(TakeBusLog(), "");
 }
 
+TEST_F(BusReadout, BufferThatCannotGrowForAWindowIsAnErrorToo)
+{
+    Open(OptionCardDma);
+    PlugFakeCard(4);
+    EXPECT_EQ(ReadWindow(1, 6, 2), 9);
+    ExpectUntouched(0);
+    EXPECT_EQ(TakeBusLog(), "");
+}
+
 TEST_F(BusReadout, SizesBelowZeroReadNothing)
 {
     for (uint32_t options : {0u, uint32_t{OptionCardDma}}) {

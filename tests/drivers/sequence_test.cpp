@@ -75,6 +75,16 @@ TEST_F(BusSequencer, ClearShiftsAllRowsAndFlushesTheRegisterTwice)
     EXPECT_EQ(addresses, wanted);
 }
 
+TEST_F(BusSequencer, FlushWhileExposingIsTheRegisterOnce)
+{
+    OpenFakeBus(42, 255, 0, 2);
+    CameraTable[0].WordPeriodNs = 1500; // 30 words of it 28 times: 1.26 ms
+    CameraTable[0].Ops.ClearOnce(0);
+    EXPECT_EQ(TakeBusLog(), "reg 0 0x0020; reg 0 0x0000; reg 2 0x0003; reg 0 0x0080; "
+                            "address 0x001C; sleep 2; reg 0 0x0000; address 0x001E; sleep 2; "
+                            "reg 0 0x0100; reg 0 0x0000; reg 0 0x0040; sleep 2");
+}
+
 TEST_F(BusSequencer, DummyLinesAreOneAboveFourfoldBinning)
 {
     OpenFakeBus(42, 255, 0, 2);
@@ -108,4 +118,17 @@ TEST_F(BusSequencer, TheTriggerIsBitThirteenOfStatusSeven)
     EXPECT_EQ(CameraTable[0].Ops.IsTriggered(0), 0);
     Bus.status7 = 0x2000;
     EXPECT_EQ(CameraTable[0].Ops.IsTriggered(0), 1);
+}
+
+TEST_F(BusSequencer, TheTriggerOfHeronIsBitThreeOfStatusFive)
+{
+    OpenFakeBus(60, 255, 0, 2);
+    CameraTable[0].Ops.ReadStatus = [](int32_t selector, int32_t) -> uint32_t {
+        return selector == 5 ? 0x8 : 0;
+    };
+    EXPECT_EQ(CameraTable[0].Ops.IsTriggered(0), 1);
+    CameraTable[0].Ops.ReadStatus = [](int32_t selector, int32_t) -> uint32_t {
+        return selector == 5 ? 0xF7 : 0xFF;
+    };
+    EXPECT_EQ(CameraTable[0].Ops.IsTriggered(0), 0);
 }

@@ -329,6 +329,18 @@ TEST_F(Tarn5, FrameIsArmedAheadOfTheExposure)
     ExpectRun(Width * Height, 16); // lines 2 to 5
 }
 
+TEST_F(Tarn5, BufferThatCannotGrowIsAnErrorAndNothingIsMoved)
+{
+    for (const uint32_t options : {0u, uint32_t{OptionCardDma}}) {
+        Open(options);
+        PlugFakeCard(4);
+        EXPECT_EQ(record.Ops.ReadFrame(1, Width, Height, frame.data(), 0), 9);
+        EXPECT_EQ(record.Ops.ReadWindow(1, 0, 1, Width, 2, frame.data(), 0), 9);
+        EXPECT_EQ(TakeBusLog(), "");
+        ExpectRun(0, 0);
+    }
+}
+
 // 28 words of 32 bits; one line and four words ahead.
 TEST_F(Tarn5, WholeFrameComesAtOnce)
 {

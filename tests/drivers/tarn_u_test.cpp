@@ -173,6 +173,14 @@ TEST_F(TarnU, OtherVersionIsError1)
     EXPECT_EQ(OpenFakeUsb(), 1);
 }
 
+TEST_F(TarnU, VersionThatIsNotToldIsError1)
+{
+    PassRegisterTest();
+    Tell({});
+    EXPECT_EQ(OpenFakeUsb(), 1);
+    EXPECT_EQ(Usb.log.back(), "usb close");
+}
+
 // 4097 in place of 4098.
 TEST_F(TarnU, OtherFirmwareIsError28)
 {

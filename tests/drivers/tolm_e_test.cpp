@@ -489,6 +489,14 @@ TEST_F(TolmE, WindowHasACommandOfItsOwn)
     EXPECT_EQ(frame[8], Untouched);
 }
 
+TEST_F(TolmE, DarkWindowTellsSo)
+{
+    AnswerUsb("44 0B", Stream(16));
+    EXPECT_EQ(record.Ops.ReadWindow(0, 3, 1, 4, 2, frame.data(), UsbCamera), 0);
+    EXPECT_NE(TakeUsbLog().find("; usb > 44 0B 00 03 00 01 00 04 00 02 00; usb < 16 of 16; "),
+              std::string::npos);
+}
+
 // --- sensor 5000 ---
 
 // Line n of the stream is n; lines of 2 pixels. 524 lines: i runs up to 258, its lines are
