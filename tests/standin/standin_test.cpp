@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include <dlfcn.h>
 #include <unistd.h>
 
 #include "tests/support/shell.h"
@@ -92,6 +93,56 @@ TEST_F(StandIn, AnAdaptorCameraGivesItsFrameToAHost)
     const ShellResult run = RunHost("205 133 0 10 100 500 200");
     EXPECT_EQ(run.out, "1024 x 256: 110 700\n");
     EXPECT_EQ(run.exitCode, 0);
+}
+
+// In synchronous mode and with a wire language of its own each.
+TEST_F(StandIn, CamerasOfOtherWireLanguagesGiveTheirFrames)
+{
+    for (const char* platform : {"61", "200", "48"}) {
+        SetCameras(std::string("platform=") + platform + "\nsensor=255\nscene=flat\n");
+        EXPECT_EQ(RunHost(std::string(platform) + " 255 0 384 256").out, "768 x 512: 20000\n")
+            << platform;
+    }
+}
+
+// By whoever else loads the library: a chip with two channels, and bad pointers.
+TEST_F(StandIn, TheVendorsLibraryAnswersAnyCaller)
+{
+    SetCameras("platform=61\nsensor=255\n");
+    const fs::path before = fs::current_path();
+    fs::current_path(folder); // the definitions are in the folder qvn below
+    void* library = dlopen((folder / "lib/libftd2xx.so").c_str(), RTLD_NOW | RTLD_LOCAL);
+    ASSERT_NE(library, nullptr) << dlerror();
+    const auto list =
+        reinterpret_cast<uint32_t (*)(void*, void*, uint32_t)>(dlsym(library, "FT_ListDevices"));
+    const auto open = reinterpret_cast<uint32_t (*)(int, void**)>(dlsym(library, "FT_Open"));
+    const auto info =
+        reinterpret_cast<uint32_t (*)(void*, uint32_t*, uint32_t*, char*, char*, void*)>(
+            dlsym(library, "FT_GetDeviceInfo"));
+    const auto queue =
+        reinterpret_cast<uint32_t (*)(void*, uint32_t*)>(dlsym(library, "FT_GetQueueStatus"));
+    const auto cycle = reinterpret_cast<uint32_t (*)(void*)>(dlsym(library, "FT_CyclePort"));
+    constexpr uint32_t Done = 0, InvalidParameter = 6, NumberOnly = 0x80000000;
+    uint32_t count = 9;
+    EXPECT_EQ(list(&count, nullptr, 0), InvalidParameter);
+    EXPECT_EQ(list(nullptr, nullptr, NumberOnly), InvalidParameter);
+    EXPECT_EQ(list(&count, nullptr, NumberOnly), Done);
+    EXPECT_EQ(count, 1u);
+    void* device = nullptr;
+    EXPECT_EQ(open(0, nullptr), InvalidParameter);
+    ASSERT_EQ(open(0, &device), Done);
+    uint32_t type = 0, id = 0;
+    char serial[64] = "?", description[64] = "?";
+    EXPECT_EQ(info(device, &type, &id, nullptr, description, nullptr), InvalidParameter);
+    EXPECT_EQ(info(device, &type, &id, serial, description, nullptr), Done);
+    EXPECT_EQ(type, 6u);
+    EXPECT_EQ(id, 0x04036010u);
+    EXPECT_STRNE(serial, "?");
+    EXPECT_EQ(queue(device, nullptr), InvalidParameter);
+    EXPECT_EQ(queue(device, &count), Done);
+    EXPECT_EQ(count, 0u);
+    EXPECT_EQ(cycle(device), Done);
+    fs::current_path(before);
 }
 
 TEST_F(StandIn, CamerasStandSideBySide)

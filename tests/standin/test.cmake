@@ -4,7 +4,8 @@ target_link_libraries(standin_host PRIVATE qvn qvn_options)
 set_target_properties(standin_host PROPERTIES C_STANDARD 99 C_EXTENSIONS OFF)
 add_executable(test_standin ${folder}/standin_test.cpp
   ${PROJECT_SOURCE_DIR}/tests/support/shell.cpp)
-target_link_libraries(test_standin PRIVATE qvn_options GTest::gtest GTest::gtest_main)
+target_link_libraries(test_standin PRIVATE qvn_options GTest::gtest GTest::gtest_main
+  ${CMAKE_DL_LIBS})
 target_compile_options(test_standin PRIVATE ${QVN_TEST_OPTIONS})
 target_compile_definitions(test_standin PRIVATE
   QVN_SOURCE_DIR="${PROJECT_SOURCE_DIR}" QVN_STANDIN_HOST="$<TARGET_FILE:standin_host>"
