@@ -39,9 +39,10 @@ void NoteReading(Slot* slot, bool failed, double measured, double power)
 {
     Cooling& cooling = slot->cooling;
     const uint64_t now = Seam.NowUs();
-    if (failed) {
+    // A calibration that is nonsense is no failure of the link.
+    if (failed || !std::isfinite(measured)) {
         ++cooling.failures;
-        ++cooling.failuresInARow;
+        cooling.failuresInARow += failed ? 1 : 0;
         cooling.stableUs = 0;
         NoteFailure(slot, QV_ERROR_LINK_FAILURE);
         return;
@@ -160,7 +161,7 @@ void ServeTemperature(Slot* slot)
     }
     if (alive) {
         NoteReading(slot, failed, measured, power);
-        if (!failed) UpdateCooling(slot);
+        if (!failed && slot->cooling.readings != 0) UpdateCooling(slot);
     }
     slot->work = outer;
 }

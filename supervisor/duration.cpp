@@ -126,6 +126,13 @@ double ExposureSeconds(const Slot& slot, const QvnsExposure& exposure)
     return exposure.Seconds * (twice ? 2.0 : 1.0) + SettlingSeconds(slot);
 }
 
+// Of definitions that are nonsense comes nonsense, or no number.
+double Sensible(double seconds)
+{
+    constexpr double Longest = 1e5;
+    return seconds >= 0.0 ? std::min(seconds, Longest) : 0.0;
+}
+
 // Platforms 300 and 450 write three behind the last one of the frame.
 constexpr uint64_t PixelsBehind = 4;
 
@@ -196,10 +203,10 @@ QvnsDuration ExpectedDuration(const Slot& slot, const QvnsExposure& exposure)
 {
     const Geometry geometry = WantedGeometry(slot, exposure);
     QvnsDuration duration = {};
-    if (NeedsClear(slot)) duration.Clear = ClearSeconds(slot);
-    if (!IsBuilt(slot, geometry)) duration.Load = LoadSeconds(slot, geometry);
+    if (NeedsClear(slot)) duration.Clear = Sensible(ClearSeconds(slot));
+    if (!IsBuilt(slot, geometry)) duration.Load = Sensible(LoadSeconds(slot, geometry));
     duration.Exposure = ExposureSeconds(slot, exposure);
-    duration.Readout = ReadoutSeconds(slot, geometry);
+    duration.Readout = Sensible(ReadoutSeconds(slot, geometry));
     duration.Total = duration.Clear + duration.Load + duration.Exposure + duration.Readout;
     duration.Patience = LongestSeconds(slot, QVNS_WORK_READ, duration.Total) - duration.Total;
     return duration;

@@ -52,7 +52,8 @@ void FillMetadata(Slot* slot)
     metadata.Light = frame.request.Light != 0 ? 1 : 0;
     FillGeometry(*slot, &metadata);
     metadata.Gain = slot->gain;
-    if (slot->gain < TableGains) metadata.GainFactor = slot->platform.Gain[slot->gain];
+    const bool listed = slot->gain >= 0 && slot->gain < TableGains;
+    if (listed) metadata.GainFactor = slot->platform.Gain[slot->gain];
     metadata.MaxValue = slot->maxValue;
     metadata.CcdOutput = slot->open.Config.CcdOutput;
     metadata.Seconds = frame.request.Seconds;

@@ -2,12 +2,17 @@
 
 #include "supervisor/duration.h"
 
+bool MayBin(const Slot& slot, int32_t hbin, int32_t vbin)
+{
+    return slot.ccd.Xpix / hbin >= 2 && slot.ccd.Ypix / vbin >= 1;
+}
+
 bool LiesOnSensor(const Slot& slot, const QvnsExposure& exposure)
 {
     const Geometry wanted = WantedGeometry(slot, exposure);
     const int32_t columns = slot.ccd.Xpix / wanted.hbin, rows = slot.ccd.Ypix / wanted.vbin;
     if (!wanted.isWindow) {
-        return exposure.X == 0 && exposure.Y == 0 && columns >= 2 && rows >= 1;
+        return exposure.X == 0 && exposure.Y == 0 && MayBin(slot, wanted.hbin, wanted.vbin);
     }
     return wanted.x >= 0 && wanted.y >= 0 && wanted.width >= 2 && wanted.height >= 1 &&
            wanted.width <= columns - wanted.x && wanted.height <= rows - wanted.y;

@@ -2,6 +2,9 @@
 #pragma once
 #include "supervisor/slot.h"
 
+// At least two pixels a line and a line.
+bool MayBin(const Slot& slot, int32_t hbin, int32_t vbin);
+
 // The window, or the full frame, with the binning that it will have.
 bool LiesOnSensor(const Slot& slot, const QvnsExposure& exposure);
 

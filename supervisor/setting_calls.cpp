@@ -1,4 +1,5 @@
 // The host's calls that go through the queue.
+#include "supervisor/place.h"
 #include "supervisor/queue.h"
 
 namespace {
@@ -42,7 +43,15 @@ int32_t RunWheel(int32_t camera, const Job& job, double limit)
 int32_t qvns_set_binning(int32_t camera, int32_t horizontal, int32_t vertical, double limit)
 {
     if (horizontal < 1 || vertical < 1) return QVNS_ERROR_ARGUMENT;
-    return Run(camera, MakeJob(JobBinning, horizontal, vertical), limit);
+    Seam.Lock();
+    Slot* slot = nullptr;
+    int32_t code = LookUp(camera, &slot);
+    if (code == QV_ERROR_NONE && !MayBin(*slot, horizontal, vertical)) code = QVNS_ERROR_ARGUMENT;
+    if (code == QV_ERROR_NONE) {
+        code = RunThroughQueue(slot, MakeJob(JobBinning, horizontal, vertical), limit);
+    }
+    Seam.Unlock();
+    return code;
 }
 
 int32_t qvns_set_gain(int32_t camera, int32_t index, double limit)

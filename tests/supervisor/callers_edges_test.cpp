@@ -138,6 +138,86 @@ TEST_F(Callers, CameraWithAFullQueueIsClosed)
     EXPECT_EQ(StateOf(0).Camera, QVNS_CAMERA_CLOSED);
 }
 
+// All that may be called from a callback.
+void AskForEverything(int32_t camera)
+{
+    QvnsState state;
+    QvnsTemperature temperature;
+    QvnsExposure exposure;
+    QvnsDuration duration;
+    QvnsCooling cooling;
+    QvnsStart start;
+    QvnsOpen open;
+    qvns_init_exposure(&exposure);
+    qvns_init_cooling(&cooling);
+    qvns_init_start(&start);
+    qvns_init_open(&open);
+    EXPECT_EQ(qvns_state(camera, &state), 0);
+    EXPECT_STRNE(qvns_error_text(QVNS_ERROR_LOST), "");
+    qvns_temperature(camera, &temperature);
+    qvns_expected(camera, &exposure, &duration);
+    qvns_ready(camera, 0);
+    qvns_watch();
+    if (state.Frame == QVNS_FRAME_EXPOSING && state.Elapsed > 0.7) qvns_finish(camera);
+}
+
+std::atomic<int32_t> called;
+
+TEST_F(Callers, CallbacksCallAllThatTheyMay)
+{
+    QvnsOpen open;
+    qvns_init_open(&open);
+    open.Config.Platform = DemoPlatform;
+    open.Config.CCD = SmallSensor;
+    open.Progress = [](int32_t camera, const char*, int32_t, void*) {
+        AskForEverything(camera);
+        ++called;
+    };
+    open.Countdown = [](int32_t camera, double, void*) {
+        AskForEverything(camera);
+        ++called;
+    };
+    called = 0;
+    ASSERT_EQ(qvns_open(0, &open), 0);
+    QvnsExposure exposure = Light(100.0);
+    ASSERT_EQ(qvns_start_exposure(0, &exposure, nullptr), 0);
+    EXPECT_EQ(qvns_wait(0, 0, Patient), 0);
+    EXPECT_EQ(qvns_run(
+                  0,
+                  [](int32_t camera, void*) {
+                      AskForEverything(camera);
+                      return qvns_abort(camera, 0.0);
+                  },
+                  nullptr, 1.0, Patient),
+              0);
+    EXPECT_GT(called, 3);
+}
+
+TEST_F(Callers, EightCamerasAtOnce)
+{
+    for (int32_t camera = 0; camera < 8; ++camera) {
+        hands.emplace_back([camera] {
+            Open(camera);
+            for (int32_t frame = 0; frame < 3; ++frame) {
+                QvnsExposure exposure = Light(frame == 1 ? 0.6 : 0.0);
+                exposure.HorBinning = exposure.VerBinning = 1 + frame;
+                ASSERT_EQ(qvns_start_exposure(camera, &exposure, nullptr), 0);
+                EXPECT_EQ(qvns_set_gain(camera, frame, Patient), 0);
+                EXPECT_EQ(qvns_wait(camera, 0, Patient), 0);
+                QvnsMetadata about = {};
+                EXPECT_EQ(qvns_fetch(camera, 0, nullptr, 0, &about), 0);
+                EXPECT_EQ(about.Camera, camera);
+                EXPECT_EQ(about.Width, DemoFileColumns / (1 + frame) & ~1);
+            }
+            EXPECT_EQ(qvns_close(camera, Patient), 0);
+        });
+    }
+    Release();
+    for (int32_t camera = 0; camera < 8; ++camera) {
+        EXPECT_EQ(StateOf(camera).Camera, QVNS_CAMERA_CLOSED);
+    }
+}
+
 TEST_F(Callers, WaitForTheCoolerToBeOffWaitsForTheCall)
 {
     Library.Cooler = HoldCooler;

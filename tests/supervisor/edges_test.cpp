@@ -133,6 +133,90 @@ TEST_F(Edges, TemperaturesThatWereNeverReadAreNoNumbers)
     EXPECT_LT(TemperatureOf(0).Age, 0.0);
 }
 
+// The sensor has 24 columns and 16 rows.
+TEST_F(Edges, BinningsWithoutAPixelAreRefused)
+{
+    OpenCamera();
+    constexpr int32_t Refused[][2] = {{13, 1}, {1, 17}, {INT32_MAX, 1}, {1, INT32_MAX},
+                                      {0, 1},  {1, -1}, {INT32_MIN, 1}};
+    for (const auto& [horizontal, vertical] : Refused) {
+        EXPECT_EQ(qvns_set_binning(0, horizontal, vertical, 0.0), QVNS_ERROR_ARGUMENT)
+            << horizontal << ' ' << vertical;
+    }
+    EXPECT_EQ(qvns_set_binning(0, 12, 16, 0.0), 0);
+}
+
+// No file gives these, but QV_RWData does.
+TEST_F(Edges, DefinitionsThatAreNonsenseGiveSensibleTimes)
+{
+    for (const double clock : {Infinity, -Infinity, std::nan(""), 1e300, -1e300}) {
+        static double spoilt;
+        spoilt = clock;
+        Library.GetHPdata = [](PlatformDefinition* platform, int32_t camera) {
+            QV_GetHPdata(platform, camera);
+            platform->SamplingClock[0] = spoilt;
+        };
+        OpenCamera(BriarCamera, QV_OPTION_KEEP_CLEAN);
+        const QvnsExposure exposure = Light(0.1);
+        QvnsDuration duration = {};
+        ASSERT_EQ(qvns_expected(0, &exposure, &duration), 0);
+        EXPECT_GE(duration.Total, 0.1) << clock;
+        EXPECT_LE(duration.Total, 3e5) << clock;
+        ASSERT_EQ(qvns_start_exposure(0, &exposure, nullptr), 0);
+        EXPECT_EQ(qvns_wait(0, 0, 0.0), 0) << clock;
+        ASSERT_EQ(qvns_close(0, 0.0), 0);
+    }
+}
+
+TEST_F(Edges, TemperatureThatIsNoNumberIsNoReading)
+{
+    Library.GetTemp = [](char*, int32_t, int32_t) { return std::nan(""); };
+    OpenCamera();
+    QvnsCooling cooling;
+    qvns_init_cooling(&cooling);
+    cooling.DegreesPerMinute = 1.0;
+    ASSERT_EQ(qvns_cool(0, &cooling), 0);
+    Library.SetTemp = [](double, int32_t, int32_t) { ADD_FAILURE() << "a target is sent"; };
+    qvns_idle(5.0);
+    EXPECT_EQ(TemperatureOf(0).Readings, 0);
+    EXPECT_EQ(TemperatureOf(0).Fresh, 0);
+    EXPECT_EQ(StateOf(0).Camera, QVNS_CAMERA_OPEN);
+}
+
+TEST_F(Edges, LimitsThatAreNonsenseAreTheUsualOnesOrNone)
+{
+    OpenCamera();
+    for (const double limit : {std::nan(""), -Infinity, -1.0, 0.0, Infinity, 1e300}) {
+        SCOPED_TRACE(limit);
+        const QvnsExposure exposure = Light(0.1);
+        ASSERT_EQ(qvns_start_exposure(0, &exposure, nullptr), 0);
+        EXPECT_EQ(qvns_wait(0, 0, limit), 0);
+        EXPECT_EQ(qvns_set_gain(0, 1, limit), 0);
+        EXPECT_EQ(qvns_abort(0, limit), 0);
+        EXPECT_EQ(qvns_wait_stable(0, limit), 0);
+        EXPECT_EQ(qvns_recover(0, limit), 0);
+        EXPECT_EQ(qvns_close(0, limit), 0);
+        QvnsOpen open = Request(BriarCamera);
+        open.Limit = limit;
+        ASSERT_EQ(qvns_open(0, &open), 0);
+    }
+    qvns_idle(std::nan(""));
+    qvns_idle(-Infinity);
+}
+
+// A time that is not nothing is a limit.
+TEST_F(Edges, ShortestLimitsAreLimits)
+{
+    OpenCamera();
+    QvnsExposure exposure = Light(0.1);
+    exposure.Trigger = 1;
+    exposure.TriggerLimit = 1e-9;
+    ASSERT_EQ(qvns_start_exposure(0, &exposure, nullptr), 0);
+    EXPECT_EQ(qvns_wait(0, 0, 1e-9), QVNS_ERROR_TIME);
+    EXPECT_EQ(qvns_wait(0, 0, 10.0), QVNS_ERROR_OVER_TIME);
+    EXPECT_EQ(qvns_set_gain(0, 1, 1e-9), QVNS_ERROR_TIME);
+}
+
 TEST_F(Edges, EachTemperatureThatFailsCounts)
 {
     OpenCamera();

@@ -107,6 +107,24 @@ TEST_F(Host, GainThatItSetsIsToldAndRestored)
     EXPECT_EQ(about.Gain, 2);
 }
 
+TEST_F(Host, GainOutsideOfTheTableHasNoFactor)
+{
+    OpenCamera();
+    for (const int32_t gain : {-1, INT32_MIN, 4, INT32_MAX}) {
+        ASSERT_EQ(qvns_run(
+                      0,
+                      [](int32_t camera, void* context) {
+                          QV_SetGain(*static_cast<const int32_t*>(context), camera);
+                          return 0;
+                      },
+                      const_cast<int32_t*>(&gain), 1.0, 0.0),
+                  0);
+        Take(Light(0.0));
+        EXPECT_EQ(about.Gain, gain);
+        EXPECT_EQ(about.GainFactor, 0.0) << gain;
+    }
+}
+
 TEST_F(Host, OptionsThatItSetsAreToldAndRestored)
 {
     OpenCamera(BriarCamera, QV_OPTION_KEEP_CLEAN | QV_OPTION_LIMIT_COOLER);
