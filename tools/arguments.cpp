@@ -127,6 +127,50 @@ void AddCameraOptions(CLI::App* command, CameraRequest* request)
     AddWorldOptions(command, &request->world);
 }
 
+void AddFindOptions(CLI::App* command, CameraRequest* request)
+{
+    command
+        ->add_option("--serial", request->serial,
+                     "The camera with this serial number, whatever its number is")
+        ->type_name("N")
+        ->check(Between(0, INT32_MAX))
+        ->excludes("--camera")
+        ->group(CameraGroup);
+}
+
+void AddComeBack(CLI::App* command, CameraRequest* request)
+{
+    command
+        ->add_option("--come-back", request->comeBack,
+                     "Waits so long for a camera whose link has failed, and goes on; default: ends")
+        ->type_name("S")
+        ->check(Between(0.0, 1e6))
+        ->group(CameraGroup);
+}
+
+std::vector<CLI::Option*> AddCourse(CLI::App* command, const char* group, CoolingCourse* course)
+{
+    const auto add = [command, group](const char* name, const char* help, const char* unit,
+                                      double least, double most, double* value) {
+        return command->add_option(name, *value, help)
+            ->type_name(unit)
+            ->check(Between(least, most))
+            ->group(group);
+    };
+    constexpr double Slowest = 0.01, Fastest = 1000.0;
+    return {
+        add("--tolerance", "Degrees, default 0.5", "DEGREES", 0.0, 100.0, &course->tolerance),
+        add("--stable", "Seconds within the tolerance that count as steady, default 3", "S", 0.0,
+            1e6, &course->stable),
+        add("--ramp", "Cools by so many degrees a minute; default: as fast as the cooler can",
+            "DEGREES", Slowest, Fastest, &course->ramp),
+        add("--warm-up",
+            "Warms up by so many degrees a minute at the end; default: the cooler "
+            "goes off at once",
+            "DEGREES", Slowest, Fastest, &course->warmUp),
+    };
+}
+
 void AddWorldOptions(CLI::App* command, VirtualRequest* request)
 {
     const char* group = "Virtual cameras";

@@ -30,6 +30,15 @@ DefinitionOptions AddDefinitionOptions(CLI::App* command, const char* platformHe
 // The same, and all others that choose a camera to open.
 void AddCameraOptions(CLI::App* command, CameraRequest* request);
 
+// --serial, for commands that need not be told the camera's number.
+void AddFindOptions(CLI::App* command, CameraRequest* request);
+
+// --come-back, for commands that run long.
+void AddComeBack(CLI::App* command, CameraRequest* request);
+
+// How the cooler goes about it; the options, of which some may need others.
+std::vector<CLI::Option*> AddCourse(CLI::App* command, const char* group, CoolingCourse* course);
+
 // --virtual and --trace.
 void AddWorldOptions(CLI::App* command, VirtualRequest* request);
 
@@ -45,4 +54,4 @@ void AddPictureOptions(CLI::App* command, const char* windowHelp, const PictureO
 void AddGainOption(CLI::App* command, const char* group, int32_t* gain);
 
 // How many seconds an exposure may have.
-constexpr double LongestExposure = 2000000.0; // the library counts milliseconds
+constexpr double LongestExposure = 1000000.0; // the library counts milliseconds

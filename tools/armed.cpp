@@ -47,7 +47,7 @@ double LineSeconds(const Session& session)
 }
 
 // Nothing tells that the frame has arrived: twice the time that the pattern takes.
-double ReadoutSeconds(const Session& session)
+double PickupSeconds(const Session& session)
 {
     constexpr double Slack = 0.5;
     const int32_t lines = session.ccd.Xpix + session.ccd.Dummy[0];
@@ -61,7 +61,7 @@ bool CanBeArmed(const Session& session, const PictureRequest& picture)
         return Refuse(session, "this camera takes no frames in steps",
                       "without --armed, or platform 24, 30, 42, 44 or 47");
     }
-    if ((QV_GetMode(session.camera) & QV_OPTION_CARD_DMA) == 0) {
+    if ((session.options & QV_OPTION_CARD_DMA) == 0) {
         return Refuse(session, "its interface card holds a line, not a frame",
                       "without --armed, or a card that takes whole frames");
     }
@@ -85,26 +85,36 @@ bool PrepareArmed(const Session& session, const PictureRequest& picture, FrameGe
 {
     if (!CanBeArmed(session, picture)) return false;
     // The lines and pixels to transfer are those of the last pattern.
-    QV_SetBinning(1, 1, session.camera);
-    const int32_t code = QV_Status(session.camera);
-    if (code != QV_ERROR_NONE) return Refuse(session, LibraryText(code), LibraryAdvice(code));
+    const int32_t code = qvns_set_binning(session.camera, 1, 1, 0.0);
+    if (code != QV_ERROR_NONE)
+        return Refuse(session, FailureText(session, code), LibraryAdvice(code));
     geometry->width = session.ccd.Xpix;
     geometry->height = session.ccd.Ypix;
     geometry->room = static_cast<size_t>(session.ccd.Xpix) * static_cast<size_t>(session.ccd.Ypix);
     return true;
 }
 
-bool TakeArmed(const Session& session, const ArmedRequest& request, double seconds,
-               uint16_t* pixels)
+int32_t TakeArmed(const Session& session, const ArmedRequest& request, double seconds,
+                  const std::shared_ptr<FrameRecord>& frame)
 {
-    QV_ArmAcquisition(seconds, session.camera);
-    QV_StartAcquisition(request.external ? ByInput : AtOnce, session.camera);
-    double wait = request.pickup >= 0.0 ? request.pickup : ReadoutSeconds(session);
+    double wait = request.pickup >= 0.0 ? request.pickup : PickupSeconds(session);
     if (PlatformOf(session)->timesItself) wait += seconds;
-    if (WaitOrBreak(wait)) {
-        QV_FlushAcquisition(session.camera);
-        return false;
-    }
-    QV_GetImage(pixels, session.camera);
-    return true;
+    constexpr double AnyTime = 1e9;
+    const double expected = request.external ? AnyTime : 1.0 + seconds + wait;
+    const int32_t start = request.external ? ByInput : AtOnce;
+    BreakerArm(session.camera);
+    const int32_t code =
+        RunAtCamera(session, expected, [frame, seconds, start, wait, camera = session.camera] {
+            QV_ArmAcquisition(seconds, camera);
+            QV_StartAcquisition(start, camera);
+            frame->missing = WaitOrBreak(wait);
+            if (frame->missing) {
+                QV_FlushAcquisition(camera);
+            } else {
+                QV_GetImage(frame->pixels.data(), camera);
+            }
+            return QV_Status(camera);
+        });
+    BreakerArm(-1);
+    return code;
 }

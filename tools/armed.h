@@ -2,6 +2,7 @@
 // the frame is picked up from the interface card's memory when it must be there.
 #pragma once
 #include <cstdint>
+#include <memory>
 
 #include "tools/picture.h"
 
@@ -15,7 +16,8 @@ struct ArmedRequest {
 // camera cannot take this picture so.
 bool PrepareArmed(const Session& session, const PictureRequest& picture, FrameGeometry* geometry);
 
-// Into a buffer of the whole sensor. False: broken off, and nothing is in the buffer. An
-// external start is waited for without limit, and only a third signal ends that.
-bool TakeArmed(const Session& session, const ArmedRequest& request, double seconds,
-               uint16_t* pixels);
+// What the library answers, or below 0 why there is no answer. With `missing` of the frame it was
+// broken off and has no pixels. An external start is waited for without limit, and only a third
+// signal ends that.
+int32_t TakeArmed(const Session& session, const ArmedRequest& request, double seconds,
+                  const std::shared_ptr<FrameRecord>& frame);

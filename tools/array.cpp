@@ -54,7 +54,7 @@ FrameRecord MakeFrame(const Session& session, const ArrayRequest& request, size_
     frame.requestedSeconds = SecondsOf(request, place);
     frame.exposedSeconds = frame.requestedSeconds;
     frame.name = Text("HEAD%d", session.heads[place]);
-    frame.notes = {{"HEAD", static_cast<double>(session.heads[place]), true, "of the array"}};
+    frame.notes = {{"HEAD", static_cast<double>(session.heads[place]), true, "of the array", ""}};
     NoteInstrument(session, &frame);
     return frame;
 }
@@ -180,7 +180,7 @@ int RunArray(const ArrayRequest& request)
 {
     if (!HeadsAreKnown(request.camera) || !FilesAreFine(request)) return ExitFailed;
     Session session;
-    if (!OpenSession(request.camera, 0, &session)) {
+    if (!OpenSession(request.camera, CallsBy::Program, &session)) {
         return BreakRequested() ? ExitBroken : ExitFailed;
     }
     const SessionCloser closer = {session, true};

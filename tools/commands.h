@@ -33,6 +33,8 @@ struct ExposeRequest {
     double seconds = 1.0;
     PictureRequest picture;
     int32_t frames = 1;
+    bool trigger = false;      // waits for the external trigger
+    double triggerLimit = 0.0; // seconds; 0: any time
     ArmedRequest armed;
     CoolingRequest cooling;
     FrameFiles files;

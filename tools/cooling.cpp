@@ -1,7 +1,8 @@
-// The cooler: switching it on, watching it, waiting until the sensor is cold.
+// The cooler: switching it on, watching it, waiting until the sensor is cold, warming it up.
 #include "tools/cooling.h"
 
-#include <cmath>
+#include <algorithm>
+#include <limits>
 
 #include "tools/breaker.h"
 #include "tools/progress.h"
@@ -10,8 +11,8 @@
 
 namespace {
 
-// With one camera the background reads every half second: three seconds.
-constexpr int32_t ReadingsWanted = 6;
+constexpr double LookEvery = 0.1;    // seconds
+constexpr double WarmCelsius = 25.0; // where a warm-up ends, if the cooler has not ended it
 
 void ComplainAboutWait(const TemperatureReading& reading, const CoolingRequest& request)
 {
@@ -21,83 +22,87 @@ void ComplainAboutWait(const TemperatureReading& reading, const CoolingRequest& 
              "a warmer --cool, a larger --tolerance, or a longer --wait-limit");
 }
 
-} // namespace
-
-void StartCooling(Session* session, double target)
+const char* CoolerText(const QvnsTemperature& temperature)
 {
-    session->cooling = true;
-    QV_SetTemp(target, QV_CELSIUS, session->camera);
+    if (temperature.Mode == QVNS_COOLING_OFF) return "off";
+    if (temperature.Mode == QVNS_COOLING_WARM) return "warming up";
+    if (temperature.Saturated != 0) return "at its most";
+    if (temperature.Mode == QVNS_COOLING_RAMP) return "ramp";
+    return temperature.Stable != 0 ? "at target" : "regulating";
 }
 
-TemperatureReading TakeReading(const Session& session, double startSeconds)
-{
-    TemperatureReading reading;
-    reading.seconds = SteadySeconds() - startSeconds;
-    reading.celsius = QV_GetTemp(nullptr, QV_CELSIUS, session.camera);
-    reading.power = QV_GetPower(session.camera);
-    reading.status = QV_CoolerStatus(session.camera);
-    return reading;
-}
-
-const char* CoolerText(int32_t status)
-{
-    switch (status) {
-    case QV_COOLER_OFF: return "off";
-    case QV_COOLER_ON: return "on";
-    case QV_COOLER_REGULATING: return "regulating";
-    case QV_COOLER_AT_TARGET: return "at target";
-    default: return "on by hand";
-    }
-}
-
-bool RegulationLives(const Session& session)
-{
-    const int32_t code = QV_Status(session.camera);
-    if (code == QV_ERROR_NONE) return true;
-    Complain("reading the temperature in the background", LibraryText(code), LibraryAdvice(code));
-    return false;
-}
-
-// QV_CheckTempEquil looks at a history that the library keeps for camera 0 only, so the
-// readings are counted here.
-CoolingResult WaitUntilCold(const Session& session, const CoolingRequest& request)
+// The exit code, or ExitDone: cold.
+int WaitUntilCold(const Session& session, const CoolingRequest& request, double comeBackSeconds)
 {
     const double start = SteadySeconds();
-    uint32_t lastTick = QV_BckGnd(session.camera);
-    int32_t inside = 0;
-    while (inside < ReadingsWanted) {
-        if (WaitOrBreak(0.1)) return CoolingResult::Broken;
-        if (!RegulationLives(session)) return CoolingResult::Failed;
-        // Ahead of all else: the readings may have stopped.
-        if (SteadySeconds() - start > request.waitLimit) {
-            ComplainAboutWait(TakeReading(session, start), request);
-            return CoolingResult::Failed;
-        }
-        const uint32_t tick = QV_BckGnd(session.camera);
-        if (tick == lastTick) continue;
-        lastTick = tick;
+    for (;;) {
+        if (BreakRequested()) return ExitBroken;
+        const int32_t code = qvns_wait_stable(session.camera, LookEvery);
+        if (code == QV_ERROR_NONE) break;
         const TemperatureReading reading = TakeReading(session, start);
-        inside = std::fabs(reading.celsius - request.target) <= request.tolerance ? inside + 1 : 0;
+        // Ahead of all else: the readings may have stopped.
+        if (reading.seconds > request.waitLimit) {
+            ComplainAboutWait(reading, request);
+            return ExitFailed;
+        }
+        if (!CameraIsThere(session, comeBackSeconds)) {
+            return BreakRequested() ? ExitBroken : ExitFailed;
+        }
         ProgressState(Text("cooling: %+.1f C, target %+.1f C, cooler %.1f %%", reading.celsius,
                            request.target, reading.power));
     }
     ProgressEnd();
-    return CoolingResult::Reached;
+    return ExitDone;
 }
 
-bool CoolDown(Session* session, const CoolingRequest& request, int* exitCode)
+} // namespace
+
+void StartCooling(Session* session, double target, const CoolingCourse& course)
+{
+    // Readings are in steps, so a tolerance of nothing means the target itself.
+    constexpr double Least = 1e-6;
+    session->cooling = true;
+    const QvnsCooling cooling = {target, course.ramp, std::max(course.tolerance, Least),
+                                 course.stable};
+    qvns_cool(session->camera, &cooling);
+}
+
+TemperatureReading TakeReading(const Session& session, double startSeconds)
+{
+    QvnsTemperature temperature = {};
+    qvns_temperature(session.camera, &temperature);
+    TemperatureReading reading;
+    reading.seconds = SteadySeconds() - startSeconds;
+    reading.celsius =
+        temperature.Readings > 0 ? temperature.Measured : std::numeric_limits<double>::quiet_NaN();
+    reading.power = temperature.Power;
+    reading.cooler = CoolerText(temperature);
+    return reading;
+}
+
+bool CoolDown(Session* session, const CoolingRequest& request, double comeBackSeconds,
+              int* exitCode)
 {
     if (!request.wanted) return true;
-    if (BreakRequested()) {
-        *exitCode = ExitBroken;
-        return false;
+    *exitCode = ExitBroken;
+    if (BreakRequested()) return false;
+    StartCooling(session, request.target, request.course);
+    *exitCode = WaitUntilCold(*session, request, comeBackSeconds);
+    return *exitCode == ExitDone;
+}
+
+void WarmUp(Session* session, const CoolingCourse& course)
+{
+    if (course.warmUp <= 0.0 || !session->cooling || BreakRequested()) return;
+    int32_t code = qvns_warm_up(session->camera, WarmCelsius, course.warmUp);
+    const double start = SteadySeconds();
+    while (code == QV_ERROR_NONE || code == QVNS_ERROR_TIME) {
+        code = qvns_wait_stable(session->camera, LookEvery);
+        if (code != QVNS_ERROR_TIME || BreakRequested()) break;
+        const TemperatureReading reading = TakeReading(*session, start);
+        ProgressState(Text("warming up: %+.1f C, cooler %.1f %%", reading.celsius, reading.power));
+        if (!CameraIsThere(*session, 0.0)) break;
     }
-    StartCooling(session, request.target);
-    switch (WaitUntilCold(*session, request)) {
-    case CoolingResult::Reached: return true;
-    case CoolingResult::Broken: *exitCode = ExitBroken; return false;
-    case CoolingResult::Failed: break;
-    }
-    *exitCode = ExitFailed;
-    return false;
+    ProgressEnd();
+    session->cooling = code != QV_ERROR_NONE;
 }

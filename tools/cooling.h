@@ -1,42 +1,42 @@
-// The cooler: switching it on, watching it, waiting until the sensor is cold.
+// The cooler: switching it on, watching it, waiting until the sensor is cold, warming it up.
 #pragma once
 #include <string>
 
 #include "tools/session.h"
 
+// How the set point moves, and when the sensor counts as cold.
+struct CoolingCourse {
+    double ramp = 0.0;      // degrees a minute; 0: the target at once
+    double tolerance = 0.5; // degrees
+    double stable = 3.0;    // seconds within the tolerance
+    double warmUp = 0.0;    // degrees a minute at the end; 0: the cooler goes off at once
+};
+
 struct CoolingRequest {
     bool wanted = false;
-    double target = 0.0;       // Celsius
-    double tolerance = 0.5;    // degrees
+    double target = 0.0; // Celsius
+    CoolingCourse course;
     double waitLimit = 1800.0; // seconds
     bool keep = false;         // the cooler stays on at the end, at its last drive
 };
 
 struct TemperatureReading {
     double seconds = 0.0; // since the start of the watch
-    double celsius = 0.0;
-    double power = 0.0; // percent
-    int32_t status = 0; // QV_COOLER_...
+    double celsius = 0.0; // no number: it cannot be read
+    double power = 0.0;   // percent
+    const char* cooler = "";
 };
 
-// Sets the target and starts regulation; the session must be open with
-// QV_OPTION_REGULATION.
-void StartCooling(Session* session, double target);
+// Sets the target and starts regulation.
+void StartCooling(Session* session, double target, const CoolingCourse& course);
 
 TemperatureReading TakeReading(const Session& session, double startSeconds);
 
-// "cooler off", "at target" ...
-const char* CoolerText(int32_t status);
-
-enum class CoolingResult { Reached, Broken, Failed };
-
-// Waits for six readings in a row within the tolerance. When it fails it says why.
-CoolingResult WaitUntilCold(const Session& session, const CoolingRequest& request);
-
-// Whether the background still reads the temperature; it ends for good at the first
-// reading that fails. Says why if not.
-bool RegulationLives(const Session& session);
-
 // Cools as the request wants it, and waits. When it returns false it has said why, and
 // `exitCode` is that of the program.
-bool CoolDown(Session* session, const CoolingRequest& request, int* exitCode);
+bool CoolDown(Session* session, const CoolingRequest& request, double comeBackSeconds,
+              int* exitCode);
+
+// Lets a sensor that this program has cooled warm up slowly, if the course wants that, and
+// switches its cooler off. A signal ends it.
+void WarmUp(Session* session, const CoolingCourse& course);

@@ -39,6 +39,17 @@ CLI::Option* AddKeepCooling(CLI::App* command, WatchRequest* request)
                              "Leaves the cooler on at the end, at its last drive");
 }
 
+// The course of the cooling, and the camera that is watched.
+std::vector<CLI::Option*> AddWatched(CLI::App* command, WatchRequest* request)
+{
+    std::vector<CLI::Option*> course = AddCourse(command, "Cooling", &request->course);
+    command->get_option("--warm-up")->excludes("--keep-cooling");
+    AddCameraOptions(command, &request->camera);
+    AddFindOptions(command, &request->camera);
+    AddComeBack(command, &request->camera);
+    return course;
+}
+
 void AddReadings(CLI::App* command, WatchRequest* request)
 {
     command->add_option("--interval", request->interval, "Seconds between readings, default 1")
@@ -159,7 +170,7 @@ void AddTemperature(CLI::App* app, WatchRequest* request)
     AddLength(command, "--seconds", "How long to watch", request)->required();
     AddReadings(command, request);
     AddKeepCooling(command, request);
-    AddCameraOptions(command, &request->camera);
+    AddWatched(command, request);
 }
 
 void AddMonitor(CLI::App* app, WatchRequest* request)
@@ -170,7 +181,7 @@ void AddMonitor(CLI::App* app, WatchRequest* request)
     AddLength(command, "--duration", "How long to watch; default until Ctrl-C", request);
     AddReadings(command, request);
     AddKeepCooling(command, request)->needs(target);
-    AddCameraOptions(command, &request->camera);
+    for (auto* option : AddWatched(command, request)) option->needs(target);
 }
 
 void AddWheel(CLI::App* app, WheelRequest* request)
@@ -200,6 +211,7 @@ void AddWheel(CLI::App* app, WheelRequest* request)
         ->type_name("N")
         ->check(Between(0, 4));
     AddCameraOptions(command, &request->camera);
+    AddFindOptions(command, &request->camera);
 }
 
 void AddRegisters(CLI::App* app, RegistersRequest* request)

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <memory>
 #include <numeric>
 
 #include "tools/breaker.h"
@@ -12,54 +13,72 @@
 
 namespace {
 
-// What a frame's file tells, as it is at this moment.
-void NoteStart(const Session& session, const ExposeRequest& request, FrameRecord* frame)
+// The frame of an exposure that a signal came ahead of has nothing to be kept.
+void BreakFrame(int32_t camera)
+{
+    if (!BreakRequested()) return;
+    QvnsState state = {};
+    qvns_state(camera, &state);
+    if (state.Frame == QVNS_FRAME_EXPOSING) {
+        qvns_finish(camera);
+    } else if (state.Frame < QVNS_FRAME_EXPOSING) {
+        qvns_abort(camera, 0.0);
+    }
+}
+
+int32_t AwaitFrame(int32_t camera, uint32_t number)
+{
+    constexpr double LookEvery = 0.05; // seconds
+    for (;;) {
+        const int32_t code = qvns_wait(camera, number, LookEvery);
+        if (code != QVNS_ERROR_TIME) return code;
+        BreakFrame(camera);
+    }
+}
+
+// One that the layer takes.
+int32_t TakeOrdinary(const Session& session, const ExposeRequest& request, FrameRecord* frame)
+{
+    QvnsExposure exposure;
+    qvns_init_exposure(&exposure);
+    exposure.Seconds = request.seconds;
+    exposure.Light = request.light ? 1 : 0;
+    const WindowRequest& window = request.picture.window;
+    if (window.set) {
+        exposure.X = window.x;
+        exposure.Y = window.y;
+        exposure.Width = window.width;
+        exposure.Height = window.height;
+    }
+    exposure.Trigger = request.trigger ? 1 : 0;
+    exposure.TriggerLimit = request.triggerLimit;
+    uint32_t number = 0;
+    int32_t code = qvns_start_exposure(session.camera, &exposure, &number);
+    if (code == QV_ERROR_NONE) code = AwaitFrame(session.camera, number);
+    frame->missing = code == QVNS_ERROR_ABORTED;
+    if (code != QV_ERROR_NONE) return frame->missing ? QV_ERROR_NONE : code;
+    QvnsMetadata metadata = {};
+    code =
+        qvns_fetch(session.camera, number, frame->pixels.data(), frame->pixels.size(), &metadata);
+    NoteMetadata(session, metadata, frame);
+    return code;
+}
+
+// One that is fetched in steps, and tells what the host knows at its start.
+int32_t TakeInSteps(const Session& session, const ExposeRequest& request,
+                    const std::shared_ptr<FrameRecord>& frame)
 {
     frame->light = request.light;
     frame->requestedSeconds = request.seconds;
     frame->exposedSeconds = request.seconds;
-    frame->cooling = request.cooling.wanted;
-    frame->targetCelsius = request.cooling.target;
-    NoteCamera(session, frame);
-    // The simulated camera counts the window's origin in unbinned pixels.
-    const bool unbinned = session.platform == QV_PLATFORM_DEMO;
-    frame->x = request.picture.window.x / (unbinned ? frame->horBinning : 1);
-    frame->y = request.picture.window.y / (unbinned ? frame->verBinning : 1);
-}
-
-// False: broken off ahead of its end, and there is no frame.
-bool CallLibrary(const Session& session, const ExposeRequest& request, uint16_t* buffer)
-{
-    if (request.armed.wanted) return TakeArmed(session, request.armed, request.seconds, buffer);
-    const int32_t shutter = request.light ? 1 : 0;
-    const WindowRequest& window = request.picture.window;
-    if (window.set) {
-        QV_FGetWinCCD(shutter, request.seconds, window.x, window.y, window.width, window.height,
-                      buffer, session.camera);
-    } else {
-        QV_FGetCCD(shutter, request.seconds, buffer, session.camera);
-    }
-    return true;
-}
-
-// The host holds the service off itself and takes the fast calls: so nothing waits
-// between the noted start and the exposure, and a failed frame leaves no hold behind.
-int32_t ReadFrame(const Session& session, const ExposeRequest& request, FrameRecord* frame)
-{
-    BreakerArm(session.camera);
-    QV_StopNow(session.camera);
-    NoteStart(session, request, frame);
+    NoteCamera(session, request.picture, frame.get());
     const double start = SteadySeconds();
-    const bool complete = CallLibrary(session, request, frame->pixels.data());
-    const int32_t code = QV_Status(session.camera);
-    QV_StartNow(session.camera);
-    BreakerArm(-1);
+    const int32_t code = TakeArmed(session, request.armed, request.seconds, frame);
 
     // The library shortens exposures of more than 500 whole milliseconds only, and does
     // not tell.
     const bool breakable = std::trunc(request.seconds * 1000.0) > 500.0;
     const double exposed = BreakSeconds() - start;
-    frame->missing = !complete;
     if (BreakRequested() && breakable && exposed < request.seconds) {
         frame->broken = true;
         frame->exposedSeconds = std::max(exposed, 0.0);
@@ -67,34 +86,30 @@ int32_t ReadFrame(const Session& session, const ExposeRequest& request, FrameRec
     return code;
 }
 
-// With internal buffers the library keeps the frame to itself.
-bool FetchInternal(const Session& session, FrameRecord* frame)
+// One attempt at a frame: the code of what failed, or 0.
+int32_t ReadFrame(const Session& session, const ExposeRequest& request,
+                  const std::shared_ptr<FrameRecord>& frame)
 {
-    if ((QV_GetMode(session.camera) & QV_OPTION_INTERNAL_BUFFERS) == 0) return true;
-    const uint16_t* buffer = QV_MatrixPointer(QV_MatrixGet(session.camera), session.camera);
-    if (buffer == nullptr) return false;
-    std::copy_n(buffer, PixelCount(*frame), frame->pixels.begin());
-    return true;
+    frame->cooling = request.cooling.wanted;
+    frame->targetCelsius = request.cooling.target;
+    return request.armed.wanted ? TakeInSteps(session, request, frame)
+                                : TakeOrdinary(session, request, frame.get());
+}
+
+// A frame that failed because the camera was gone is taken again when it is back.
+bool IsWorthAnother(const Session& session, const ExposeRequest& request, int32_t attempt)
+{
+    constexpr int32_t MostAttempts = 3;
+    if (request.camera.comeBack <= 0.0 || attempt == MostAttempts || BreakRequested()) return false;
+    QvnsState state = {};
+    qvns_state(session.camera, &state);
+    const bool wasGone = state.Camera != QVNS_CAMERA_OPEN || state.Recoveries > 0;
+    return wasGone && CameraIsThere(session, request.camera.comeBack);
 }
 
 // The exit code so far; ExitDone: go on.
-int TakeFrame(const Session& session, const ExposeRequest& request, int32_t number,
-              const FrameGeometry& geometry)
+int KeepFrame(const ExposeRequest& request, int32_t number, const FrameRecord& frame)
 {
-    FrameRecord frame;
-    frame.width = geometry.width;
-    frame.height = geometry.height;
-    if (!MakeRoom(geometry.room, &frame)) return ExitFailed;
-    ProgressBegin(Text("frame %d of %d", number, request.frames), request.seconds);
-    int32_t code = ReadFrame(session, request, &frame);
-    if (code == QV_ERROR_NONE && !FetchInternal(session, &frame)) code = QV_ERROR_IMAGE_BUFFER;
-    ProgressEnd();
-    if (code != QV_ERROR_NONE) {
-        Complain(Text("taking frame %d of %d with camera %d, %s", number, request.frames,
-                      session.camera, CameraText(session).c_str()),
-                 LibraryText(code), LibraryAdvice(code));
-        return ExitFailed;
-    }
     if (frame.missing) {
         std::fprintf(stderr, "qvn: broken off, the frame was given up\n");
         return ExitBroken;
@@ -110,6 +125,28 @@ int TakeFrame(const Session& session, const ExposeRequest& request, int32_t numb
     return SaveFrameFiles(frame, request.files, number, count) ? ExitDone : ExitFailed;
 }
 
+// The same.
+int TakeFrame(const Session& session, const ExposeRequest& request, int32_t number,
+              const FrameGeometry& geometry)
+{
+    for (int32_t attempt = 1;; ++attempt) {
+        const auto frame = std::make_shared<FrameRecord>();
+        frame->width = geometry.width;
+        frame->height = geometry.height;
+        if (!MakeRoom(geometry.room, frame.get())) return ExitFailed;
+        ProgressBegin(Text("frame %d of %d", number, request.frames), request.seconds);
+        const int32_t code = ReadFrame(session, request, frame);
+        ProgressEnd();
+        if (code == QV_ERROR_NONE) return KeepFrame(request, number, *frame);
+        Complain(Text("taking frame %d of %d with camera %d, %s", number, request.frames,
+                      session.camera, CameraText(session).c_str()),
+                 FailureText(session, code), LibraryAdvice(code));
+        if (!IsWorthAnother(session, request, attempt)) {
+            return BreakRequested() ? ExitBroken : ExitFailed;
+        }
+    }
+}
+
 int TakeFrames(Session* session, const ExposeRequest& request)
 {
     FrameGeometry geometry;
@@ -118,10 +155,11 @@ int TakeFrames(Session* session, const ExposeRequest& request)
         return ExitFailed;
     }
     int exitCode = ExitDone;
-    if (!CoolDown(session, request.cooling, &exitCode)) return exitCode;
+    const double comeBack = request.camera.comeBack;
+    if (!CoolDown(session, request.cooling, comeBack, &exitCode)) return exitCode;
     for (int32_t number = 1; number <= request.frames; ++number) {
         if (BreakRequested()) return ExitBroken;
-        if (request.cooling.wanted && !RegulationLives(*session)) return ExitFailed;
+        if (!CameraIsThere(*session, comeBack)) return BreakRequested() ? ExitBroken : ExitFailed;
         exitCode = TakeFrame(*session, request, number, geometry);
         if (exitCode != ExitDone) return exitCode;
     }
@@ -136,9 +174,11 @@ int RunExpose(const ExposeRequest& request)
     std::iota(numbers.begin(), numbers.end(), 1);
     if (!FrameFilesAreFine(request.files, numbers)) return ExitFailed;
     Session session;
-    if (!OpenSession(request.camera, request.cooling.wanted ? QV_OPTION_REGULATION : 0, &session)) {
+    if (!OpenSession(request.camera, CallsBy::Layer, &session)) {
         return BreakRequested() ? ExitBroken : ExitFailed;
     }
     const SessionCloser closer = {session, request.cooling.keep};
-    return TakeFrames(&session, request);
+    const int exitCode = TakeFrames(&session, request);
+    if (!request.cooling.keep) WarmUp(&session, request.cooling.course);
+    return exitCode;
 }

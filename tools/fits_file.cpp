@@ -107,11 +107,14 @@ void WriteCamera(FitsWriter* writer, const FrameRecord& frame)
 void WriteNotes(FitsWriter* writer, const FrameRecord& frame)
 {
     for (const FrameNote& note : frame.notes) {
-        if (note.isCount) {
-            const auto count = static_cast<int32_t>(note.value);
-            WriteWhole(writer, note.key.c_str(), count, note.comment.c_str());
+        const char* key = note.key.c_str();
+        const char* comment = note.comment.c_str();
+        if (!note.word.empty()) {
+            WriteWord(writer, key, note.word, comment);
+        } else if (note.isCount) {
+            AddFitsWhole(&writer->header, key, static_cast<int64_t>(note.value), comment);
         } else {
-            WriteNumber(writer, note.key.c_str(), note.value, note.comment.c_str());
+            WriteNumber(writer, key, note.value, comment);
         }
     }
 }

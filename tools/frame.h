@@ -12,6 +12,7 @@ struct FrameNote {
     double value;
     bool isCount;
     std::string comment;
+    std::string word; // in place of the value, unless it is empty
 };
 
 struct FrameRecord {

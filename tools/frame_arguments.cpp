@@ -53,11 +53,7 @@ void AddCooling(CLI::App* command, CoolingRequest* request)
                      ->type_name("CELSIUS")
                      ->check(Between(-200.0, 100.0))
                      ->group(group);
-    command->add_option("--tolerance", request->tolerance, "Degrees, default 0.5")
-        ->type_name("DEGREES")
-        ->check(Between(0.0, 100.0))
-        ->needs(cool)
-        ->group(group);
+    for (auto* option : AddCourse(command, group, &request->course)) option->needs(cool);
     command->add_option("--wait-limit", request->waitLimit, "Seconds, default 1800")
         ->type_name("S")
         ->check(Between(0.0, 1e6))
@@ -67,7 +63,22 @@ void AddCooling(CLI::App* command, CoolingRequest* request)
         ->add_flag("--keep-cooling", request->keep,
                    "Leaves the cooler on at the end, at its last drive; nobody regulates it then")
         ->needs(cool)
+        ->excludes("--warm-up")
         ->group(group);
+}
+
+void AddTrigger(CLI::App* command, ExposeRequest* request)
+{
+    auto* trigger =
+        command->add_flag("--trigger", request->trigger, "The camera's input starts each exposure")
+            ->group(Exposure);
+    command
+        ->add_option("--trigger-limit", request->triggerLimit,
+                     "How long to wait for it, each time; default: any time")
+        ->type_name("S")
+        ->check(Between(0.001, 1e6))
+        ->needs(trigger)
+        ->group(Exposure);
 }
 
 void AddFiles(CLI::App* command, const char* help, FrameFiles* files)
@@ -125,7 +136,7 @@ void AddArmed(CLI::App* command, ArmedRequest* request)
     auto* armed = command->add_flag("--armed", request->wanted,
                                     "Fetches the whole frame in steps, through the memory of the "
                                     "interface card: platforms 24, 30, 42, 44, 47");
-    armed->excludes(command->get_option("--dark"))->group(group);
+    armed->excludes("--dark")->excludes("--trigger")->group(group);
     command
         ->add_flag("--external-start", request->external,
                    "The camera's input starts the exposure; it is waited for without limit")
@@ -149,6 +160,7 @@ void AddExpose(CLI::App* app, ExposeRequest* request)
     AddLight(command, &request->light);
     AddSeconds(command, "--seconds", "Exposure, default 1", &request->seconds);
     AddCount(command, "--frames", "Number of frames", 99999, &request->frames);
+    AddTrigger(command, request);
     AddArmed(command, &request->armed);
     AddPictureOptions(
         command,
@@ -167,6 +179,8 @@ void AddExpose(CLI::App* app, ExposeRequest* request)
                    "Also writes a frame that Ctrl-C has cut short")
         ->group(Output);
     AddCameraOptions(command, &request->camera);
+    AddFindOptions(command, &request->camera);
+    AddComeBack(command, &request->camera);
 }
 
 void AddKinetics(CLI::App* app, KineticsRequest* request)
@@ -199,6 +213,7 @@ void AddKinetics(CLI::App* app, KineticsRequest* request)
     AddCooling(command, &request->cooling);
     AddFiles(command, "File, default series.fits", &request->files);
     AddCameraOptions(command, &request->camera);
+    AddFindOptions(command, &request->camera);
 }
 
 void AddArray(CLI::App* app, ArrayRequest* request)

@@ -5,7 +5,9 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <memory>
 
 #include "tools/breaker.h"
 #include "tools/commands.h"
@@ -41,6 +43,8 @@ bool HoldsShutterOpen(int32_t platform)
 struct SeriesRun {
     std::vector<uint16_t*> buffers;
     double seconds = 0.0;
+    bool cooling = false;
+    double regulatedAt = 0.0;
     size_t begun = 0; // readouts
     size_t cut = 0;   // the readout, from 1, whose exposure a signal broke; 0: none
     double firstAt = 0.0, lastAt = 0.0;
@@ -69,8 +73,19 @@ void ShowPart(size_t frame, const std::string& detail)
                  Text("frame %zu of %zu%s", frame, count, detail.c_str()));
 }
 
-void OnSeriesExposure(const char* secondsLeft, int32_t /*camera*/)
+// In long exposures the regulation goes on, up to the last second.
+void Regulate(double secondsLeft, int32_t camera)
 {
+    constexpr double Every = 0.5, Quiet = 1.0;
+    const double now = SteadySeconds();
+    if (!Run.cooling || secondsLeft < Quiet || now < Run.regulatedAt + Every) return;
+    Run.regulatedAt = now;
+    QV_TemperatureHandle(camera);
+}
+
+void OnSeriesExposure(const char* secondsLeft, int32_t camera)
+{
+    Regulate(std::strtod(secondsLeft, nullptr), camera);
     ShowPart(std::min(Run.begun + 1, Run.buffers.size()), Text(", %s s left", secondsLeft));
 }
 
@@ -81,7 +96,7 @@ void OnSeriesProgress(const char* text, int32_t percent, int32_t camera)
     if (begins) NoteReadout();
     if (BreakRequested() && Run.begun < Run.buffers.size()) Run.buffers[Run.begun] = nullptr;
     if (begins) ShowPart(Run.begun, "");
-    if (Run.begun == 0) OnProgress(text, percent, camera);
+    if (Run.begun == 0) ShowLibraryProgress(text, percent, camera);
 }
 
 // Frames that are whole. A readout that failed is the last one that began.
@@ -134,7 +149,9 @@ bool SeriesRowsFit(const Session& session, const KineticsRequest& request)
 // the row as it stands.
 int32_t SeriesRow(const Session& session, int32_t row)
 {
-    return WindowsHaveRows(session.platform) ? row : QV_GetDimY(session.camera) - row;
+    if (WindowsHaveRows(session.platform)) return row;
+    const int32_t camera = session.camera;
+    return RunAtCamera(session, 1.0, [camera] { return QV_GetDimY(camera); }) - row;
 }
 
 void NoteStart(const Session& session, const KineticsRequest& request, double seconds,
@@ -147,22 +164,29 @@ void NoteStart(const Session& session, const KineticsRequest& request, double se
     frame->targetCelsius = request.cooling.target;
     frame->x = request.picture.window.x;
     frame->y = request.picture.window.y;
-    NoteCamera(session, frame);
+    NoteCamera(session, request.picture, frame);
 }
 
-int32_t TakeSeries(const Session& session, const KineticsRequest& request, FrameRecord* frame)
+// What goes on behind the caller's back, if the camera never answers, belongs to itself.
+int32_t TakeSeries(const Session& session, const KineticsRequest& request,
+                   const std::shared_ptr<FrameRecord>& frame)
 {
     const int32_t row = SeriesRow(session, frame->y);
-    // Their number is counted by the reports.
-    QV_SetMode(QV_OPTION_SILENT, 0, session.camera);
-    QV_SetFunction(ProgressSlot, reinterpret_cast<void*>(OnSeriesProgress), session.camera);
-    QV_SetFunction(ExposureSlot, reinterpret_cast<void*>(OnSeriesExposure), session.camera);
+    const double one = request.seconds + ReadoutSeconds(session, request.picture);
+    const double expected = one * static_cast<double>(frame->planes);
     BreakerArm(session.camera);
-    QV_Kinetics(frame->light ? 1 : 0, request.seconds, frame->planes, frame->x, row, frame->width,
-                frame->height, Run.buffers.data(), session.camera);
+    const int32_t code = RunAtCamera(
+        session, expected, [frame, row, seconds = request.seconds, camera = session.camera] {
+            // Their number is counted by the reports.
+            QV_SetFunction(ProgressSlot, reinterpret_cast<void*>(OnSeriesProgress), camera);
+            QV_SetFunction(ExposureSlot, reinterpret_cast<void*>(OnSeriesExposure), camera);
+            QV_Kinetics(frame->light ? 1 : 0, seconds, frame->planes, frame->x, row, frame->width,
+                        frame->height, Run.buffers.data(), camera);
+            return QV_Status(camera);
+        });
     BreakerArm(-1);
     ProgressEnd();
-    return QV_Status(session.camera);
+    return code;
 }
 
 // Shrinks the series to what is whole.
@@ -170,13 +194,13 @@ void KeepWhole(size_t whole, FrameRecord* frame)
 {
     if (whole < Run.buffers.size()) {
         frame->notes.push_back({"FRAMEREQ", static_cast<double>(frame->planes), true,
-                                "frames requested, of which these came"});
+                                "frames requested, of which these came", ""});
     }
     frame->planes = static_cast<int32_t>(whole);
     if (Run.begun < 2) return;
     const double period = (Run.lastAt - Run.firstAt) / static_cast<double>(Run.begun - 1);
     frame->notes.push_back(
-        {"FRAMEPER", period, false, "[s] mean time from frame to frame, host's clock"});
+        {"FRAMEPER", period, false, "[s] mean time from frame to frame, host's clock", ""});
 }
 
 int SaveSeries(const Session& session, const KineticsRequest& request, int32_t code,
@@ -191,7 +215,7 @@ int SaveSeries(const Session& session, const KineticsRequest& request, int32_t c
     } else if (code != QV_ERROR_NONE) {
         Complain(Text("taking frame %zu of %zu with camera %d, %s", whole + 1, wanted,
                       session.camera, CameraText(session).c_str()),
-                 LibraryText(code), LibraryAdvice(code));
+                 FailureText(session, code), LibraryAdvice(code));
     }
     if (whole > 0 && !SaveFrameFiles(*frame, request.files, 1, 1)) return ExitFailed;
     if (code != QV_ERROR_NONE && !broken) return ExitFailed;
@@ -200,25 +224,26 @@ int SaveSeries(const Session& session, const KineticsRequest& request, int32_t c
 
 int RunSeries(const Session& session, const KineticsRequest& request, const FrameGeometry& geometry)
 {
-    FrameRecord frame;
-    frame.width = geometry.width;
-    frame.height = geometry.height;
-    const size_t one = PixelCount(frame);
+    const auto frame = std::make_shared<FrameRecord>();
+    frame->width = geometry.width;
+    frame->height = geometry.height;
+    const size_t one = PixelCount(*frame);
     const auto count = static_cast<size_t>(request.frames);
     const double bytes = 2.0 * static_cast<double>(one * count);
     if (!SeriesRowsFit(session, request) || !MemoryHolds(bytes) ||
         !DiskHolds(request.files.output, bytes) ||
-        !MakeRoom(one * (count - 1) + geometry.room, &frame)) {
+        !MakeRoom(one * (count - 1) + geometry.room, frame.get())) {
         return ExitFailed;
     }
-    frame.planes = request.frames;
+    frame->planes = request.frames;
     Run = SeriesRun{};
     Run.seconds = request.seconds;
-    for (size_t i = 0; i < count; ++i) Run.buffers.push_back(frame.pixels.data() + i * one);
+    Run.cooling = request.cooling.wanted;
+    for (size_t i = 0; i < count; ++i) Run.buffers.push_back(frame->pixels.data() + i * one);
     ProgressBegin(Text("series of %d frames", request.frames), request.seconds);
-    NoteStart(session, request, request.seconds, &frame);
-    const int32_t code = TakeSeries(session, request, &frame);
-    return SaveSeries(session, request, code, &frame);
+    NoteStart(session, request, request.seconds, frame.get());
+    const int32_t code = TakeSeries(session, request, frame);
+    return SaveSeries(session, request, code, frame.get());
 }
 
 bool ShiftsFit(const Session& session, const KineticsRequest& request)
@@ -242,16 +267,21 @@ bool ShiftsFit(const Session& session, const KineticsRequest& request)
 }
 
 // The shutter is open ahead of the first interval; the library closes it behind the last.
-int32_t TakeShifted(const Session& session, const KineticsRequest& request, FrameRecord* frame)
+int32_t TakeShifted(const Session& session, const KineticsRequest& request,
+                    const std::shared_ptr<FrameRecord>& frame)
 {
-    QV_StopNow(session.camera);
-    QV_ClearCCD(session.camera);
-    if (request.light) QV_ShutterControl(1, session.camera);
-    NoteStart(session, request, request.interval, frame);
-    QV_KineticsCCD(0, request.interval, request.shifts, request.lines, frame->pixels.data(),
-                   session.camera);
-    const int32_t code = QV_Status(session.camera);
-    QV_StartNow(session.camera);
+    NoteStart(session, request, request.interval, frame.get());
+    const double expected =
+        request.interval * request.shifts + ReadoutSeconds(session, request.picture);
+    const int32_t code =
+        RunAtCamera(session, expected,
+                    [frame, interval = request.interval, shifts = request.shifts,
+                     lines = request.lines, camera = session.camera] {
+                        QV_ClearCCD(camera);
+                        if (frame->light) QV_ShutterControl(1, camera);
+                        QV_KineticsCCD(0, interval, shifts, lines, frame->pixels.data(), camera);
+                        return QV_Status(camera);
+                    });
     ProgressEnd();
     return code;
 }
@@ -259,10 +289,10 @@ int32_t TakeShifted(const Session& session, const KineticsRequest& request, Fram
 int RunShifted(const Session& session, const KineticsRequest& request,
                const FrameGeometry& geometry)
 {
-    FrameRecord frame;
-    frame.width = geometry.width;
-    frame.height = geometry.height;
-    if (!ShiftsFit(session, request) || !MakeRoom(geometry.room, &frame)) return ExitFailed;
+    const auto frame = std::make_shared<FrameRecord>();
+    frame->width = geometry.width;
+    frame->height = geometry.height;
+    if (!ShiftsFit(session, request) || !MakeRoom(geometry.room, frame.get())) return ExitFailed;
     if (request.light && !HoldsShutterOpen(session.platform)) {
         std::fprintf(stderr,
                      "qvn: %s does not hold its shutter open: light has to come by itself\n",
@@ -270,17 +300,18 @@ int RunShifted(const Session& session, const KineticsRequest& request,
     }
     ProgressStep(Text("%d shifts by %d lines, %g s apart: %.1f s", request.shifts, request.lines,
                       request.interval, request.shifts * request.interval));
-    const int32_t code = TakeShifted(session, request, &frame);
+    const int32_t code = TakeShifted(session, request, frame);
     if (code != QV_ERROR_NONE) {
         Complain(Text("reading the shifted frame with camera %d, %s", session.camera,
                       CameraText(session).c_str()),
-                 LibraryText(code), LibraryAdvice(code));
+                 FailureText(session, code), LibraryAdvice(code));
         return ExitFailed;
     }
-    frame.notes = {{"SHIFTS", static_cast<double>(request.shifts), true, "shifts of the charge"},
-                   {"SHIFTLIN", static_cast<double>(request.lines), true, "lines of a shift"},
-                   {"INTERVAL", request.interval, false, "[s] ahead of each shift"}};
-    if (!SaveFrameFiles(frame, request.files, 1, 1)) return ExitFailed;
+    frame->notes = {
+        {"SHIFTS", static_cast<double>(request.shifts), true, "shifts of the charge", ""},
+        {"SHIFTLIN", static_cast<double>(request.lines), true, "lines of a shift", ""},
+        {"INTERVAL", request.interval, false, "[s] ahead of each shift", ""}};
+    if (!SaveFrameFiles(*frame, request.files, 1, 1)) return ExitFailed;
     return BreakRequested() ? ExitBroken : ExitDone;
 }
 
@@ -289,7 +320,7 @@ int Take(Session* session, const KineticsRequest& request)
     FrameGeometry geometry;
     if (!PreparePicture(*session, request.picture, &geometry)) return ExitFailed;
     int exitCode = ExitDone;
-    if (!CoolDown(session, request.cooling, &exitCode)) return exitCode;
+    if (!CoolDown(session, request.cooling, 0.0, &exitCode)) return exitCode;
     if (BreakRequested()) return ExitBroken;
     return request.shifts > 0 ? RunShifted(*session, request, geometry)
                               : RunSeries(*session, request, geometry);
@@ -311,9 +342,11 @@ int RunKinetics(const KineticsRequest& request)
 {
     if (!FrameFilesAreFine(request.files, {1}) || !FormatFits(request)) return ExitFailed;
     Session session;
-    if (!OpenSession(request.camera, request.cooling.wanted ? QV_OPTION_REGULATION : 0, &session)) {
+    if (!OpenSession(request.camera, CallsBy::Layer, &session)) {
         return BreakRequested() ? ExitBroken : ExitFailed;
     }
     const SessionCloser closer = {session, request.cooling.keep};
-    return Take(&session, request);
+    const int exitCode = Take(&session, request);
+    if (!request.cooling.keep) WarmUp(&session, request.cooling.course);
+    return exitCode;
 }

@@ -1,6 +1,8 @@
 // qvn, the program: its arguments. What a command does is in its own source.
 #include <CLI/CLI.hpp>
 
+#include <unistd.h>
+
 #include <csignal>
 #include <cstdint>
 #include <exception>
@@ -59,6 +61,7 @@ void AddInfo(CLI::App* app, InfoRequest* request)
     auto* command = app->add_subcommand("info", "Opens a camera and shows what it reports");
     command->add_flag("--json", request->json, "As JSON");
     AddCameraOptions(command, &request->camera);
+    AddFindOptions(command, &request->camera);
 }
 
 void AddWave(CLI::App* app, Requests* requests)
@@ -191,11 +194,19 @@ int ParseAndRun(int count, char** arguments)
     }
 }
 
+// Nothing is taken away from under a call of the library that does not come back.
+int EndProgram(int exitCode)
+{
+    exitCode = FinishOutput(LeaveVirtualWorld(exitCode));
+    if (CallIsLeftBehind()) _exit(exitCode);
+    return exitCode;
+}
+
 } // namespace
 
 int main(int count, char** arguments)
 {
     // A reader of the output that goes away must not leave the camera open and cooled.
     std::signal(SIGPIPE, SIG_IGN);
-    return FinishOutput(LeaveVirtualWorld(ParseAndRun(count, arguments)));
+    return EndProgram(ParseAndRun(count, arguments));
 }

@@ -106,7 +106,7 @@ std::vector<std::string> Compose(const Session& session, const WatchRequest& req
             (request.cools ? Text(", target %+.1f C, %+.1f to go", request.target,
                                   request.target - reading.celsius)
                            : ""),
-        Text("Cooler  %s", CoolerText(reading.status)),
+        Text("Cooler  %s", reading.cooler),
         Text("Power   [%s] %.1f %%", bar.c_str(), reading.power),
     };
     const size_t free = terminal.rows > LinesBeside ? terminal.rows - LinesBeside : 0;

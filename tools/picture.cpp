@@ -2,6 +2,7 @@
 #include "tools/picture.h"
 
 #include <chrono>
+#include <cmath>
 #include <cstdio>
 #include <ctime>
 #include <new>
@@ -14,18 +15,33 @@ namespace {
 // Platforms 300 and 450 write so many behind a frame.
 constexpr size_t PixelsBehind = 3;
 
-std::string UtcNow()
+std::string UtcText(double unixSeconds)
 {
-    using std::chrono::duration_cast;
-    using std::chrono::milliseconds;
-    const auto now = std::chrono::system_clock::now().time_since_epoch();
-    const int64_t stamp = duration_cast<milliseconds>(now).count();
+    const auto stamp = static_cast<int64_t>(std::floor(unixSeconds * 1000.0));
     const auto seconds = static_cast<time_t>(stamp / 1000);
     tm parts = {};
     gmtime_r(&seconds, &parts);
     char text[32];
     std::strftime(text, sizeof(text), "%Y-%m-%dT%H:%M:%S", &parts);
     return Text("%s.%03d", text, static_cast<int>(stamp % 1000));
+}
+
+double UnixNow()
+{
+    const auto now = std::chrono::system_clock::now().time_since_epoch();
+    return std::chrono::duration<double>(now).count();
+}
+
+// The sensor has been read at least once since the camera was opened.
+bool ReadingIsThere(const Session& session, QvnsTemperature* temperature)
+{
+    return qvns_temperature(session.camera, temperature) == QV_ERROR_NONE &&
+           temperature->Readings > 0;
+}
+
+std::string HashText(uint64_t hash)
+{
+    return Text("%016llx", static_cast<unsigned long long>(hash));
 }
 
 bool SetBinning(const Session& session, const PictureRequest& request)
@@ -38,19 +54,30 @@ bool SetBinning(const Session& session, const PictureRequest& request)
                  "a lower --binning");
         return false;
     }
-    QV_SetBinning(request.horBinning, request.verBinning, session.camera);
-    const int32_t code = QV_Status(session.camera);
+    const int32_t code =
+        qvns_set_binning(session.camera, request.horBinning, request.verBinning, 0.0);
     if (code == QV_ERROR_NONE) return true;
-    Complain(doing, LibraryText(code), LibraryAdvice(code));
+    Complain(doing, FailureText(session, code), LibraryAdvice(code));
     return false;
 }
 
+// The layer knows the gains of the platform's table; the last setting is the user's own.
 bool SetGain(const Session& session, const PictureRequest& request)
 {
-    QV_SetGain(request.gain, session.camera);
-    const int32_t code = QV_Status(session.camera);
+    constexpr int32_t UsersGain = 4;
+    const int32_t camera = session.camera;
+    int32_t code = QV_ERROR_NONE;
+    if (request.gain == UsersGain) {
+        code = RunAtCamera(session, 1.0, [camera] {
+            QV_SetGain(UsersGain, camera);
+            return QV_Status(camera);
+        });
+    } else {
+        code = qvns_set_gain(camera, request.gain, 0.0);
+    }
     if (code == QV_ERROR_NONE) return true;
-    Complain(Text("setting --gain %d", request.gain), LibraryText(code), LibraryAdvice(code));
+    Complain(Text("setting --gain %d", request.gain), FailureText(session, code),
+             LibraryAdvice(code));
     return false;
 }
 
@@ -102,19 +129,76 @@ bool MakeRoom(size_t pixels, FrameRecord* frame)
     }
 }
 
+double ReadoutSeconds(const Session& session, const PictureRequest& request)
+{
+    QvnsExposure exposure;
+    qvns_init_exposure(&exposure);
+    if (request.window.set) {
+        exposure.X = request.window.x;
+        exposure.Y = request.window.y;
+        exposure.Width = request.window.width;
+        exposure.Height = request.window.height;
+    }
+    QvnsDuration duration = {};
+    qvns_expected(session.camera, &exposure, &duration);
+    return duration.Load + duration.Readout;
+}
+
 void NoteInstrument(const Session& session, FrameRecord* frame)
 {
     frame->pixelWidthUm = session.ccd.XpixDim;
     frame->pixelHeightUm = session.ccd.YpixDim;
     frame->platform = session.platformName;
     frame->sensor = session.sensorName;
-    frame->startUtc = UtcNow();
+    frame->startUtc = UtcText(UnixNow());
 }
 
-void NoteCamera(const Session& session, FrameRecord* frame)
+void NoteCamera(const Session& session, const PictureRequest& request, FrameRecord* frame)
 {
-    frame->hasTemperature = ReadCelsius(session, &frame->celsius) == QV_ERROR_NONE;
-    QV_GetBinning(&frame->horBinning, &frame->verBinning, session.camera);
-    frame->gain = QV_GetGain(session.camera);
+    QvnsTemperature temperature = {};
+    frame->hasTemperature = ReadingIsThere(session, &temperature);
+    frame->celsius = temperature.Measured;
+    frame->horBinning = request.horBinning;
+    frame->verBinning = request.verBinning;
+    frame->gain = request.gain;
     NoteInstrument(session, frame);
+}
+
+void NoteMetadata(const Session& session, const QvnsMetadata& metadata, FrameRecord* frame)
+{
+    NoteInstrument(session, frame);
+    frame->startUtc = UtcText(metadata.StartUnix);
+    frame->light = metadata.Light != 0;
+    frame->requestedSeconds = metadata.Seconds;
+    frame->exposedSeconds = metadata.Exposed;
+    frame->broken = metadata.Exposed < metadata.Seconds;
+    frame->horBinning = metadata.HorBinning;
+    frame->verBinning = metadata.VerBinning;
+    // The simulated camera counts the window's origin in unbinned pixels.
+    const bool unbinned = session.platform == QV_PLATFORM_DEMO;
+    frame->x = metadata.X / (unbinned ? metadata.HorBinning : 1);
+    frame->y = metadata.Y / (unbinned ? metadata.VerBinning : 1);
+    frame->gain = metadata.Gain;
+    QvnsTemperature temperature = {};
+    frame->hasTemperature = ReadingIsThere(session, &temperature);
+    frame->celsius = metadata.TemperatureStart;
+    if (frame->hasTemperature) {
+        frame->notes.push_back(
+            {"TEMPEND", metadata.TemperatureEnd, false, "[degC] sensor, at the end", ""});
+    }
+    if (metadata.CoolerOn != 0) {
+        frame->notes.push_back(
+            {"COOLPOWR", metadata.Power, false, "[%] drive of the cooler, at the start", ""});
+    }
+    frame->notes.push_back({"DATE-END", 0.0, false, "frame there, UTC", UtcText(metadata.EndUnix)});
+    if (metadata.Serial != -1) {
+        const auto serial = static_cast<double>(static_cast<uint32_t>(metadata.Serial));
+        frame->notes.push_back({"SERIALNO", serial, true, "of the camera", ""});
+    }
+    if (metadata.PatternHash != 0) {
+        frame->notes.push_back(
+            {"PATHASH", 0.0, false, "FNV-1a of wave.bin", HashText(metadata.PatternHash)});
+    }
+    frame->notes.push_back(
+        {"DEFHASH", 0.0, false, "FNV-1a of the definitions", HashText(metadata.DefinitionHash)});
 }

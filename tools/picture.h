@@ -28,8 +28,14 @@ bool PreparePicture(const Session& session, const PictureRequest& request, Frame
 // Room for the pixels; complains if there is none.
 bool MakeRoom(size_t pixels, FrameRecord* frame);
 
+// Seconds that a readout should take.
+double ReadoutSeconds(const Session& session, const PictureRequest& request);
+
 // What a frame's file tells of the camera's kind; the start is now.
 void NoteInstrument(const Session& session, FrameRecord* frame);
 
 // The same, and how the camera is at this moment.
-void NoteCamera(const Session& session, FrameRecord* frame);
+void NoteCamera(const Session& session, const PictureRequest& request, FrameRecord* frame);
+
+// The same of a frame that the layer took, at its start and its end.
+void NoteMetadata(const Session& session, const QvnsMetadata& metadata, FrameRecord* frame);

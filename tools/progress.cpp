@@ -7,6 +7,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <mutex>
 
 #include "tools/text.h"
 
@@ -14,7 +15,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// The callbacks carry no pointer of the host, so this is one for the program.
+// Not all callbacks carry a pointer of the host, so this is one for the program.
 struct ProgressView {
     std::string title;
     std::string caption;
@@ -27,6 +28,9 @@ struct ProgressView {
 };
 
 ProgressView View;
+std::mutex ViewLock;
+
+using Locked = std::lock_guard<std::mutex>;
 
 constexpr int32_t BarWidth = 20;
 
@@ -72,11 +76,18 @@ void Show(int32_t percent, const std::string& detail)
     }
 }
 
+void EndLine()
+{
+    if (View.lineOpen) std::fprintf(stderr, "\n");
+    View.lineOpen = false;
+}
+
 } // namespace
 
 void ProgressBegin(const std::string& title, double seconds)
 {
-    ProgressEnd();
+    const Locked locked(ViewLock);
+    EndLine();
     View = ProgressView{};
     View.title = title;
     View.seconds = seconds;
@@ -86,29 +97,43 @@ void ProgressBegin(const std::string& title, double seconds)
 
 void ProgressPart(int32_t percent, const std::string& detail)
 {
+    const Locked locked(ViewLock);
     View.caption = "Running";
     Show(percent, detail);
 }
 
-void OnExposure(const char* secondsLeft, int32_t /*camera*/)
+void ShowCountdown(int32_t /*camera*/, double secondsLeft, void* /*context*/)
 {
-    const double left =
-        secondsLeft != nullptr ? std::max(std::strtod(secondsLeft, nullptr), 0.0) : 0.0;
+    const Locked locked(ViewLock);
+    const double left = std::max(secondsLeft, 0.0);
     const double done = View.seconds > 0.0 ? 100.0 * (1.0 - left / View.seconds) : 100.0;
     View.caption = "Exposing";
     Show(static_cast<int32_t>(std::clamp(done, 0.0, 100.0)), Text("%.1f s left", left));
 }
 
-void OnProgress(const char* text, int32_t percent, int32_t /*camera*/)
+void ShowProgress(int32_t /*camera*/, const char* text, int32_t percent, void* /*context*/)
 {
+    const Locked locked(ViewLock);
     // Open and binning load patterns before any frame has begun.
     if (View.title.empty()) View.title = "camera";
     if (text != nullptr && *text != '\0') View.caption = text;
     Show(percent, "");
 }
 
+void ShowLibraryExposure(const char* secondsLeft, int32_t camera)
+{
+    const double left = secondsLeft != nullptr ? std::strtod(secondsLeft, nullptr) : 0.0;
+    ShowCountdown(camera, left, nullptr);
+}
+
+void ShowLibraryProgress(const char* text, int32_t percent, int32_t camera)
+{
+    ShowProgress(camera, text, percent, nullptr);
+}
+
 void ProgressState(const std::string& text)
 {
+    const Locked locked(ViewLock);
     if (OnTerminal()) {
         DrawOver(text);
         return;
@@ -122,6 +147,7 @@ void ProgressState(const std::string& text)
 
 void ProgressStep(const std::string& text)
 {
+    const Locked locked(ViewLock);
     if (OnTerminal()) {
         DrawOver(text);
     } else {
@@ -131,6 +157,6 @@ void ProgressStep(const std::string& text)
 
 void ProgressEnd()
 {
-    if (View.lineOpen) std::fprintf(stderr, "\n");
-    View.lineOpen = false;
+    const Locked locked(ViewLock);
+    EndLine();
 }

@@ -1,5 +1,5 @@
 // What happens meanwhile, on stderr: one line that is drawn over on a terminal, plain
-// lines elsewhere. One thread only, the one that calls the library.
+// lines elsewhere. Any thread.
 #pragma once
 #include <cstdint>
 #include <string>
@@ -10,9 +10,11 @@ void ProgressBegin(const std::string& title, double seconds);
 // A part of what has begun, such as a frame of a series.
 void ProgressPart(int32_t percent, const std::string& detail);
 
-// The library's two callbacks.
-void OnExposure(const char* secondsLeft, int32_t camera);
-void OnProgress(const char* text, int32_t percent, int32_t camera);
+// The supervisor layer's two callbacks, and the library's.
+void ShowCountdown(int32_t camera, double secondsLeft, void* context);
+void ShowProgress(int32_t camera, const char* text, int32_t percent, void* context);
+void ShowLibraryExposure(const char* secondsLeft, int32_t camera);
+void ShowLibraryProgress(const char* text, int32_t percent, int32_t camera);
 
 // A state without a percentage, such as a temperature. Off a terminal it appears every
 // ten seconds only.

@@ -233,7 +233,7 @@ int RunRegisters(const RegistersRequest& request)
         return ExitFailed;
     }
     Session session;
-    if (!OpenSession(request.camera, 0, &session)) {
+    if (!OpenSession(request.camera, CallsBy::Program, &session)) {
         return BreakRequested() ? ExitBroken : ExitFailed;
     }
     const SessionCloser closer = {session, true};

@@ -3,7 +3,7 @@
 
 #include <cstdio>
 
-#include "include/qvn.h"
+#include "include/qvn_supervisor.h"
 #include "tools/progress.h"
 #include "tools/text.h"
 
@@ -39,6 +39,15 @@ const Advice AdviceRows[] = {
     {23, "make the library folder writable; wave.bin is written there"},
     {27, "check the camera's power supply"},
     {28, "update the camera's DSP"},
+    {QVNS_ERROR_BUSY, "it again in a moment"},
+    {QVNS_ERROR_TIME, "check the camera's power and cable"},
+    {QVNS_ERROR_LOST,
+     "pull the camera's plug or switch it off, which ends its call; the program does not wait for "
+     "it"},
+    {QVNS_ERROR_NO_MEMORY, "a smaller --window or a higher --binning"},
+    {QVNS_ERROR_SERIAL, "`qvn info --camera N` shows the number of each camera"},
+    {QVNS_ERROR_FAULT,
+     "check the camera's power and cable; --come-back SECONDS waits for a camera that comes back"},
 };
 
 } // namespace
@@ -72,7 +81,7 @@ int FinishOutput(int exitCode)
 
 std::string LibraryText(int32_t code)
 {
-    const char* text = QV_ErrorMessage(code);
+    const char* text = qvns_error_text(code);
     const bool known = text != nullptr && *text != '\0';
     return Text("%s (error %d)", known ? text : "The library has no text for this", code);
 }

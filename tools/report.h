@@ -23,7 +23,8 @@ bool OutputFailed();
 // of that too; says so.
 int FinishOutput(int exitCode);
 
-// The library's text of a status code, with the number behind it.
+// The text of a status code, of the library or of the supervisor layer, with the number behind
+// it.
 std::string LibraryText(int32_t code);
 
 // What a person can do about a status code.

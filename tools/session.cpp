@@ -2,9 +2,12 @@
 #include "tools/session.h"
 
 #include <algorithm>
+#include <exception>
 #include <filesystem>
+#include <memory>
 #include <system_error>
 
+#include "include/qvn_bench.h"
 #include "tools/breaker.h"
 #include "tools/catalogue_names.h"
 #include "tools/progress.h"
@@ -13,7 +16,7 @@
 
 namespace {
 
-constexpr size_t LongestLibraryPath = 1023;
+constexpr size_t LongestLibraryPath = 1022;
 constexpr char DefaultPlatform[] = "1";
 constexpr int32_t ServedArray = 1; // the number of an array whose background is served
 
@@ -168,7 +171,7 @@ void ComplainAboutOpen(const Session& session, int32_t code)
 {
     const bool demo = code == QV_ERROR_CAMERA_NOT_FOUND && session.platform == QV_PLATFORM_DEMO;
     Complain(Text("opening camera %d, %s", session.camera, CameraText(session).c_str()),
-             LibraryText(code) + OpenFailureDetail(session, code),
+             FailureText(session, code) + OpenFailureDetail(session, code),
              demo ? "`qvn init FOLDER` writes it, then --library-path FOLDER"
                   : LibraryAdvice(code));
 }
@@ -185,28 +188,127 @@ bool DefinitionIsUsable(const Session& session)
     return false;
 }
 
-void CallOpen(const CameraRequest& request, uint32_t options, CameraConfig* config,
-              const Session& session)
+void OpenArray(const CameraRequest& request, const Session& session)
+{
+    uint16_t array[4] = {};
+    for (const int32_t head : request.heads) array[1] |= static_cast<uint16_t>(1 << head);
+    QV_OpenArray(array, session.platform, session.sensor, 0, request.options, session.camera,
+                 ShowLibraryExposure, ShowLibraryProgress);
+}
+
+// By the program's own calls; the code of the library.
+int32_t OpenByLibrary(const CameraRequest& request, CameraConfig config, const Session& session)
 {
     const int32_t attach = request.attach ? 1 : 0;
-    if (request.filterWheel >= 0) config->FilterWheel = request.filterWheel;
+    config.Activity =
+        static_cast<int32_t>(static_cast<uint32_t>(config.Activity) | request.options);
     if (!request.configFile.empty()) {
-        config->Activity = static_cast<int32_t>(static_cast<uint32_t>(config->Activity) | options |
-                                                request.options);
-        QV_OpenByConfig(config, attach, OnExposure, OnProgress);
-        return;
+        QV_OpenByConfig(&config, attach, ShowLibraryExposure, ShowLibraryProgress);
+    } else {
+        QV_InitOptions(&config, session.camera);
+        if (request.isArray) {
+            OpenArray(request, session);
+        } else {
+            QV_Open(session.platform, session.sensor, request.interfaceAddress,
+                    InterfaceOf(request, session.platform), attach, session.camera, request.options,
+                    ShowLibraryExposure, ShowLibraryProgress);
+        }
     }
-    QV_InitOptions(config, session.camera);
-    if (request.isArray) {
-        uint16_t array[4] = {};
-        for (const int32_t head : request.heads) array[1] |= static_cast<uint16_t>(1 << head);
-        QV_OpenArray(array, session.platform, session.sensor, 0, options | request.options,
-                     session.camera, OnExposure, OnProgress);
-        return;
+    ProgressEnd();
+    return QV_Status(session.camera);
+}
+
+// In virtual time nothing goes on but within the calls of one thread.
+int32_t StartLayer(const CameraRequest& request)
+{
+    QvnsStart start;
+    qvns_init_start(&start);
+    if (QVB_TimeIsVirtual() != 0) {
+        start.Mode = QVNS_CALLER;
+        start.Seconds = QVB_Seconds;
     }
-    QV_Open(session.platform, session.sensor, request.interfaceAddress,
-            InterfaceOf(request, session.platform), attach, session.camera,
-            options | request.options, OnExposure, OnProgress);
+    const int32_t code = qvns_start(&start);
+    if (code != QV_ERROR_NONE || request.libraryPath.empty()) return code;
+    return qvns_set_path(request.libraryPath.c_str());
+}
+
+// Also when the exposure of a frame that a signal broke has not begun yet.
+void OnCountdown(int32_t camera, double secondsLeft, void* context)
+{
+    ShowCountdown(camera, secondsLeft, context);
+    if (BreakRequested()) qvns_finish(camera);
+}
+
+QvnsOpen LayerOpen(const CameraRequest& request, const CameraConfig& config, const Session& session)
+{
+    QvnsOpen open;
+    qvns_init_open(&open);
+    const CameraConfig usual = open.Config;
+    open.Config = config;
+    open.Config.Platform = session.platform;
+    open.Config.CCD = session.sensor;
+    open.Config.Activity =
+        static_cast<int32_t>(static_cast<uint32_t>(config.Activity) | request.options);
+    if (request.configFile.empty()) {
+        open.Config.Activity = static_cast<int32_t>(request.options);
+        open.Config.InterfaceAddress = request.interfaceAddress;
+        open.Config.ShutterHisteresys = usual.ShutterHisteresys;
+    }
+    open.Attach = request.attach ? 1 : 0;
+    open.AutoRecover = request.comeBack > 0.0 ? 1 : 0;
+    open.Progress = ShowProgress;
+    open.Countdown = OnCountdown;
+    return open;
+}
+
+int32_t OpenByLayer(const CameraRequest& request, const CameraConfig& config, Session* session)
+{
+    const QvnsOpen open = LayerOpen(request, config, *session);
+    int32_t code = StartLayer(request);
+    if (code == QV_ERROR_NONE) {
+        code = request.serial >= 0 ? qvns_open_serial(request.serial, &open, &session->camera)
+                                   : qvns_open(session->camera, &open);
+    }
+    ProgressEnd();
+    session->options = static_cast<uint32_t>(open.Config.Activity);
+    return code;
+}
+
+// Definitions and options as the camera has them.
+int32_t ReadDefinitions(Session* session)
+{
+    struct Definitions {
+        CcdDefinition ccd;
+        PlatformDefinition electronics;
+        uint32_t options;
+    };
+    const auto read = std::make_shared<Definitions>();
+    const int32_t camera = session->camera;
+    const int32_t code = RunAtCamera(*session, 1.0, [read, camera] {
+        QV_GetCCDdata(&read->ccd, camera);
+        QV_GetHPdata(&read->electronics, camera);
+        read->options = QV_GetMode(camera);
+        return QV_ERROR_NONE;
+    });
+    if (code != QV_ERROR_NONE) return code;
+    session->ccd = read->ccd;
+    session->electronics = read->electronics;
+    session->options |= read->options;
+    return code;
+}
+
+bool CallLeft; // has not come back
+
+void CloseCamera(const Session& session)
+{
+    if (session.callsBy == CallsBy::Program) {
+        QV_Close(session.camera);
+    } else {
+        qvns_close(session.camera, 0.0);
+        constexpr double LongestEnd = 2.0; // seconds; whoever is not done by then never will be
+        CallLeft = qvns_stop(LongestEnd) == QVNS_ERROR_LOST;
+    }
+    BreakerStop();
 }
 
 // With the background service the open of an array under another number never ends.
@@ -257,33 +359,25 @@ bool ChooseCamera(const CameraRequest& asked, Session* session, CameraConfig* co
     return ChooseFolder(asked, session) && ChooseCodes(asked, session, config);
 }
 
-bool OpenSession(const CameraRequest& asked, uint32_t options, Session* session)
+bool OpenSession(const CameraRequest& asked, CallsBy callsBy, Session* session)
 {
     CameraConfig config{};
     CameraRequest request = asked;
+    session->callsBy = callsBy;
     const bool chosen = ChooseFolder(request, session) && EnterVirtualWorld(request.world) &&
                         ChooseVirtualCamera(&request) && ChooseCodes(request, session, &config) &&
                         ServiceIsPossible(request, *session);
     if (!chosen) return false;
+    if (request.filterWheel >= 0) config.FilterWheel = request.filterWheel;
 
     BreakerStart();
-    CallOpen(request, options, &config, *session);
-    ProgressEnd();
-    const int32_t code = QV_Status(session->camera);
-    bool usable = QV_IsOn(session->camera) != 0 && code == QV_ERROR_NONE;
-    if (usable) {
-        QV_GetCCDdata(&session->ccd, session->camera);
-        QV_GetHPdata(&session->electronics, session->camera);
-        session->regulated = (QV_GetMode(session->camera) & QV_OPTION_REGULATION) != 0;
-        usable = DefinitionIsUsable(*session);
-    } else {
-        ComplainAboutOpen(*session, code);
-    }
-    if (!usable) {
-        QV_Close(session->camera);
-        BreakerStop();
-    }
-    return usable;
+    int32_t code = callsBy == CallsBy::Layer ? OpenByLayer(request, config, session)
+                                             : OpenByLibrary(request, config, *session);
+    if (code == QV_ERROR_NONE) code = ReadDefinitions(session);
+    if (code != QV_ERROR_NONE) ComplainAboutOpen(*session, code);
+    if (code == QV_ERROR_NONE && DefinitionIsUsable(*session)) return true;
+    CloseCamera(*session);
+    return false;
 }
 
 bool LoadDefinitions(const CameraRequest& request, Session* session)
@@ -305,24 +399,94 @@ void CloseSession(const Session& session, bool keepCooling)
 {
     BreakerArm(-1);
     // Nobody regulates any more, so a cooler that stays on is the user's decision.
-    if (session.cooling && !keepCooling) QV_Cooler(0, session.camera);
-    QV_Close(session.camera);
-    BreakerStop();
+    if (session.cooling && !keepCooling) {
+        qvns_cooler_off(session.camera);
+        QvnsState state;
+        const bool hears =
+            qvns_state(session.camera, &state) == QV_ERROR_NONE && state.Camera == QVNS_CAMERA_OPEN;
+        if (!hears) {
+            Complain("switching the cooler off", "the camera does not answer",
+                     "switch the camera off");
+        }
+    }
+    CloseCamera(session);
     ProgressEnd();
 }
 
-int32_t ReadCelsius(const Session& session, double* celsius)
+bool CallIsLeftBehind()
 {
-    if (session.regulated) {
-        *celsius = QV_GetTemp(nullptr, QV_CELSIUS, session.camera);
-    } else {
-        // The reading talks to the camera beside the timer unless that is held off.
-        QV_StopNow(session.camera);
-        *celsius = QV_ReadTemp(QV_CELSIUS, session.camera);
-        QV_StartNow(session.camera);
+    return CallLeft;
+}
+
+int32_t RunAtCamera(const Session& session, double expectedSeconds, std::function<int32_t()> work)
+{
+    if (session.callsBy == CallsBy::Program) return work();
+    struct Order {
+        std::function<int32_t()> work;
+        std::exception_ptr thrown;
+    };
+    auto order = std::make_unique<Order>(Order{std::move(work), nullptr});
+    const auto run = [](int32_t, void* context) {
+        auto* const mine = static_cast<Order*>(context);
+        try {
+            return mine->work();
+        } catch (...) {
+            mine->thrown = std::current_exception();
+            return static_cast<int32_t>(QVNS_ERROR_ABORTED);
+        }
+    };
+    constexpr double Longest = 86400.0;
+    const double expected = std::clamp(expectedSeconds, 0.0, Longest);
+    const int32_t code = qvns_run(session.camera, run, order.get(), expected, 0.0);
+    if (code == QVNS_ERROR_LOST || code == QVNS_ERROR_TIME) {
+        [[maybe_unused]] const Order* const running = order.release();
+        return code;
     }
-    return QV_Status(session.camera) == QV_ERROR_LINK_FAILURE ? QV_ERROR_LINK_FAILURE
-                                                              : QV_ERROR_NONE;
+    if (order->thrown != nullptr) std::rethrow_exception(order->thrown);
+    return code;
+}
+
+bool IdleOrBreak(double seconds)
+{
+    if (QVB_TimeIsVirtual() == 0) return WaitOrBreak(seconds);
+    // What is shorter than the layer's microsecond is no time to it.
+    constexpr double Shortest = 0.001, Longest = 1.0;
+    const double end = SteadySeconds() + seconds;
+    for (double left = seconds; left > 0.0 && !BreakRequested(); left = end - SteadySeconds()) {
+        qvns_idle(std::clamp(left, Shortest, Longest));
+    }
+    return BreakRequested();
+}
+
+std::string FailureText(const Session& session, int32_t code)
+{
+    std::string text = LibraryText(code);
+    QvnsState state;
+    if (session.callsBy == CallsBy::Program || qvns_state(session.camera, &state) != 0) return text;
+    if (state.Wait[0] != '\0') text += Text(", waiting for %s", state.Wait);
+    return text;
+}
+
+bool CameraIsThere(const Session& session, double comeBackSeconds)
+{
+    const double start = SteadySeconds();
+    QvnsState state = {};
+    for (bool told = false;; told = true) {
+        const int32_t code = qvns_state(session.camera, &state);
+        if (code != QV_ERROR_NONE || state.Camera == QVNS_CAMERA_OPEN) return code == QV_ERROR_NONE;
+        const double gone = SteadySeconds() - start;
+        if (state.Camera == QVNS_CAMERA_LOST || gone >= comeBackSeconds) break;
+        if (!told) {
+            Complain(Text("camera %d, %s", session.camera, CameraText(session).c_str()),
+                     FailureText(session, state.LastError),
+                     Text("its plug; it is waited for, up to %g s", comeBackSeconds));
+        }
+        if (IdleOrBreak(0.1)) return false;
+    }
+    const int32_t code = state.Camera == QVNS_CAMERA_LOST ? QVNS_ERROR_LOST : state.LastError;
+    Complain(Text("camera %d, %s", session.camera, CameraText(session).c_str()),
+             FailureText(session, code), LibraryAdvice(code));
+    return false;
 }
 
 std::string CameraText(const Session& session)

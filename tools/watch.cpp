@@ -82,7 +82,7 @@ void LogReading(LogFile* log, const TemperatureReading& reading, const WatchRequ
     const std::string target = request.cools ? Text("%.3f", request.target) : "";
     bool written =
         std::fprintf(log->file, "%.3f,%.3f,%s,%.1f,%s\n", reading.seconds, reading.celsius,
-                     target.c_str(), reading.power, CoolerText(reading.status)) > 0 &&
+                     target.c_str(), reading.power, reading.cooler) > 0 &&
         std::fflush(log->file) == 0;
     if (written && reading.seconds >= log->synced + SyncSeconds) {
         written = fsync(fileno(log->file)) == 0;
@@ -125,7 +125,7 @@ void PrintReading(const Session& /*session*/, const WatchRequest& request,
     const TemperatureReading& reading = readings.back();
     const std::string target = request.cools ? Text("%+.1f", request.target) : "-";
     std::printf("%9.1f  %+11.1f  %8s  %9.1f  %s\n", reading.seconds, reading.celsius,
-                target.c_str(), reading.power, CoolerText(reading.status));
+                target.c_str(), reading.power, reading.cooler);
     std::fflush(stdout);
 }
 
@@ -164,7 +164,7 @@ int Watch(Session* session, const WatchRequest& request, const WatchView& view)
     LogFile log;
     if (!BeginLog(request, &log)) return ExitFailed;
     view.begin();
-    if (request.cools) StartCooling(session, request.target);
+    if (request.cools) StartCooling(session, request.target, request.course);
     const double start = SteadySeconds();
     bool alive = true;
     for (int32_t number = 0; alive && AnybodyLooks(request) && !BreakRequested(); ++number) {
@@ -173,11 +173,12 @@ int Watch(Session* session, const WatchRequest& request, const WatchView& view)
         LogReading(&log, readings.back(), request);
         const double next = number * request.interval + request.interval;
         if (next > request.seconds + request.interval / 1000.0) break;
-        WaitOrBreak(std::max(next - (SteadySeconds() - start), 0.0));
-        alive = RegulationLives(*session);
+        IdleOrBreak(std::max(next - (SteadySeconds() - start), 0.0));
+        alive = CameraIsThere(*session, request.camera.comeBack) || BreakRequested();
     }
     const bool logged = EndLog(&log, request);
     const bool drawn = SaveCourse(*session, request, readings);
+    if (alive && !request.keepCooling) WarmUp(session, request.course);
     if (!alive || !logged || !drawn) return ExitFailed;
     return BreakRequested() && std::isfinite(request.seconds) ? ExitBroken : ExitDone;
 }
@@ -190,7 +191,7 @@ int RunWatch(const WatchRequest& request, const WatchView& view)
 {
     if (!OutputsAreFine(request)) return ExitFailed;
     Session session;
-    if (!OpenSession(request.camera, QV_OPTION_REGULATION, &session)) {
+    if (!OpenSession(request.camera, CallsBy::Layer, &session)) {
         return BreakRequested() ? ExitBroken : ExitFailed;
     }
     // What was cooled ahead of a watch that does not cool stays so.

@@ -10,6 +10,7 @@ struct WatchRequest {
     CameraRequest camera;
     bool cools = false;
     double target = 0.0;
+    CoolingCourse course;
     bool keepCooling = false;
     double seconds = 0.0; // infinite: until a signal
     double interval = 1.0;

@@ -1,5 +1,6 @@
 // qvn wheel: the filter wheel at the camera.
 #include <cstdio>
+#include <cstdlib>
 
 #include "tools/breaker.h"
 #include "tools/commands.h"
@@ -124,33 +125,46 @@ bool RequestFits(const Session& session, int32_t kind, const WheelDrive* drive,
     return true;
 }
 
-// The exit code; the library's status belongs to what was done last.
-int EndOfStep(const Session& session, const std::string& doing)
+// The exit code.
+int EndOfStep(const Session& session, const std::string& doing, int32_t code)
 {
     ProgressEnd();
-    const int32_t code = QV_Status(session.camera);
-    if (code != QV_ERROR_NONE && session.platform == FirmwareWheel) {
+    if (code > QV_ERROR_NONE && session.platform == FirmwareWheel) {
         Complain(doing, Text("the wheel answered %d", code),
                  "check that a wheel is plugged in and turns freely");
         return ExitFailed;
     }
     if (code != QV_ERROR_NONE) {
-        Complain(doing, LibraryText(code), LibraryAdvice(code));
+        Complain(doing, FailureText(session, code), LibraryAdvice(code));
         return ExitFailed;
     }
     return BreakRequested() ? ExitBroken : ExitDone;
+}
+
+// Settings go over by a call of the library that says whether the zero position is found with
+// them.
+using SettingsCall = decltype(&QV_SetFW);
+
+int32_t SendSettings(const Session& session, const WheelRequest& request, SettingsCall call)
+{
+    constexpr double StepSeconds = 0.02, UsualSeconds = 30.0;
+    const double expected = UsualSeconds + StepSeconds * std::abs(request.zeroOffset);
+    const int32_t camera = session.camera;
+    return RunAtCamera(session, expected,
+                       [camera, call, setting = request.setting, hold = request.hold,
+                        zeroOffset = request.zeroOffset] {
+                           call(setting, hold, zeroOffset, camera);
+                           return QV_Status(camera);
+                       });
 }
 
 int FindZero(const Session& session, const WheelRequest& request)
 {
     const double start = SteadySeconds();
     ProgressStep("Filter wheel: finding the zero position");
-    if (request.handOver) {
-        QV_OpenFW(request.setting, request.hold, request.zeroOffset, session.camera);
-    } else {
-        QV_CalibFW(session.camera);
-    }
-    const int exitCode = EndOfStep(session, "finding the filter wheel's zero position");
+    const int32_t code = request.handOver ? SendSettings(session, request, QV_OpenFW)
+                                          : qvns_find_filters(session.camera, 0.0);
+    const int exitCode = EndOfStep(session, "finding the filter wheel's zero position", code);
     if (exitCode == ExitFailed) return exitCode;
     Announce(Text("Zero position found in %.1f s", SteadySeconds() - start));
     return exitCode;
@@ -159,8 +173,8 @@ int FindZero(const Session& session, const WheelRequest& request)
 int HandOver(const Session& session, const WheelRequest& request)
 {
     ProgressStep("Filter wheel: handing over the settings");
-    QV_SetFW(request.setting, request.hold, request.zeroOffset, session.camera);
-    const int exitCode = EndOfStep(session, "setting the filter wheel");
+    const int32_t code = SendSettings(session, request, QV_SetFW);
+    const int exitCode = EndOfStep(session, "setting the filter wheel", code);
     if (exitCode == ExitFailed) return exitCode;
     Announce(Text("Setting %d, hold %d and zero offset %d handed over", request.setting,
                   request.hold, request.zeroOffset));
@@ -171,8 +185,8 @@ int GoTo(const Session& session, int32_t position)
 {
     const double start = SteadySeconds();
     ProgressStep(Text("Filter wheel: going to position %d", position));
-    QV_SetFilter(position, session.camera);
-    const int exitCode = EndOfStep(session, Text("turning the filter wheel to %d", position));
+    const int32_t code = qvns_set_filter(session.camera, position, 0.0);
+    const int exitCode = EndOfStep(session, Text("turning the filter wheel to %d", position), code);
     if (exitCode == ExitFailed) return exitCode;
     Announce(Text("Turned to position %d in %.1f s", position, SteadySeconds() - start));
     return exitCode;
@@ -195,11 +209,12 @@ int Turn(const Session& session, const WheelDrive& drive, const WheelRequest& re
 int RunWheel(const WheelRequest& request)
 {
     Session session;
-    if (!OpenSession(request.camera, 0, &session)) {
+    if (!OpenSession(request.camera, CallsBy::Layer, &session)) {
         return BreakRequested() ? ExitBroken : ExitFailed;
     }
     const SessionCloser closer = {session, true};
-    const int32_t kind = QV_IsThereFW(session.camera);
+    const int32_t camera = session.camera;
+    const int32_t kind = RunAtCamera(session, 1.0, [camera] { return QV_IsThereFW(camera); });
     const WheelDrive* drive = FindDrive(session.platform, kind);
     if (!IsAction(request)) {
         PrintWheel(session, kind, drive);

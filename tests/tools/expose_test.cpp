@@ -292,7 +292,7 @@ TEST_F(QvnWithCamera, PartOfAnotherProgramIsInTheWayUnlessOverwritten)
     EXPECT_EQ(FilesIn(scratch), std::vector<std::string>{"a.fits"});
 }
 
-// 768 x 512 pixels are 786432 bytes, which end in the 274th block of 2880; 26 cards are one.
+// 768 x 512 pixels are 786432 bytes, which end in the 274th block of 2880; 30 cards are one.
 TEST_F(QvnWithCamera, FitsFileIsWholeBlocksOfCardsAndPixels)
 {
     ASSERT_EQ(RunCamera({"expose", "--seconds", "0", "--output", "a.fits"}).exitCode, 0);
@@ -305,8 +305,8 @@ TEST_F(QvnWithCamera, FitsFileIsWholeBlocksOfCardsAndPixels)
     EXPECT_EQ(card(3), "NAXIS1  =                  768" + std::string(50, ' '));
     EXPECT_EQ(card(10).substr(0, 33), "EXPTIME =                   0. / ");
     EXPECT_EQ(card(11), "IMAGETYP= 'Light Frame'       " + std::string(50, ' '));
-    EXPECT_EQ(card(25), "END" + std::string(77, ' '));
-    for (size_t number = 26; number < 36; ++number) EXPECT_EQ(card(number), blanks);
+    EXPECT_EQ(card(29), "END" + std::string(77, ' '));
+    for (size_t number = 30; number < 36; ++number) EXPECT_EQ(card(number), blanks);
     EXPECT_EQ(file.substr(2880 + 786432), std::string(2688, '\0'));
 }
 

