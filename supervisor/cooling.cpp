@@ -174,11 +174,12 @@ void Background(Slot* slot)
         EnterFault(slot);
         return;
     }
-    if (!HasOption(*slot, QV_OPTION_KEEP_CLEAN) || slot->frame.step == FrameInTrigger) return;
-    BeginWork(slot, QVNS_WORK_CLEAR, UsualSeconds(QVNS_WORK_CLEAR));
-    Library.ClearCCD(slot->camera);
-    EndWork(slot);
-    // However long it takes, the queue has its turn.
+    if (HasOption(*slot, QV_OPTION_KEEP_CLEAN) && slot->frame.step != FrameInTrigger) {
+        BeginWork(slot, QVNS_WORK_CLEAR, UsualSeconds(QVNS_WORK_CLEAR));
+        Library.ClearCCD(slot->camera);
+        EndWork(slot);
+    }
+    // However long both take, the queue has its turn.
     slot->backgroundUs = std::max(slot->backgroundUs, Seam.NowUs() + AgainUs);
 }
 
