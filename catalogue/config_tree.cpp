@@ -56,7 +56,7 @@ bool FitsInteger(double value, int type)
 bool CanBecomeFloats(config_setting_t* element)
 {
     config_setting_t* array = config_setting_parent(element);
-    if (array == nullptr || config_setting_type(array) != CONFIG_TYPE_ARRAY) return false;
+    if (config_setting_type(array) != CONFIG_TYPE_ARRAY) return false;
     const int count = config_setting_length(array);
     if (count > MaxElements) return false;
     for (int i = 0; i < count; ++i) {

@@ -58,11 +58,9 @@ bool WorkTurn(int32_t camera)
 // The next camera of the rotation; `camera` itself if there is no other.
 int32_t NextCamera(int32_t camera)
 {
-    for (int32_t i = 1; i <= CameraCount; ++i) {
-        const int32_t next = (camera + i) % CameraCount;
-        if (LoadFlag(TimerActive[next]) != 0) return next;
-    }
-    return camera;
+    int32_t next = (camera + 1) % CameraCount;
+    while (next != camera && LoadFlag(TimerActive[next]) == 0) next = (next + 1) % CameraCount;
+    return next;
 }
 
 // One tick serves the camera under the cursor. While that camera is held the

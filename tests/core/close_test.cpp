@@ -117,11 +117,14 @@ TEST_F(CloseCamera, ClosedRecordOpensAgainWithAnotherSensorAndPlatform)
 
 TEST_F(CloseCamera, UsbPlatformWithoutACloseRoutineClosesQuietly)
 {
-    ScriptSlots(0);
-    QV_Open(DriverlessPlatform, SmallSensor, 0, 6, 0, 0, 0, nullptr, nullptr);
-    ASSERT_EQ(QV_IsOn(0), 1);
-    QV_Close(0);
-    EXPECT_EQ(QV_IsOn(0), 0);
+    for (const int32_t platform : {DriverlessPlatform, 44}) {
+        ScriptSlots(0);
+        QV_Open(DriverlessPlatform, SmallSensor, 0, 6, 0, 0, 0, nullptr, nullptr);
+        ASSERT_EQ(QV_IsOn(0), 1);
+        CameraTable[0].LinkPlatform = platform;
+        QV_Close(0);
+        EXPECT_EQ(QV_IsOn(0), 0);
+    }
 }
 
 // Slots.

@@ -264,6 +264,17 @@ TEST_F(Eeprom, HeronKeepsAWordInTwoBytesLowByteFirst)
     EXPECT_FALSE(Camera.chip->enabled);
 }
 
+// It has no port card: whatever the host says, its line is in the status.
+TEST_F(Eeprom, HeronIsNotReadByPorts)
+{
+    OpenChip(60, ByteChip);
+    record.InterfaceType = InterfacePort1;
+    record.Ops.PortOut = [](uint16_t, uint8_t) { ADD_FAILURE(); };
+    Camera.chip->cells[0x0E] = 0x34;
+    Camera.chip->cells[0x0F] = 0x12;
+    EXPECT_EQ(EepromRead(7, 0), 0x1234);
+}
+
 // Opcode 0 and the address 96, 1100000.
 TEST_F(Eeprom, HeronEnablesWritingWithSevenBits)
 {
