@@ -290,6 +290,36 @@ TEST_F(VirtualWorld, CameraMemoryAndTemperatureAreThoseOfTheText)
     EXPECT_NEAR(QV_ReadTemp(QV_CELSIUS, 0), -7.5, 0.3);
 }
 
+// What the last open told of the converter's calibration.
+struct {
+    bool runs;
+    std::vector<int32_t> percents;
+    double began, ended;
+} Calibration;
+
+void NoteCalibration(const char* text, int32_t percent, int32_t)
+{
+    if (text != nullptr) Calibration.runs = std::string(text) == "Calibrating A/D";
+    if (!Calibration.runs) return;
+    if (text != nullptr) Calibration = {true, {}, QVB_Seconds(), 0.0};
+    Calibration.percents.push_back(percent);
+    Calibration.ended = QVB_Seconds();
+}
+
+// 200 rounds of 10 milliseconds, each tenth of which is told: 5, 10 and so on up to 95.
+TEST_F(VirtualWorld, OpenOfTarn3TakesTwoSecondsForItsConverter)
+{
+    std::vector<int32_t> wanted;
+    for (int32_t percent = 0; percent <= 100; percent += 5) wanted.push_back(percent);
+    ASSERT_EQ(Install("time=virtual;platform=22,sensor=255"), 0);
+    Calibration = {};
+    QV_Open(22, 255, -1, QV_INTERFACE_PCI_CARD, 0, 0, 0, nullptr, NoteCalibration);
+    ASSERT_EQ(QV_Status(0), 0);
+    EXPECT_EQ(Calibration.percents, wanted);
+    EXPECT_GE(Calibration.ended - Calibration.began, 2.0);
+    EXPECT_LT(Calibration.ended - Calibration.began, 2.1);
+}
+
 TEST_F(VirtualWorld, FaultsEndInTheLibrarysCodes)
 {
     const struct {
