@@ -3,9 +3,9 @@ from __future__ import annotations
 
 import ctypes
 import math
-from contextlib import ExitStack, suppress
+from contextlib import ExitStack, nullcontext, suppress
 from dataclasses import dataclass, replace
-from typing import Callable, Optional
+from typing import Callable, ContextManager, Optional
 
 import numpy as np
 
@@ -14,6 +14,7 @@ from ._cooler import TURN, Cooler
 from ._library import Library
 from ._metadata import describe
 from ._request import LONGEST_SHORT, Request
+from ._turns import SHARING
 from ._worker import Job, Result, Worker
 from .catalogue import DEMO, Entry
 from .errors import Aborted, CameraClosed, CameraTimeout, HeadFailure, QvnError
@@ -117,7 +118,7 @@ class Driver:
     def open(self) -> None:
         plan, dll, library = self.plan, self._dll, self.library
         config = plan.config
-        with library.shared, library.calling():
+        with self.hold_binning(), library.shared, library.calling():
             dll.QV_InitOptions(config, self.number)
             self._call_open()
             if plan.from_file:
@@ -128,6 +129,7 @@ class Driver:
                 dll.QV_Close(self.number)
                 raise
             self._opened = True
+            self._note_binning()
             library.cameras[self.number] = self
 
     def _call_open(self) -> None:
@@ -254,7 +256,7 @@ class Driver:
         """
         dll, number, cooler = self._dll, self.number, self.cooler
         power, binning = self.power(), self.binning
-        with self.library.shared, self.library.calling():
+        with self.hold_binning(), self.library.shared, self.library.calling():
             if self._opened:
                 self._set_regulation(False)
                 dll.QV_StartNow(number)
@@ -421,13 +423,31 @@ class Driver:
                 "pixels; x, y, width and height, with a width of at least 2"
             )
 
+    def hold_binning(
+        self, binning: Optional[Binning] = None, given_up: Callable[[], bool] = lambda: False
+    ) -> ContextManager[None]:
+        """Held round calls in which the library's binning must stay; None: or is changed."""
+        if self.plan.platform.code not in SHARING:
+            return nullcontext()
+        return self.library.turns.hold(self, binning, given_up)
+
+    def _note_binning(self) -> None:
+        if self.plan.platform.code in SHARING:
+            self.library.turns.last = self.binning
+
+    def _take_binning_back(self) -> None:
+        """Another camera may have changed the one that this camera shares with it."""
+        if self.plan.platform.code in SHARING and self.library.turns.last != self.binning:
+            self.set_binning(self.binning)
+
     def set_binning(self, binning: Binning) -> None:
-        with self.library.shared, self.library.calling():
+        with self.hold_binning(), self.library.shared, self.library.calling():
             self.fresh_status()
             self._dll.QV_SetBinning(binning.horizontal, binning.vertical, self.number)
             horizontal, vertical = ctypes.c_int32(), ctypes.c_int32()
             self._dll.QV_GetBinning(horizontal, vertical, self.number)
             self.binning = Binning(horizontal.value, vertical.value)
+            self._note_binning()
             self.check(f"setting binning {binning.horizontal} x {binning.vertical}")
             self._loaded = None
             self._pattern_lost = False
@@ -540,7 +560,8 @@ class Driver:
         frame = None
         self._begin(request)
         try:
-            with ExitStack() as held:
+            with self.hold_binning(self.binning, lambda: request.abort_asked), ExitStack() as held:
+                self._take_binning_back()
                 if self._builds(request) or self._dll.QV_Status(self.number) != 0:
                     self._load_pattern(request, held)
                 if request.trigger:

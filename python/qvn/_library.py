@@ -15,6 +15,7 @@ from typing import TYPE_CHECKING, Any, ContextManager, Iterator, Optional, Union
 
 from . import _records
 from ._checks import text
+from ._turns import BinningTurns
 from .errors import DefinitionError, LibraryNotFound, QvnError, error_of
 
 if TYPE_CHECKING:
@@ -56,6 +57,7 @@ class Library:
             _records.ExposureCallback(self._exposing),
             _records.ProgressCallback(self._progressing),
         )
+        self.turns = BinningTurns()
         self.left = False  #: the process was forked from one with open cameras
         self.virtual_time = False
         self._one_thread = threading.RLock()
@@ -115,6 +117,7 @@ class Library:
         """What is open belongs to the process that this one was forked from."""
         self.shared = shared
         self.choosing, self._one_thread = threading.RLock(), threading.RLock()
+        self.turns = BinningTurns()
         self.left = self.left or in_world or bool(self.cameras)
         for driver in self.cameras.values():
             driver.closed = True

@@ -213,7 +213,7 @@ class Service:
             raise ValueError("a sensor has two columns and two rows at least")
 
         def run() -> None:
-            with driver.library.shared, driver.library.calling():
+            with driver.hold_binning(), driver.library.shared, driver.library.calling():
                 driver.fresh_status()
                 driver.library.dll.QV_RWData(what, 0, ctypes.byref(changed), driver.number)
                 driver.note_sensor()

@@ -171,6 +171,40 @@ def test_one_camera_hangs_and_the_other_goes_on(make_world: MakeWorld) -> None:
         assert long.state == "exposing"
 
 
+@pytest.mark.parametrize("platform", [48, 300])
+def test_cameras_that_share_a_binning_take_turns(make_world: MakeWorld, platform: int) -> None:
+    one = f"platform={platform},sensor=kaf400e,scene=ramp"
+    world = make_world(f"time=virtual;{one};{one}")
+    with world.open() as plain, world.open() as binned:
+        whole = plain.expose(0.1)
+        assert whole[3, 300] == 303
+        binned.binning = 2
+        halves = binned.expose(0.1)
+        # Columns 200 and 201 of rows 100 and 101: 2 x 401 + 2 x 201 = 1204; 48 begins a row later.
+        assert halves[50, 100] == (1208 if platform == 48 else 1204)
+        assert (plain.expose(0.1) == whole).all() and plain.binning == (1, 1)
+        assert (binned.expose(0.1) == halves).all() and binned.binning == (2, 2)
+
+
+def test_cameras_that_share_a_binning_wait_for_one_another(make_world: MakeWorld) -> None:
+    one = "platform=300,sensor=kaf400e,scene=flat"
+    world = make_world(f"{one};{one};{one}")
+    with world.open() as first, world.open() as second, world.open() as third:
+        third.binning = 2
+        long = first.start(600.0)
+        wait_for(long, "exposing")
+        assert (second.expose(0.6)[:500] == 20000).all()  # with the same one at the same time
+        waiting = third.start(0.1)
+        time.sleep(0.3)
+        assert waiting.state == "waiting"
+        waiting.abort()
+        with pytest.raises(qvn.Aborted):
+            waiting.result()
+        waiting = third.start(0.1)
+        long.abort()
+        assert (waiting.result()[:200] == 65535).all()
+
+
 def test_exposures_can_be_awaited(make_world: MakeWorld) -> None:
     world = make_world(f"{FLAT};platform=42,sensor=kaf400e,scene=flat")
 
