@@ -370,10 +370,12 @@ TEST_P(RandomSteps, NothingHangsNoBadFrameIsGoodAndTheOtherCameraStaysCold)
     if (HasFailure()) return;
     EXPECT_GE(good[Storm], steps / 200);
     EXPECT_GE(good[Peace], steps / 100);
-    EXPECT_GE(failed, steps / 1000);
-    EXPECT_GE(aborted, steps / 500);
-    EXPECT_GE(triggered, kind.hasTrigger ? steps / 2000 : 0);
-    EXPECT_GE(ran, steps / 500);
+    // In so few steps not everything need have happened.
+    if (steps < 2000) return;
+    EXPECT_GT(failed, 0);
+    EXPECT_GT(aborted, 0);
+    EXPECT_EQ(triggered > 0, kind.hasTrigger);
+    EXPECT_GT(ran, 0);
 }
 
 TEST_P(Twice, ASeedIsARun)

@@ -164,3 +164,18 @@ TEST_F(UsbWatch, SilentCameraThatIsOpenedIsNamed)
     EXPECT_STREQ(midway.Wait, "the camera to tell its version");
     EXPECT_EQ(StateOf(0).Camera, QVNS_CAMERA_CLOSED);
 }
+
+// Between two calls of a poll passes a moment, whatever else is going to happen: a reading of this
+// camera polls its processor.
+TEST_F(UsbWatch, WhatIsStillToHappenHoldsNoPollUp)
+{
+    OpenCamera({29, 260});
+    for (uint64_t seconds = 5; seconds < 60; seconds += 5) {
+        EmuSchedule(
+            EmuMicroseconds() + seconds * Second, [](int32_t) {}, 0);
+    }
+    const int32_t readings = TemperatureOf(0).Readings;
+    qvns_idle(60.0);
+    EXPECT_GE(TemperatureOf(0).Readings, readings + 118); // two a second
+    EXPECT_EQ(StateOf(0).OverTimes, 0);
+}
