@@ -111,6 +111,12 @@ void TwoCamerasTest::SetUp()
     MakeDemoFolder();
 }
 
+void TwoCamerasWithThreadsTest::SetUp()
+{
+    ResetLibraryInRealTime();
+    MakeDemoFolder();
+}
+
 void TwoCamerasTest::TearDown()
 {
     qvns_stop(600.0);
@@ -211,23 +217,26 @@ void DropTrigger(int32_t camera)
 
 double SensorTemperature(int32_t camera)
 {
+    const std::lock_guard<std::mutex> guard(EmuLinkLock());
     return IsOnUsb() ? EmuUsbTemperature(camera) : EmuBusTemperature(BusIndex[camera]);
 }
 
 void CoolPeace()
 {
-    if (IsOnUsb()) {
-        EmuUsbSetTemperature(Peace, PeaceTarget);
-    } else {
-        EmuBusSetTemperature(BusIndex[Peace], PeaceTarget);
+    {
+        const std::lock_guard<std::mutex> guard(EmuLinkLock());
+        if (IsOnUsb()) {
+            EmuUsbSetTemperature(Peace, PeaceTarget);
+        } else {
+            EmuBusSetTemperature(BusIndex[Peace], PeaceTarget);
+        }
     }
     QvnsCooling cooling;
     qvns_init_cooling(&cooling);
     cooling.Target = PeaceTarget;
     cooling.Tolerance = 1.0;
     cooling.StableSeconds = 2.0;
-    ASSERT_EQ(qvns_cool(Peace, &cooling), 0);
-    ASSERT_EQ(qvns_wait_stable(Peace, 3600.0), 0);
+    EXPECT_EQ(qvns_cool(Peace, &cooling), 0);
 }
 
 void ExpectPeace()

@@ -2,10 +2,12 @@
 // and the one beside it, which is to notice none of them.
 #pragma once
 #include <cstdint>
+#include <mutex>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "emulator/link.h"
 #include "emulator/wheel.h"
 #include "include/qvn_supervisor.h"
 #include "tests/support/small_sensor.h"
@@ -47,6 +49,12 @@ protected:
     void TearDown() override; // nothing is left open
 };
 
+// The same in the time of the system.
+class TwoCamerasWithThreadsTest : public TwoCamerasTest {
+protected:
+    void SetUp() override;
+};
+
 // Plugs both. The functions below are about them.
 void PlugTwo(const CameraKind& kind);
 QvnsOpen RequestOf(const CameraKind& kind, uint32_t options);
@@ -61,6 +69,13 @@ void EndSilence(int32_t camera);
 void RaiseTrigger(int32_t camera);
 void DropTrigger(int32_t camera);
 double SensorTemperature(int32_t camera);
+
+// With threads: while the library calls no device.
+template <typename Action> void AtThePlug(Action action)
+{
+    const std::lock_guard<std::mutex> guard(EmuLinkLock());
+    action(Storm);
+}
 
 // The camera beside: it has cooled down long ago, and works.
 void CoolPeace();

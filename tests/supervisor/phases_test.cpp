@@ -142,6 +142,7 @@ protected:
         open.Progress = NoteProgress;
         ASSERT_EQ(qvns_open(Storm, &open), 0);
         CoolPeace();
+        ASSERT_EQ(qvns_wait_stable(Peace, 3600.0), 0);
     }
 
     QvnsExposure Request() const

@@ -126,6 +126,7 @@ void RandomSteps::Begin(uint32_t seed)
     ASSERT_EQ(qvns_set_path(DemoFolder().c_str()), 0);
     for (const int32_t camera : {Storm, Peace}) ASSERT_EQ(OpenCamera(camera), 0);
     CoolPeace();
+    ASSERT_EQ(qvns_wait_stable(Peace, 3600.0), 0);
 }
 
 int32_t RandomSteps::OpenCamera(int32_t camera)
