@@ -445,10 +445,11 @@ QVNS_API int32_t qvns_find_filters(int32_t camera, double limit);
 
 /*
  * Runs `function` on the camera's worker, where every function of qvn.h may be called for this
- * camera but those of opening, closing, windows, kinetics and binning; its result is that of the
- * call. `expected` is how long it should take, seconds, 0 to 86400: the watchdog grants its
- * patience on top. With QVNS_ERROR_TIME or _LOST the function may still run: `context` must outlive
- * it.
+ * camera but those of opening, closing, windows, kinetics and binning, of which the layer does not
+ * learn what geometry they leave; a series of kinetics may be taken if nothing but qvns_close
+ * follows and no other camera is open. Its result is that of the call. `expected` is how long it
+ * should take, seconds, 0 to 86400: the watchdog grants its patience on top. With QVNS_ERROR_TIME
+ * or _LOST the function may still run: `context` must outlive it.
  *
  * The temperatures are read meanwhile only in exposures of more than a second that it takes;
  * QvnsOpen.Countdown tells of these too. qvns_abort does not end them, QV_BrkFlg does. Ahead of it
