@@ -50,6 +50,6 @@ void UseCaller(double (*seconds)())
     SetClock(seconds);
     const auto unixNow = std::chrono::system_clock::now().time_since_epoch();
     UnixAtZero = std::chrono::duration<double>(unixNow).count() - ToSeconds(ClockUs());
-    Seam = {ClockUs, UnixSeconds, StartNoThread, Nothing, Nothing,
-            Wait,    Nothing,     malloc,        free,    false};
+    Seam = {ClockUs, UnixSeconds, StartNoThread, Nothing, Nothing, Wait,
+            Nothing, Wait,        Nothing,       malloc,  free,    false};
 }

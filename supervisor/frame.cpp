@@ -31,11 +31,12 @@ bool IsPatternError(int32_t code)
            code == QV_ERROR_PATTERN_FILE;
 }
 
-// One that was broken off keeps its state, whatever the camera still does for it.
+// One that was broken off keeps its state, whatever the camera still does for it. Nobody waits
+// for anything but the end.
 void MoveTo(Frame* frame, int32_t state)
 {
     if (IsUnderWay(*frame)) frame->state = state;
-    Seam.Signal();
+    if (!IsUnderWay(*frame)) Seam.Signal();
 }
 
 void FinishFrame(Slot* slot, int32_t code)

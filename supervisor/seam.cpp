@@ -22,6 +22,8 @@ constexpr SeamTable Nothing = {
     [] {},
     [](uint64_t) {},
     [] {},
+    [](uint64_t) {},
+    [] {},
     [](size_t) -> void* { return nullptr; },
     [](void*) {},
     false,

@@ -1,4 +1,4 @@
-// The one seam between the layer and the system: clock, threads, one lock, one condition,
+// The one seam between the layer and the system: clock, threads, one lock, two conditions,
 // memory. Two fillings: threads of the system, and the caller's own thread, in which the
 // workers' steps are done one after the other.
 #pragma once
@@ -20,6 +20,9 @@ struct SeamTable {
     // at `untilUs`, or earlier.
     void (*Wait)(uint64_t untilUs);
     void (*Signal)();
+    // As Wait, for who only looks at the clock: woken by Rouse, and not with every signal.
+    void (*Rest)(uint64_t untilUs);
+    void (*Rouse)();
     void* (*Allocate)(size_t bytes);
     void (*Release)(void* memory);
     bool threads; // the system's

@@ -52,6 +52,7 @@ bool EndThreads(uint64_t end)
 {
     Ending = true;
     Seam.Signal();
+    Seam.Rouse();
     while (ThreadsRunning() > 0 && Seam.NowUs() < end) Seam.Wait(end);
     return ThreadsRunning() == 0;
 }

@@ -20,7 +20,8 @@ constexpr uint64_t HostWaitUs = 50 * UsPerMs;
 union Forever {
     struct {
         std::mutex lock;
-        std::condition_variable_any wake;
+        std::condition_variable wake;
+        std::condition_variable rouse;
     } shared;
     Forever() : shared() {}
     ~Forever() {}
@@ -55,17 +56,34 @@ void Unlock()
     Kept.shared.lock.unlock();
 }
 
-void Wait(uint64_t untilUs)
+void WaitFor(std::condition_variable* condition, uint64_t untilUs)
 {
     const uint64_t now = ClockUs();
     if (untilUs <= now) return;
     const uint64_t left = std::min(untilUs - now, LongestUs);
-    Kept.shared.wake.wait_for(Kept.shared.lock, microseconds(left));
+    std::unique_lock<std::mutex> held(Kept.shared.lock, std::adopt_lock);
+    condition->wait_for(held, microseconds(left));
+    held.release();
+}
+
+void Wait(uint64_t untilUs)
+{
+    WaitFor(&Kept.shared.wake, untilUs);
 }
 
 void Signal()
 {
     Kept.shared.wake.notify_all();
+}
+
+void Rest(uint64_t untilUs)
+{
+    WaitFor(&Kept.shared.rouse, untilUs);
+}
+
+void Rouse()
+{
+    Kept.shared.rouse.notify_all();
 }
 
 } // namespace
@@ -74,5 +92,6 @@ void UseThreads(double (*seconds)())
 {
     SetClock(seconds);
     LongestUs = seconds == nullptr ? 60 * UsPerSecond : HostWaitUs;
-    Seam = {ClockUs, UnixSeconds, StartThread, Lock, Unlock, Wait, Signal, malloc, free, true};
+    Seam = {ClockUs, UnixSeconds, StartThread, Lock,   Unlock, Wait,
+            Signal,  Rest,        Rouse,       malloc, free,   true};
 }

@@ -87,7 +87,7 @@ void WatchThread(int32_t)
     // Workers may still wait for what a call that does not return holds.
     while (!Ending || ThreadsRunning() > 1) {
         WatchAll();
-        Seam.Wait(Seam.NowUs() + LookEveryUs);
+        Seam.Rest(Seam.NowUs() + LookEveryUs);
     }
     ThreadEnds();
     unlock();

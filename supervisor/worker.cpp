@@ -170,6 +170,7 @@ void ThreadEnds()
 {
     --Running;
     Seam.Signal();
+    Seam.Rouse();
 }
 
 bool StartWatchThread()

@@ -1,6 +1,7 @@
 // qvn, the program: its arguments. What a command does is in its own source.
 #include <CLI/CLI.hpp>
 
+#include <malloc.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -208,5 +209,8 @@ int main(int count, char** arguments)
 {
     // A reader of the output that goes away must not leave the camera open and cooled.
     std::signal(SIGPIPE, SIG_IGN);
+    // The first arena grows in larger steps than those that other threads would be given; the
+    // definitions are read in such a thread.
+    mallopt(M_ARENA_MAX, 1);
     return EndProgram(ParseAndRun(count, arguments));
 }
