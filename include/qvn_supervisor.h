@@ -424,6 +424,21 @@ typedef struct QvnsMetadata {
 QVNS_API int32_t qvns_fetch(int32_t camera, uint32_t frame, uint16_t* pixels, uint64_t room,
                             QvnsMetadata* metadata);
 
+/*
+ * The same without a copy, for large sensors: `pixels` takes the address of the frame where it
+ * lies. It stays there, and qvns_start_exposure for this camera is QVNS_ERROR_BUSY, until
+ * qvns_return was called as often; also over a close, but not over qvns_stop. Results: 0,
+ * QVNS_ERROR_NO_FRAME.
+ */
+QVNS_API int32_t qvns_borrow(int32_t camera, uint32_t frame, const uint16_t** pixels,
+                             QvnsMetadata* metadata);
+
+/*
+ * Gives a borrowed frame back, also of a camera that is closed or lost by now. QVNS_ERROR_NO_FRAME:
+ * none is borrowed. Callbacks too.
+ */
+QVNS_API int32_t qvns_return(int32_t camera);
+
 /* ------------------------------------------------------------------------- */
 /* Settings and everything else                                              */
 /* ------------------------------------------------------------------------- */

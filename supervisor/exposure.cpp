@@ -70,6 +70,13 @@ int32_t LookUpFrame(int32_t camera, uint32_t number, Slot** slot)
     return there && frame.state != QVNS_FRAME_NONE ? QV_ERROR_NONE : QVNS_ERROR_NO_FRAME;
 }
 
+int32_t LookUpReady(int32_t camera, uint32_t number, Slot** slot)
+{
+    const int32_t code = LookUpFrame(camera, number, slot);
+    if (code != QV_ERROR_NONE) return code;
+    return (*slot)->frame.state == QVNS_FRAME_READY ? QV_ERROR_NONE : QVNS_ERROR_NO_FRAME;
+}
+
 double UsualWait(const Slot& slot)
 {
     const QvnsDuration& duration = slot.frame.duration;
@@ -209,8 +216,7 @@ int32_t qvns_fetch(int32_t camera, uint32_t frame, uint16_t* pixels, uint64_t ro
 {
     Seam.Lock();
     Slot* slot = nullptr;
-    int32_t code = LookUpFrame(camera, frame, &slot);
-    if (code == QV_ERROR_NONE && slot->frame.state != QVNS_FRAME_READY) code = QVNS_ERROR_NO_FRAME;
+    int32_t code = LookUpReady(camera, frame, &slot);
     if (code == QV_ERROR_NONE) {
         const QvnsMetadata& about = slot->frame.metadata;
         const uint64_t count =
@@ -221,4 +227,32 @@ int32_t qvns_fetch(int32_t camera, uint32_t frame, uint16_t* pixels, uint64_t ro
     }
     Seam.Unlock();
     return code;
+}
+
+int32_t qvns_borrow(int32_t camera, uint32_t frame, const uint16_t** pixels, QvnsMetadata* metadata)
+{
+    if (pixels == nullptr) return QVNS_ERROR_ARGUMENT;
+    Seam.Lock();
+    Slot* slot = nullptr;
+    const int32_t code = LookUpReady(camera, frame, &slot);
+    if (code == QV_ERROR_NONE) {
+        ++slot->frame.readers;
+        ++slot->frame.borrowed;
+        *pixels = slot->frame.pixels;
+        if (metadata != nullptr) *metadata = slot->frame.metadata;
+    }
+    Seam.Unlock();
+    return code;
+}
+
+int32_t qvns_return(int32_t camera)
+{
+    if (camera < 0 || camera >= QV_CAMERAS) return QVNS_ERROR_ARGUMENT;
+    Seam.Lock();
+    Frame& frame = FindSlot(camera)->frame;
+    const bool lent = frame.borrowed > 0;
+    frame.readers -= lent ? 1 : 0;
+    frame.borrowed -= lent ? 1 : 0;
+    Seam.Unlock();
+    return lent ? QV_ERROR_NONE : QVNS_ERROR_NO_FRAME;
 }

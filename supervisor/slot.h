@@ -87,8 +87,9 @@ struct Frame {
     QvnsDuration duration;
     QvnsMetadata metadata;
     uint16_t* pixels;
-    uint64_t room;   // of pixels
-    int32_t readers; // callers that copy the pixels
+    uint64_t room;    // of pixels
+    int32_t readers;  // callers that copy the pixels, and the borrowed ones
+    int32_t borrowed; // by qvns_borrow
     FrameStage stage;
     Geometry geometry;
     int32_t loadError;          // of its pattern, if that could not be built

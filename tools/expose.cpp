@@ -58,8 +58,7 @@ int32_t TakeOrdinary(const Session& session, const ExposeRequest& request, Frame
     frame->missing = code == QVNS_ERROR_ABORTED;
     if (code != QV_ERROR_NONE) return frame->missing ? QV_ERROR_NONE : code;
     QvnsMetadata metadata = {};
-    code =
-        qvns_fetch(session.camera, number, frame->pixels.data(), frame->pixels.size(), &metadata);
+    code = qvns_borrow(session.camera, number, &frame->borrowed, &metadata);
     NoteMetadata(session, metadata, frame);
     return code;
 }
@@ -133,11 +132,15 @@ int TakeFrame(const Session& session, const ExposeRequest& request, int32_t numb
         const auto frame = std::make_shared<FrameRecord>();
         frame->width = geometry.width;
         frame->height = geometry.height;
-        if (!MakeRoom(geometry.room, frame.get())) return ExitFailed;
+        if (request.armed.wanted && !MakeRoom(geometry.room, frame.get())) return ExitFailed;
         ProgressBegin(Text("frame %d of %d", number, request.frames), request.seconds);
         const int32_t code = ReadFrame(session, request, frame);
         ProgressEnd();
-        if (code == QV_ERROR_NONE) return KeepFrame(request, number, *frame);
+        if (code == QV_ERROR_NONE) {
+            const int exitCode = KeepFrame(request, number, *frame);
+            if (frame->borrowed != nullptr) qvns_return(session.camera);
+            return exitCode;
+        }
         Complain(Text("taking frame %d of %d with camera %d, %s", number, request.frames,
                       session.camera, CameraText(session).c_str()),
                  FailureText(session, code), LibraryAdvice(code));

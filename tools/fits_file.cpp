@@ -147,7 +147,7 @@ void WritePicture(FitsWriter* writer, const FrameRecord& frame, bool asExtension
     WriteGeometry(writer, frame);
     WriteDate(writer);
     WriteHeader(writer);
-    WritePixels(writer, frame.pixels.data(), PixelCount(frame));
+    WritePixels(writer, PixelsOf(frame), PixelCount(frame));
 }
 
 } // namespace

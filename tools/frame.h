@@ -17,9 +17,10 @@ struct FrameNote {
 
 struct FrameRecord {
     int32_t width = 0, height = 0;
-    int32_t planes = 0;           // of a series, one behind the other; 0: a frame by itself
-    std::vector<uint16_t> pixels; // row after row, the first row read comes first;
-                                  // perhaps more than the picture has
+    int32_t planes = 0;                 // of a series, one behind the other; 0: a frame by itself
+    std::vector<uint16_t> pixels;       // row after row, the first row read comes first;
+                                        // perhaps more than the picture has
+    const uint16_t* borrowed = nullptr; // in their place, where the layer keeps them
 
     std::string startUtc; // 2024-03-01T21:04:05.678
     bool light = true;
@@ -47,4 +48,9 @@ inline size_t PixelCount(const FrameRecord& frame)
     const int32_t planes = frame.planes > 0 ? frame.planes : 1;
     return static_cast<size_t>(frame.width) * static_cast<size_t>(frame.height) *
            static_cast<size_t>(planes);
+}
+
+inline const uint16_t* PixelsOf(const FrameRecord& frame)
+{
+    return frame.borrowed != nullptr ? frame.borrowed : frame.pixels.data();
 }

@@ -25,7 +25,7 @@ const FormatName FormatNames[] = {
 bool SaveRaw(const FrameRecord& frame, const std::string& path, bool overwrite, std::string* error)
 {
     std::vector<uint8_t> bytes(PixelCount(frame) * 2);
-    WriteLittleEndian(frame.pixels.data(), PixelCount(frame), bytes.data());
+    WriteLittleEndian(PixelsOf(frame), PixelCount(frame), bytes.data());
     return WriteWholeFile(path, bytes.data(), bytes.size(), overwrite, error);
 }
 
@@ -40,7 +40,7 @@ bool EndSave(bool written, const std::string& path, bool overwrite, std::string*
 
 PngPicture AsPng(const FrameRecord& frame)
 {
-    return {frame.width, frame.height, 1, 16, frame.pixels.data(), DescribeFrame(frame)};
+    return {frame.width, frame.height, 1, 16, PixelsOf(frame), DescribeFrame(frame)};
 }
 
 } // namespace

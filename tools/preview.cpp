@@ -40,8 +40,8 @@ double PixelOf(const Montage& montage, int32_t x, int32_t y)
     if (plane >= std::max(frame.planes, 1)) return 0.0;
     const auto row = static_cast<size_t>(plane) * static_cast<size_t>(frame.height) +
                      static_cast<size_t>(y % frame.height);
-    return frame
-        .pixels[row * static_cast<size_t>(frame.width) + static_cast<size_t>(x % frame.width)];
+    return PixelsOf(
+        frame)[row * static_cast<size_t>(frame.width) + static_cast<size_t>(x % frame.width)];
 }
 
 double BlockMean(const Montage& montage, int32_t left, int32_t top, int32_t side)

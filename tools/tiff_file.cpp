@@ -36,7 +36,7 @@ bool WriteRows(TIFF* file, const FrameRecord& frame)
 {
     std::vector<uint16_t> row(static_cast<size_t>(frame.width)); // libtiff may change it
     for (int32_t y = 0; y < frame.height; ++y) {
-        const auto first = frame.pixels.begin() + static_cast<int64_t>(y) * frame.width;
+        const uint16_t* const first = PixelsOf(frame) + static_cast<int64_t>(y) * frame.width;
         row.assign(first, first + frame.width);
         if (TIFFWriteScanline(file, row.data(), static_cast<uint32_t>(y), 0) != 1) return false;
     }
