@@ -67,12 +67,12 @@ class Worker:
         """The job's result. No wait lasts longer than the time limits of the jobs ahead."""
         while not job.future.done():
             try:
-                job.future.result(_LOOK)
+                # What is raised here came to who waits, as Ctrl-C does, and not to the job.
+                job.future.exception(_LOOK)
             except FutureTimeout:
                 self.look(job)
-            except BaseException:
-                if not job.future.done():
-                    raise  # it came to who waits, as Ctrl-C does
+            except CancelledError:
+                break
         try:
             return job.future.result()
         except CancelledError:

@@ -150,9 +150,9 @@ def test_a_process_that_is_forked_early_has_cameras_of_its_own(folder: Path) -> 
         f"""
 qvn.platforms()
 child = os.fork()
+if child != 0: os.waitpid(child, 0)  # they share a folder, and so a pattern file
 with qvn.virtual("{FLAT}", folder=folder), qvn.open() as camera:
     print(int(camera.expose(0.05)[5, 5]), flush=True)
-if child != 0: os.waitpid(child, 0)
 """,
         folder,
     )

@@ -8,14 +8,15 @@ import subprocess
 import sys
 import threading
 import time
-from concurrent.futures import ThreadPoolExecutor
+from concurrent.futures import Future, ThreadPoolExecutor
 from pathlib import Path
-from typing import Iterator
+from typing import Iterator, Optional
 
 import pytest
 
 import qvn
 from conftest import MakeWorld
+from qvn._worker import Job, Worker
 
 FLAT = "platform=44,sensor=kaf400e,scene=flat"
 PATIENCE = 60.0  # seconds, of which none is needed
@@ -340,3 +341,27 @@ def test_a_camera_that_is_dropped_is_closed(make_world: MakeWorld) -> None:
         assert time.monotonic() < end
         time.sleep(0.01)
     qvn.open(camera=0).close()
+
+
+class _InterruptedAtItsEnd(Future[int]):
+    """Ctrl-C comes in the moment in which the job is done."""
+
+    def result(self, timeout: Optional[float] = None) -> int:
+        self._interrupt()
+        return super().result(timeout)
+
+    def exception(self, timeout: Optional[float] = None) -> Optional[BaseException]:
+        self._interrupt()
+        return super().exception(timeout)
+
+    def _interrupt(self) -> None:
+        if not self.done():
+            self.set_result(1)
+            raise KeyboardInterrupt
+
+
+def test_ctrl_c_in_the_moment_in_which_a_call_comes_back_is_not_lost() -> None:
+    worker = Worker("test", lambda: None, lambda: PATIENCE)
+    with pytest.raises(KeyboardInterrupt):
+        worker.wait(Job("testing", lambda: 1, PATIENCE, _InterruptedAtItsEnd()))
+    worker.stop()
