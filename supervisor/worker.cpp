@@ -89,6 +89,11 @@ bool TimedStep(Slot* slot, uint64_t* dueUs)
     return true;
 }
 
+bool IsFrameAhead(const Frame& frame, const Job* job)
+{
+    return frame.step == FrameQueued && (job == nullptr || frame.order < job->order);
+}
+
 bool StepOnce(Slot* slot, uint64_t* dueUs)
 {
     if (slot->state == QVNS_CAMERA_LOST) {
@@ -99,12 +104,14 @@ bool StepOnce(Slot* slot, uint64_t* dueUs)
     Frame& frame = slot->frame;
     if (frame.step == FrameInTrigger) return TriggerStep(slot, dueUs);
     Job* const job = NextJob(slot);
-    const bool framed = frame.step == FrameQueued && IsFrameDue(*slot);
-    if (framed && (job == nullptr || frame.order < job->order)) {
+    const bool framed = IsFrameAhead(frame, job);
+    if (framed && IsFrameDue(*slot)) {
         BeginFrame(slot);
         return true;
     }
-    if (job == nullptr || !IsJobDue(*slot, *job)) return false;
+    // What was asked for behind a frame must not change it.
+    const bool waits = framed && slot->state == QVNS_CAMERA_OPEN;
+    if (job == nullptr || waits || !IsJobDue(*slot, *job)) return false;
     RunJob(slot, job);
     return true;
 }

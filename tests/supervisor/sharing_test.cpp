@@ -91,6 +91,25 @@ TEST_F(Sharing, FunctionOfTheHostsWaitsInTheQueue)
     EXPECT_EQ(qvns_run(1, Nothing, nullptr, 0.0, 2.0), 7);
 }
 
+// They would count for a frame that was started ahead of them.
+TEST_F(Sharing, SettingsWaitBehindAFrameThatWaits)
+{
+    BeginRead();
+    const QvnsExposure exposure = Light(0.01);
+    ASSERT_EQ(qvns_start_exposure(1, &exposure, nullptr), 0);
+    EXPECT_EQ(qvns_set_gain(1, 1, 2.0), QVNS_ERROR_TIME);
+    EXPECT_EQ(QV_GetGain(1), 0);
+    EXPECT_EQ(StateOf(1).Frame, QVNS_FRAME_QUEUED);
+    EXPECT_EQ(qvns_set_binning(1, 2, 2, 2.0), QVNS_ERROR_TIME);
+    EndRead();
+    EXPECT_EQ(qvns_set_gain(1, 1, 0.0), 0);
+    QvnsMetadata about = {};
+    ASSERT_EQ(qvns_fetch(1, 0, nullptr, 0, &about), 0);
+    EXPECT_EQ(about.Gain, 0);
+    EXPECT_EQ(about.HorBinning, 1);
+    EXPECT_EQ(QV_GetGain(1), 1);
+}
+
 TEST_F(Sharing, OpenWaitsInTheQueue)
 {
     ASSERT_EQ(qvns_close(1, 0.0), 0);
