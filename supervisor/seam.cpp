@@ -35,7 +35,8 @@ SeamTable Seam = Nothing;
 
 void SetClock(double (*seconds)())
 {
-    const uint64_t first = seconds != nullptr ? ToUs(seconds()) : 0;
+    const uint64_t told = seconds != nullptr ? ToUs(seconds()) : 0;
+    const uint64_t first = told != Never ? told : 0;
     Host = {seconds, first, first};
 }
 

@@ -282,6 +282,19 @@ TEST_F(Edges, HostClockThatIsNoNumberStandsStill)
     SetClock(Now);
 }
 
+TEST_F(Edges, HostClockThatBeginsWithNoNumberBeginsAt0)
+{
+    static double told;
+    for (const double strange : {std::nan(""), Infinity, 1e300, -Infinity}) {
+        told = strange;
+        SetClock([] { return told; });
+        EXPECT_EQ(ClockUs(), 0u) << strange;
+        told = 3.0;
+        EXPECT_EQ(ClockUs(), 3'000'000u) << strange;
+    }
+    SetClock(Now);
+}
+
 TEST_F(Edges, SystemClockThatIsSetBackDoesNotEndAFrameAheadOfItsStart)
 {
     OpenCamera();
