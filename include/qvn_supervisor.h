@@ -344,7 +344,8 @@ QVNS_API int32_t qvns_expected(int32_t camera, const QvnsExposure* exposure,
  * the sensor, the frame fails with QVNS_ERROR_ARGUMENT. In CAMERA_FAULT the camera is recovered
  * first, if QvnsOpen.AutoRecover is 1. Results: 0; QVNS_ERROR_ARGUMENT, also for a window that does
  * not lie on the sensor and a trigger that cannot be polled; _BUSY: one is under way, or is being
- * broken off; _FAULT: without AutoRecover; _NO_MEMORY.
+ * broken off, or the last one is borrowed or just being copied; _FAULT: without AutoRecover;
+ * _NO_MEMORY.
  */
 QVNS_API int32_t qvns_start_exposure(int32_t camera, const QvnsExposure* exposure, uint32_t* frame);
 

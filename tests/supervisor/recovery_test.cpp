@@ -158,6 +158,47 @@ TEST_F(UsbRecovery, WithoutAutoRecoverTheHostAsks)
     ExpectGoodFrame(HeronPlusCamera);
 }
 
+TEST_F(UsbRecovery, ExposureThatIsStartedInTheFaultWaitsForTheRecovery)
+{
+    OpenCamera(HeronPlusCamera);
+    PullInFrame(QVNS_FRAME_EXPOSING, 1.0);
+    qvns_idle(20.0);
+    ASSERT_NE(StateOf(0).Camera, QVNS_CAMERA_OPEN);
+    QvnsExposure window = Light(0.1);
+    window.X = window.Y = 1;
+    window.Width = 4;
+    window.Height = 2;
+    EXPECT_EQ(qvns_start_exposure(0, &window, nullptr), 0);
+    qvns_idle(10.0);
+    EXPECT_EQ(StateOf(0).Frame, QVNS_FRAME_QUEUED);
+    PlugIn(0);
+    EXPECT_EQ(qvns_wait(0, 0, 600.0), 0);
+}
+
+TEST_F(UsbRecovery, GainOfTheHostsComesBack)
+{
+    OpenCamera(HeronPlusCamera);
+    ASSERT_EQ(qvns_run(
+                  0,
+                  [](int32_t camera, void*) {
+                      QV_SetUsrGain(77, 1, 50, camera);
+                      return 0;
+                  },
+                  nullptr, 1.0, 0.0),
+              0);
+    ExpectGoodFrame(HeronPlusCamera);
+    const uint32_t gain = EmuUsbGainWord(0, 1);
+    const uint32_t zero = EmuUsbGainWord(0, 0);
+    EmuUnplugUsbCamera(0);
+    qvns_idle(20.0);
+    PlugIn(0);
+    qvns_idle(5.0);
+    EXPECT_EQ(StateOf(0).Recoveries, 1);
+    EXPECT_EQ(EmuUsbGainWord(0, 1), gain);
+    EXPECT_EQ(EmuUsbGainWord(0, 0), zero);
+    EXPECT_NE(gain, 0u);
+}
+
 TEST_F(UsbRecovery, TheOtherCameraDoesNotNotice)
 {
     UsbSetup second = HeronPlusCamera;
