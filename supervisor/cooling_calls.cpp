@@ -115,7 +115,10 @@ int32_t qvns_cooler_off(int32_t camera)
     if (code == QV_ERROR_NONE) {
         // Also one that an earlier process, or the host by itself, has switched on.
         Cooling& cooling = slot->cooling;
-        if (!cooling.sent) cooling.setPoint = cooling.measured;
+        if (!cooling.sent) {
+            cooling.setPoint = cooling.sentPoint = cooling.measured;
+            cooling.sendAgain = true; // should it be taken back
+        }
         cooling.sent = true;
         Want(slot, QVNS_COOLING_OFF);
     }

@@ -106,7 +106,7 @@ struct Cooling {
     QvnsCooling wanted;
     bool changed;    // the worker has not taken it up yet
     bool sent;       // a set point has been sent since the cooler was off
-    bool sendAgain;  // the host may have set another
+    bool sendAgain;  // the camera may hold another, or none
     bool hostCools;  // by calls of its own in qvns_run; the set point is not known then
     double setPoint; // of the ramp
     double sentPoint;

@@ -193,6 +193,30 @@ TEST_F(Host, SetPointOfTheLayerIsSentAgainBehindIt)
     EXPECT_EQ(targets.size(), 2u);
 }
 
+// Whoever takes back an off that has not come about yet wants the cooler on: its set point is not
+// taken for one that the camera has.
+TEST_F(Host, SetPointBehindAnOffIsSent)
+{
+    Library.SetTemp = NoteTarget;
+    OpenCamera();
+    qvns_idle(2.0);
+    QvnsCooling cooling;
+    qvns_init_cooling(&cooling);
+    ASSERT_EQ(qvns_cooler_off(0), 0);
+    ASSERT_EQ(qvns_cool(0, &cooling), 0);
+    qvns_idle(2.0);
+    EXPECT_EQ(targets, std::vector<double>{0.0});
+    EXPECT_EQ(EmuBusCoolerOn(bus), true);
+    ASSERT_EQ(qvns_cooler_off(0), 0);
+    ASSERT_EQ(qvns_wait_stable(0, 10.0), 0);
+    ASSERT_EQ(Run(SetColdTarget), 0);
+    ASSERT_EQ(qvns_cooler_off(0), 0);
+    ASSERT_EQ(qvns_cool(0, &cooling), 0);
+    qvns_idle(10.0);
+    EXPECT_EQ(targets, (std::vector<double>{0.0, 0.0}));
+    EXPECT_EQ(EmuBusCoolerOn(bus), true);
+}
+
 TEST_F(Host, FrameBehindAWindowNeedsNoPattern)
 {
     OpenCamera();
