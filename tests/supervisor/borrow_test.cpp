@@ -70,6 +70,42 @@ TEST_F(Borrowed, FrameOutlivesTheCloseOfItsCamera)
     EXPECT_EQ(qvns_return(0), 0);
 }
 
+// The function comes back when its camera has been given up, which closes it.
+TEST_F(Borrowed, FrameOutlivesTheLossOfItsCamera)
+{
+    OpenCamera();
+    TakeWindow();
+    ASSERT_EQ(qvns_borrow(0, 0, &pixels, nullptr), 0);
+    WatchAsAThread(60.0);
+    const auto hang = [](int32_t, void*) {
+        QV_Delay(30'000);
+        return 0;
+    };
+    EXPECT_EQ(qvns_run(0, hang, nullptr, 0.0, 0.0), QVNS_ERROR_LOST);
+    qvns_idle(1.0);
+    ASSERT_EQ(StateOf(0).Camera, QVNS_CAMERA_CLOSED);
+    EXPECT_EQ(Seen(), Wanted());
+    const QvnsOpen open = Request(BriarCamera);
+    ASSERT_EQ(qvns_open(0, &open), 0);
+    const QvnsExposure next = Light(0.1);
+    EXPECT_EQ(qvns_start_exposure(0, &next, nullptr), QVNS_ERROR_BUSY);
+    EXPECT_EQ(Seen(), Wanted());
+    EXPECT_EQ(qvns_return(0), 0);
+    EXPECT_EQ(qvns_return(0), QVNS_ERROR_NO_FRAME);
+    TakeWindow();
+}
+
+TEST_F(Borrowed, RecoveryKeepsTheFrame)
+{
+    OpenCamera();
+    TakeWindow();
+    ASSERT_EQ(qvns_borrow(0, 0, &pixels, nullptr), 0);
+    ASSERT_EQ(qvns_recover(0, 0.0), 0);
+    EXPECT_EQ(Seen(), Wanted());
+    EXPECT_EQ(qvns_return(0), 0);
+    EXPECT_EQ(qvns_ready(0, 1), 1);
+}
+
 TEST_F(Borrowed, NothingIsLentThatIsNotThere)
 {
     OpenCamera();

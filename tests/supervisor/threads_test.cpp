@@ -4,6 +4,7 @@
 #include <chrono>
 #include <random>
 #include <thread>
+#include <vector>
 
 #include "include/qvn_supervisor.h"
 #include "tests/supervisor/kinds.h"
@@ -89,12 +90,26 @@ protected:
         }
     }
 
+    // It stays as it is for as long as it is kept, whatever others ask for.
+    void Borrow(uint32_t milliseconds)
+    {
+        const uint16_t* pixels = nullptr;
+        QvnsMetadata about;
+        if (qvns_borrow(Storm, 0, &pixels, &about) != 0) return;
+        const auto count = static_cast<size_t>(about.Width) * static_cast<size_t>(about.Height);
+        const std::vector<uint16_t> before(pixels, pixels + count);
+        EXPECT_EQ(before, TrueFrame(about, before));
+        Pause(milliseconds);
+        EXPECT_EQ(std::vector<uint16_t>(pixels, pixels + count), before);
+        EXPECT_EQ(qvns_return(Storm), 0);
+    }
+
     void DisturbOnce(Dice* dice)
     {
         QvnsState state;
         QvnsTemperature temperature;
         QvnsCooling cooling;
-        switch (dice->Below(11)) {
+        switch (dice->Below(12)) {
         case 0: qvns_abort(Storm, 0.05); break;
         case 1: qvns_finish(Storm); break;
         case 2: qvns_set_gain(Storm, static_cast<int32_t>(dice->Below(4)), 0.3); break;
@@ -109,6 +124,7 @@ protected:
         case 7: AtThePlug(RaiseTrigger); break;
         case 8: AtThePlug(DropTrigger); break;
         case 9: qvns_set_binning(Storm, 1, 2, 0.3); break;
+        case 10: Borrow(dice->Below(50)); break;
         default: Fetch(Storm);
         }
     }
