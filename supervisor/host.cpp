@@ -31,7 +31,9 @@ Held AskLibrary(int32_t camera)
 int32_t LoadFullFrame(Slot* slot)
 {
     const bool tells = HoldBinning(slot, slot->hbin, slot->vbin);
-    const bool loads = HasPattern(*slot) && slot->built.isWindow;
+    // A recovery beside a read with another binning has left it out.
+    const bool leftOut = slot->built.hbin == 0;
+    const bool loads = HasPattern(*slot) ? slot->built.isWindow : leftOut;
     return tells || loads ? BinCamera(slot, slot->hbin, slot->vbin) : QV_ERROR_NONE;
 }
 

@@ -51,6 +51,13 @@ int32_t Nothing(int32_t, void*)
     return 7;
 }
 
+int32_t TellBinning(int32_t camera, void*)
+{
+    int32_t horizontal = 0, vertical = 0;
+    QV_GetBinning(&horizontal, &vertical, camera);
+    return 10 * horizontal + vertical;
+}
+
 } // namespace
 
 TEST_F(Sharing, TriggeredFrameWaitsWithoutKeepingItsWorker)
@@ -140,6 +147,21 @@ TEST_F(Sharing, RecoveryWaitsForALongExposureOfAnother)
     EXPECT_EQ(StateOf(1).Camera, QVNS_CAMERA_OPEN);
     ExpectGoodFrame(TolmECamera, 2, 2);
     ExpectGoodFrame(second);
+}
+
+// Camera 0 reads unbinned meanwhile, and with bins of 2 by 2 later: the library has been told
+// these then, but camera 1 has not.
+TEST_F(Sharing, BinningThatARecoveryCouldNotRestoreIsThereForTheHost)
+{
+    ASSERT_EQ(qvns_set_binning(1, 2, 2, 0.0), 0);
+    HoldBinning(&Slots[0], 1, 1);
+    NoteBinning(Slots[0], 1, 1);
+    ASSERT_EQ(qvns_recover(1, 0.0), 0);
+    EndRead();
+    BeginRead();
+    EndRead();
+    EXPECT_EQ(qvns_run(1, TellBinning, nullptr, 0.0, 0.0), 22);
+    ExpectGoodFrame(second, 2, 2);
 }
 
 TEST_F(Sharing, FrameOfTheHostsHasItsOwnBinning)
