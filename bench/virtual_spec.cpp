@@ -242,10 +242,10 @@ bool AddEvent(VirtualSpec* spec, int32_t event, double seconds)
 // "2.5" is a pulse of the usual length, "2.5:60" one of a minute.
 bool SetTrigger(const std::string& text, VirtualSpec* spec, VirtualInstrument*)
 {
-    constexpr double UsualLength = 0.1;
+    constexpr double usualLength = 0.1;
     const size_t colon = std::min(text.find(':'), text.size());
     double at = 0.0;
-    double length = UsualLength;
+    double length = usualLength;
     if (!ParseReal(text.substr(0, colon), 0.0, LatestEvent, &at)) return false;
     const bool told = colon < text.size();
     if (told && !ParseReal(text.substr(colon + 1), 0.001, LatestEvent, &length)) return false;
