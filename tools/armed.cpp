@@ -9,6 +9,16 @@ namespace {
 
 constexpr int32_t AtOnce = 1, ByInput = 0;
 
+// What is picked up of a camera that has gone is zeros, and no error tells. The low byte of this
+// status word is the same at all times, and all ones where nobody answers.
+constexpr int32_t VersionStatus = 15;
+constexpr uint32_t NobodyThere = 0xFF;
+
+uint32_t AskVersion(int32_t camera)
+{
+    return QV_GetStatus(VersionStatus, camera) & NobodyThere;
+}
+
 // Whether the call that starts returns at once, and the camera's own timer ends the exposure.
 struct ArmedPlatform {
     int32_t code;
@@ -105,6 +115,7 @@ int32_t TakeArmed(const Session& session, const ArmedRequest& request, double se
     BreakerArm(session.camera);
     const int32_t code =
         RunAtCamera(session, expected, [frame, seconds, start, wait, camera = session.camera] {
+            const uint32_t version = AskVersion(camera);
             QV_ArmAcquisition(seconds, camera);
             QV_StartAcquisition(start, camera);
             frame->missing = WaitOrBreak(wait);
@@ -113,7 +124,10 @@ int32_t TakeArmed(const Session& session, const ArmedRequest& request, double se
             } else {
                 QV_GetImage(frame->pixels.data(), camera);
             }
-            return QV_Status(camera);
+            const int32_t status = QV_Status(camera);
+            const uint32_t now = frame->missing ? version : AskVersion(camera);
+            const bool gone = now != version || now == NobodyThere;
+            return gone && status == QV_ERROR_NONE ? QV_ERROR_LINK_FAILURE : status;
         });
     BreakerArm(-1);
     return code;

@@ -59,7 +59,7 @@ int32_t TakeOrdinary(const Session& session, const ExposeRequest& request, Frame
     if (code != QV_ERROR_NONE) return frame->missing ? QV_ERROR_NONE : code;
     QvnsMetadata metadata = {};
     code = qvns_borrow(session.camera, number, &frame->borrowed, &metadata);
-    NoteMetadata(session, metadata, frame);
+    if (code == QV_ERROR_NONE) NoteMetadata(session, metadata, frame);
     return code;
 }
 
@@ -95,15 +95,50 @@ int32_t ReadFrame(const Session& session, const ExposeRequest& request,
                                 : TakeOrdinary(session, request, frame.get());
 }
 
-// A frame that failed because the camera was gone is taken again when it is back.
-bool IsWorthAnother(const Session& session, const ExposeRequest& request, int32_t attempt)
+int32_t Recoveries(const Session& session)
 {
-    constexpr int32_t MostAttempts = 3;
-    if (request.camera.comeBack <= 0.0 || attempt == MostAttempts || BreakRequested()) return false;
     QvnsState state = {};
     qvns_state(session.camera, &state);
-    const bool wasGone = state.Camera != QVNS_CAMERA_OPEN || state.Recoveries > 0;
-    return wasGone && CameraIsThere(session, request.camera.comeBack);
+    return state.Recoveries;
+}
+
+bool IsOpen(const Session& session)
+{
+    QvnsState state = {};
+    qvns_state(session.camera, &state);
+    return state.Camera == QVNS_CAMERA_OPEN;
+}
+
+// A frame that failed because the camera was gone is taken again when it is back; one that
+// failed otherwise is not, even if the camera was gone earlier. `recoveries` is their number
+// ahead of the frame.
+bool IsWorthAnother(const Session& session, const ExposeRequest& request, int32_t code,
+                    int32_t recoveries)
+{
+    const double comeBack = request.camera.comeBack;
+    const bool byLink = code > QV_ERROR_NONE || code == QVNS_ERROR_FAULT;
+    if (comeBack <= 0.0 || !byLink || BreakRequested()) return false;
+    // The layer does not look into what fetches frames in steps.
+    if (request.armed.wanted && IsOpen(session)) qvns_recover(session.camera, 0.0);
+    const bool wasGone = !IsOpen(session) || Recoveries(session) > recoveries;
+    if (!wasGone || !CameraIsThere(session, comeBack)) return false;
+    FrameGeometry same;
+    return !request.armed.wanted || PrepareArmed(session, request.picture, &same);
+}
+
+// Of codes that mean more where the camera's input was to start the exposure.
+std::string FrameAdvice(const ExposeRequest& request, int32_t code)
+{
+    const bool triggered =
+        request.trigger || (request.camera.options & QV_OPTION_EXTERNAL_TRIGGER) != 0;
+    if (triggered && code == QVNS_ERROR_ARGUMENT) {
+        return "without --trigger or --options 4 on platforms 1, 28 (on USB), 29, 48, 61, 200, 205 "
+               "and 400, whose input cannot be waited for";
+    }
+    if (triggered && code == QVNS_ERROR_OVER_TIME) {
+        return "check the signal at the camera's input, or a longer --trigger-limit";
+    }
+    return LibraryAdvice(code);
 }
 
 // The exit code so far; ExitDone: go on.
@@ -128,7 +163,9 @@ int KeepFrame(const ExposeRequest& request, int32_t number, const FrameRecord& f
 int TakeFrame(const Session& session, const ExposeRequest& request, int32_t number,
               const FrameGeometry& geometry)
 {
+    constexpr int32_t MostAttempts = 3;
     for (int32_t attempt = 1;; ++attempt) {
+        const int32_t recoveries = Recoveries(session);
         const auto frame = std::make_shared<FrameRecord>();
         frame->width = geometry.width;
         frame->height = geometry.height;
@@ -143,8 +180,8 @@ int TakeFrame(const Session& session, const ExposeRequest& request, int32_t numb
         }
         Complain(Text("taking frame %d of %d with camera %d, %s", number, request.frames,
                       session.camera, CameraText(session).c_str()),
-                 FailureText(session, code), LibraryAdvice(code));
-        if (!IsWorthAnother(session, request, attempt)) {
+                 FailureText(session, code), FrameAdvice(request, code));
+        if (attempt == MostAttempts || !IsWorthAnother(session, request, code, recoveries)) {
             return BreakRequested() ? ExitBroken : ExitFailed;
         }
     }

@@ -179,14 +179,14 @@ void NoteMetadata(const Session& session, const QvnsMetadata& metadata, FrameRec
     frame->x = metadata.X / (unbinned ? metadata.HorBinning : 1);
     frame->y = metadata.Y / (unbinned ? metadata.VerBinning : 1);
     frame->gain = metadata.Gain;
-    QvnsTemperature temperature = {};
-    frame->hasTemperature = ReadingIsThere(session, &temperature);
+    // A camera that was not read yet has no numbers for these.
+    frame->hasTemperature = std::isfinite(metadata.TemperatureStart);
     frame->celsius = metadata.TemperatureStart;
-    if (frame->hasTemperature) {
+    if (std::isfinite(metadata.TemperatureEnd)) {
         frame->notes.push_back(
             {"TEMPEND", metadata.TemperatureEnd, false, "[degC] sensor, at the end", ""});
     }
-    if (metadata.CoolerOn != 0) {
+    if (metadata.CoolerOn != 0 && std::isfinite(metadata.Power)) {
         frame->notes.push_back(
             {"COOLPOWR", metadata.Power, false, "[%] drive of the cooler, at the start", ""});
     }

@@ -39,9 +39,7 @@ const Advice AdviceRows[] = {
     {23, "make the library folder writable; wave.bin is written there"},
     {27, "check the camera's power supply"},
     {28, "update the camera's DSP"},
-    {QVNS_ERROR_ARGUMENT,
-     "without --trigger or --options 4 on platforms 1, 28 (on USB), 29, 48, 61, 200, 205 and 400, "
-     "whose input cannot be waited for"},
+    {QVNS_ERROR_ARGUMENT, "other numbers: `qvn COMMAND --help` tells what may be given"},
     {QVNS_ERROR_BUSY, "it again in a moment"},
     {QVNS_ERROR_TIME, "check the camera's power and cable"},
     {QVNS_ERROR_LOST,

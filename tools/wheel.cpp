@@ -215,6 +215,7 @@ int RunWheel(const WheelRequest& request)
     const SessionCloser closer = {session, true};
     const int32_t camera = session.camera;
     const int32_t kind = RunAtCamera(session, 1.0, [camera] { return QV_IsThereFW(camera); });
+    if (kind < 0) return EndOfStep(session, "asking for the filter wheel", kind);
     const WheelDrive* drive = FindDrive(session.platform, kind);
     if (!IsAction(request)) {
         PrintWheel(session, kind, drive);

@@ -53,6 +53,36 @@ TEST_F(QvnVirtual, FrameOfACameraThatComesBackIsTakenAgain)
     ExpectPicture("f.png", Ramp);
 }
 
+// The link fails in the first attempt; in the second one it is the trigger that does not come.
+TEST_F(QvnVirtual, FrameThatFailsWithACameraThatIsBackIsNotTakenAgain)
+{
+    const ProgramResult result =
+        RunVirtual({"expose", "--trigger", "--trigger-limit", "20", "--seconds", "20",
+                    "--come-back", "60", "--output", "f.png"},
+                   World("trigger=5,event=10:off,event=30:on"));
+    EXPECT_EQ(result.exitCode, 1) << result.err;
+    EXPECT_TRUE(Contains(result.err, "Try: check the signal at the camera's input")) << result.err;
+    const size_t missed = result.err.find("external trigger");
+    EXPECT_EQ(result.err.find("external trigger", missed + 1), std::string::npos) << result.err;
+    EXPECT_FALSE(FileExists(scratch, "f.png"));
+}
+
+TEST_F(QvnVirtual, FrameInStepsOfACameraThatIsGoneIsNoFrame)
+{
+    const std::vector<std::string> armed = {"expose", "--armed", "--seconds", "20", "--output"};
+    std::vector<std::string> alone = armed;
+    alone.emplace_back("a.png");
+    const ProgramResult lost = RunVirtual(alone, World("event=10:off"));
+    EXPECT_EQ(lost.exitCode, 1);
+    EXPECT_TRUE(Contains(lost.err, "taking frame 1 of 1")) << lost.err;
+    EXPECT_FALSE(FileExists(scratch, "a.png"));
+    std::vector<std::string> patient = armed;
+    patient.insert(patient.end(), {"b.png", "--come-back", "60"});
+    const ProgramResult back = RunVirtual(patient, World("event=10:off,event=40:on"));
+    EXPECT_EQ(back.exitCode, 0) << back.err;
+    ExpectPicture("b.png", Ramp);
+}
+
 TEST_F(QvnVirtual, CameraThatStaysAwayIsWaitedForNoLongerThanTold)
 {
     const ProgramResult result =
