@@ -91,9 +91,9 @@ bool CoolDown(Session* session, const CoolingRequest& request, double comeBackSe
     return *exitCode == ExitDone;
 }
 
-void WarmUp(Session* session, const CoolingCourse& course)
+int WarmUp(Session* session, const CoolingCourse& course, int exitCode)
 {
-    if (course.warmUp <= 0.0 || !session->cooling || BreakRequested()) return;
+    if (course.warmUp <= 0.0 || !session->cooling || BreakRequested()) return exitCode;
     int32_t code = qvns_warm_up(session->camera, WarmCelsius, course.warmUp);
     const double start = SteadySeconds();
     while (code == QV_ERROR_NONE || code == QVNS_ERROR_TIME) {
@@ -105,4 +105,11 @@ void WarmUp(Session* session, const CoolingCourse& course)
     }
     ProgressEnd();
     session->cooling = code != QV_ERROR_NONE;
+    if (!session->cooling) return exitCode;
+    // Whoever broke it off knows, and a camera that is gone has been told of.
+    if (code != QVNS_ERROR_TIME) {
+        Complain("warming up", FailureText(*session, code), LibraryAdvice(code));
+    }
+    if (exitCode != ExitDone) return exitCode;
+    return BreakRequested() ? ExitBroken : ExitFailed;
 }

@@ -38,5 +38,5 @@ bool CoolDown(Session* session, const CoolingRequest& request, double comeBackSe
               int* exitCode);
 
 // Lets a sensor that this program has cooled warm up slowly, if the course wants that, and
-// switches its cooler off. A signal ends it.
-void WarmUp(Session* session, const CoolingCourse& course);
+// switches its cooler off. A signal ends it. The exit code: `exitCode` unless it has not warmed up.
+int WarmUp(Session* session, const CoolingCourse& course, int exitCode);

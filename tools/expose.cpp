@@ -219,6 +219,6 @@ int RunExpose(const ExposeRequest& request)
     }
     const SessionCloser closer = {session, request.cooling.keep};
     const int exitCode = TakeFrames(&session, request);
-    if (!request.cooling.keep) WarmUp(&session, request.cooling.course);
-    return exitCode;
+    if (request.cooling.keep) return exitCode;
+    return WarmUp(&session, request.cooling.course, exitCode);
 }

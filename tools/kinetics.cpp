@@ -347,6 +347,6 @@ int RunKinetics(const KineticsRequest& request)
     }
     const SessionCloser closer = {session, request.cooling.keep};
     const int exitCode = Take(&session, request);
-    if (!request.cooling.keep) WarmUp(&session, request.cooling.course);
-    return exitCode;
+    if (request.cooling.keep) return exitCode;
+    return WarmUp(&session, request.cooling.course, exitCode);
 }

@@ -178,8 +178,9 @@ int Watch(Session* session, const WatchRequest& request, const WatchView& view)
     }
     const bool logged = EndLog(&log, request);
     const bool drawn = SaveCourse(*session, request, readings);
-    if (alive && !request.keepCooling) WarmUp(session, request.course);
-    if (!alive || !logged || !drawn) return ExitFailed;
+    int exitCode = alive && logged && drawn ? ExitDone : ExitFailed;
+    if (alive && !request.keepCooling) exitCode = WarmUp(session, request.course, exitCode);
+    if (exitCode == ExitFailed) return exitCode;
     return BreakRequested() && std::isfinite(request.seconds) ? ExitBroken : ExitDone;
 }
 

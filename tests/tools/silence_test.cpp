@@ -222,6 +222,11 @@ TEST_F(QvnVirtual, SensorWarmsUpAheadOfTheEnd)
                    World("seed=1"));
     ASSERT_EQ(result.exitCode, 0) << result.err;
     EXPECT_TRUE(Contains(result.err, "warming up: ")) << result.err;
+    const ProgramResult cut = RunVirtual(
+        {"temperature", "--target", "0", "--seconds", "100", "--interval", "50", "--warm-up", "1"},
+        World("event=150:off"));
+    EXPECT_EQ(cut.exitCode, 1);
+    EXPECT_TRUE(Contains(cut.err, "qvn: warming up: ")) << cut.err;
     EXPECT_EQ(Run({"expose", "--cool", "0", "--warm-up", "5", "--keep-cooling"}).exitCode, 2);
     EXPECT_EQ(Run({"expose", "--warm-up", "5"}).exitCode, 2);
 }
