@@ -126,7 +126,9 @@ bool ChooseVirtualCamera(CameraRequest* request)
 
 int LeaveVirtualWorld(int exitCode)
 {
-    if (QVB_Uninstall() != QVB_ERROR_TRACE_FILE) return exitCode;
+    // Nothing is taken away from under a call that does not come back; its lines end here.
+    const int32_t code = CallIsLeftBehind() ? QVB_Trace(nullptr) : QVB_Uninstall();
+    if (code != QVB_ERROR_TRACE_FILE) return exitCode;
     Complain("writing --trace", "not all of it arrived", "a disk with free space");
     return exitCode == ExitDone ? ExitFailed : exitCode;
 }

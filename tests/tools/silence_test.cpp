@@ -138,6 +138,22 @@ TEST_F(QvnWithCamera, OneCtrlCIsEnoughForACameraThatNeverAnswers)
     EXPECT_LT(result.seconds, 45.0);
 }
 
+// In true time: the readout hangs for longer than the card's ten seconds.
+TEST_F(QvnVirtual, TraceOfACameraThatIsGivenUpIsComplete)
+{
+    scratch.spy = "hang";
+    const ProgramResult result =
+        RunVirtual({"expose", "--seconds", "0", "--output", "f.png", "--trace", "t.txt"},
+                   "platform=42,sensor=255");
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_TRUE(Contains(result.err, "does not return (error -107)")) << result.err;
+    const std::string trace = ReadText(scratch, "t.txt");
+    ASSERT_FALSE(trace.empty());
+    EXPECT_EQ(trace.back(), '\n');
+    // The camera was not closed, but asked for its temperature until the readout.
+    EXPECT_FALSE(Contains(trace, "card close"));
+}
+
 // At 30 seconds; the exposure of five begins then.
 TEST_F(QvnVirtual, TriggerStartsTheExposure)
 {
