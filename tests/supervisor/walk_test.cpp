@@ -8,6 +8,7 @@
 #include "emulator/usb_camera.h"
 #include "tests/supervisor/usb_layer.h"
 #include "tests/support/demo_camera.h"
+#include "tests/support/families.h"
 
 namespace {
 
@@ -46,18 +47,6 @@ constexpr VirtualSetup BusWalk[] = {
     {70, 255, 70, nullptr},
     {71, 255, 70, nullptr, 200},
     {80, 2000, 2, "BuildWaveSepCcd442"},
-};
-
-constexpr UsbSetup UsbWalk[] = {
-    {28, 255, "BuildWaveTarn5"},
-    {29, 260},
-    {48, 255},
-    {61, 255, "BuildWaveHeronPlus"},
-    {200, 255, "BuildWaveOspreyKaf"},
-    {205, 255, "BuildWaveOspreyPlusKaf"},
-    {300, 3945},
-    {400, 3945},
-    {450, 3945},
 };
 
 template <typename Camera>
@@ -142,7 +131,7 @@ INSTANTIATE_TEST_SUITE_P(Walk, BusDurations,
                          testing::Combine(testing::ValuesIn(BusWalk), testing::ValuesIn(Sizes)),
                          BusName);
 INSTANTIATE_TEST_SUITE_P(Walk, UsbDurations,
-                         testing::Combine(testing::ValuesIn(UsbWalk), testing::ValuesIn(Sizes)),
+                         testing::Combine(testing::ValuesIn(UsbFamilies), testing::ValuesIn(Sizes)),
                          UsbName);
 
 } // namespace
